@@ -1,0 +1,150 @@
+#include "runtime/KTDataBlock.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstddef>
+#include <cstdlib>
+#include <cstring>
+#include <limits>
+#include <new>
+#include <utility>
+
+// Header of one allocation; the bytes follow it, aligned for any type (KTVector builds in them).
+struct alignas(std::max_align_t) KTDataBlock::Storage {
+  std::atomic<unsigned int> users{1};
+  unsigned int capacity;
+
+  explicit Storage(unsigned int n) : capacity(n) {}
+  unsigned char* bytes() { return reinterpret_cast<unsigned char*>(this + 1); }
+  [[nodiscard]] bool isShared() const { return users.load(std::memory_order_acquire) != 1; }
+
+  static Storage* create(unsigned int n) {
+    // malloc and not operator new[]: large buffers come untouched from the kernel and cost no
+    // memory until they are used.
+    void* raw = std::malloc(sizeof(Storage) + n);
+    if (raw == nullptr) throw std::bad_alloc();
+    return new (raw) Storage(n);
+  }
+};
+
+KTDataBlock::KTDataBlock(unsigned int n) : size(n), data(nullptr), storage_(nullptr) {
+  if (n == 0) return;
+  storage_ = Storage::create(n);
+  data = storage_->bytes();
+}
+
+KTDataBlock::KTDataBlock(const unsigned char* p, unsigned int n) : KTDataBlock(n) {
+  if (n != 0) std::memcpy(storage_->bytes(), p, n);
+}
+
+KTDataBlock::KTDataBlock(const KTDataBlock& other) noexcept
+    : size(other.size), data(other.data), storage_(other.storage_) {
+  if (storage_ != nullptr) storage_->users.fetch_add(1, std::memory_order_relaxed);
+}
+
+KTDataBlock::KTDataBlock(KTDataBlock&& other) noexcept
+    : size(std::exchange(other.size, 0)),
+      data(std::exchange(other.data, nullptr)),
+      storage_(std::exchange(other.storage_, nullptr)) {}
+
+KTDataBlock& KTDataBlock::operator=(const KTDataBlock& other) noexcept {
+  KTDataBlock held(other);
+  return *this = std::move(held);
+}
+
+KTDataBlock& KTDataBlock::operator=(KTDataBlock&& other) noexcept {
+  std::swap(size, other.size);
+  std::swap(data, other.data);
+  std::swap(storage_, other.storage_);
+  return *this;
+}
+
+KTDataBlock::~KTDataBlock() { release(); }
+
+void KTDataBlock::release() {
+  if (storage_ == nullptr) return;
+  if (storage_->users.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+    storage_->~Storage();
+    std::free(storage_);
+  }
+  storage_ = nullptr;
+}
+
+// Bytes that may be used from data on without touching what another block sees.
+unsigned int KTDataBlock::ownRoom() const {
+  if (storage_ == nullptr || storage_->isShared()) return 0;
+  return storage_->capacity - static_cast<unsigned int>(data - storage_->bytes());
+}
+
+void KTDataBlock::moveTo(unsigned int capacity) {
+  Storage* room = Storage::create(capacity);
+  const unsigned int kept = std::min(size, capacity);
+  if (kept != 0) std::memcpy(room->bytes(), data, kept);
+  release();
+  storage_ = room;
+  data = room->bytes();
+}
+
+void KTDataBlock::clear() { size = 0; }
+
+void KTDataBlock::resize(unsigned int n) {
+  if (n > size) reserve(n);
+  size = n;
+}
+
+void KTDataBlock::reserve(unsigned int n) {
+  if (n != 0 && ownRoom() < n) moveTo(std::max(n, size));
+}
+
+void KTDataBlock::replace(unsigned int offset, const KTDataBlock& b) {
+  if (b.size != 0) std::memmove(writable() + offset, b.data, b.size);
+}
+
+void KTDataBlock::setData(const unsigned char* p, unsigned int n) {
+  if (n == 0) return clear();
+  if (ownRoom() < n) {
+    *this = KTDataBlock(p, n);
+    return;
+  }
+  std::memmove(const_cast<unsigned char*>(data), p, n);
+  size = n;
+}
+
+KTDataBlock KTDataBlock::copy(unsigned int offset, unsigned int n) const {
+  const unsigned int start = std::min(offset, size);
+  KTDataBlock part(*this);
+  part.data += start;
+  part.size = std::min(n, size - start);
+  return part;
+}
+
+void KTDataBlock::getData(unsigned char* dst, unsigned int n) const {
+  const unsigned int count = std::min(n, size);
+  if (count != 0) std::memcpy(dst, data, count);
+}
+
+unsigned char* KTDataBlock::writable() {
+  if (size != 0 && ownRoom() < size) moveTo(size);
+  return const_cast<unsigned char*>(data);
+}
+
+KTDataBlock& KTDataBlock::operator+=(const KTDataBlock& b) {
+  const KTDataBlock added(b);  // b may be this block
+  const unsigned int oldSize = size;
+  if (added.size > std::numeric_limits<unsigned int>::max() - oldSize) throw std::bad_alloc();
+  const unsigned int needed = oldSize + added.size;
+  if (ownRoom() < needed) moveTo(std::max(needed, oldSize + oldSize / 2));
+  size = needed;
+  if (added.size != 0) std::memcpy(writable() + oldSize, added.data, added.size);
+  return *this;
+}
+
+KTDataBlock KTDataBlock::operator+(const KTDataBlock& b) const {
+  KTDataBlock sum(*this);
+  sum += b;
+  return sum;
+}
+
+bool KTDataBlock::operator==(const KTDataBlock& b) const {
+  return size == b.size && (size == 0 || std::memcmp(data, b.data, size) == 0);
+}

@@ -1,0 +1,5 @@
+#include "runtime/KTMessage.h"
+
+KTMessage* KTMessage::create() { return new KTMessage; }
+
+void KTMessage::destroy() const { delete this; }

@@ -1,0 +1,46 @@
+#pragma once
+
+#include <condition_variable>
+#include <deque>
+#include <mutex>
+
+#include "runtime/KTMessage.h"
+#include "runtime/KTRExport.h"
+#include "runtime/KTTimeValue.h"
+
+/**
+ * A queue of messages between threads that can be switched off for good.
+ *
+ * Owns: the messages in it; those left at destruction are destroyed.
+ * Threads: any thread.
+ * Blocks: deq() up to its time-out; all else only for the moment of a lock.
+ * Errors: enq() answers -1 once the queue is disabled, and the caller keeps the message.
+ */
+class KTR_API KTMessageQueue {
+ public:
+  KTMessageQueue() = default;
+  KTMessageQueue(const KTMessageQueue&) = delete;
+  KTMessageQueue& operator=(const KTMessageQueue&) = delete;
+  ~KTMessageQueue();
+
+  /** Appends m behind the messages of its priority and wakes a reader: 0, or -1 when refused. */
+  [[nodiscard]] int enq(const KTMessage* m, KTMessage::Priority p);
+  /**
+   * Hands out the next message with its ownership. While the queue is enabled waits for one up to
+   * timeout; answers null on time-out, and when the queue is disabled and empty or was disabled
+   * while waiting. A disabled queue still hands out what is in it, so that it can be drained.
+   */
+  [[nodiscard]] KTMessage* deq(const KTTimeValue& timeout);
+  /** Refuses further messages and wakes every waiting reader. */
+  void disable();
+  [[nodiscard]] bool enabled() const;
+  [[nodiscard]] bool empty() const { return length() == 0; }
+  [[nodiscard]] unsigned int length() const;
+
+ private:
+  mutable std::mutex mutex_;
+  std::condition_variable changed_;
+  std::deque<KTMessage*> urgent_;
+  std::deque<KTMessage*> normal_;
+  bool enabled_ = true;
+};

@@ -1,0 +1,5 @@
+#include "runtime/KTRDynamicDataBlock.h"
+
+KTRDynamicDataBlock::KTRDynamicDataBlock() = default;
+
+KTRDynamicDataBlock::~KTRDynamicDataBlock() = default;

@@ -1,0 +1,3 @@
+#include "runtime/KTRTimeValue.h"
+
+KTRTimeValue::~KTRTimeValue() = default;
