@@ -31,7 +31,7 @@ class KTR_API KTRTask : public KTTask {
   [[nodiscard]] virtual bool dataArrived();
 
   /** Messages that wait in the queue. */
-  [[nodiscard]] unsigned int queueLength() const { return queue_.length(); }
+  [[nodiscard]] unsigned int queueLength() const { return queue_.size(); }
   /** False once the task accepts no more messages. */
   [[nodiscard]] bool alive() const { return queue_.enabled(); }
 

@@ -44,7 +44,7 @@ class KTR_API KTRVideoFrame : public KTRDynamicDataBlock {
   [[nodiscard]] std::int32_t compositionOffset() const;
   /** The media bytes: what follows the head and the composition offset. */
   [[nodiscard]] KTDataBlock payload() const;
-  /** Bytes of the message behind the current frame. */
+  /** Bytes of the message that no frame was taken from yet, those of a refused rest included. */
   [[nodiscard]] unsigned int unparsedSize() const { return block_.size - nextOffset_; }
 
  private:
@@ -54,4 +54,5 @@ class KTR_API KTRVideoFrame : public KTRDynamicDataBlock {
 
   KTDataBlock frame_;
   unsigned int nextOffset_ = 0;
+  bool refused_ = false;  // what is left of the message holds no sound frame
 };

@@ -17,8 +17,6 @@ KTTimeValue::KTTimeValue(long sec, long usec) : timeval{} {
   tv_usec = usec;
 }
 
-KTTimeValue::~KTTimeValue() = default;
-
 KTTimeValue KTTimeValue::now() {
   return KTClock::instance()->now();
 }
