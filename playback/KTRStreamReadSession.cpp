@@ -9,8 +9,8 @@
 namespace {
 
 constexpr long DAY_SECONDS = 86400;
-constexpr auto AUDIO = static_cast<streamTypes>(1);
-constexpr auto NOT_LOADED = static_cast<streamTypes>(3);
+
+
 
 // The numbers that load() and dummyload() read.
 struct Request {
@@ -39,9 +39,9 @@ struct Request {
 
 KTRStreamReadSession::KTRStreamReadSession(const KTString& db, unsigned int timeShift)
     : _dbName(KTRDBName(db)),
-      _settings("", NOT_LOADED, "UNKNOWN"),
+      _settings("", STREAM_UNKNOWN, "UNKNOWN"),
       _timeShift(static_cast<int>(timeShift)) {
-  _recordSession.streamType = NOT_LOADED;
+  _recordSession.streamType = STREAM_UNKNOWN;
   KTR_DB_factory* factory = KTR_DB_factory::instance();
   _dbAvailable = factory != nullptr && factory->db_instance(_dbName) != nullptr;
 }
@@ -88,7 +88,7 @@ bool KTRStreamReadSession::isResume(const Parameters& params) const {
 }
 
 bool KTRStreamReadSession::isAudio() const {
-  return _settings.streamType == AUDIO;
+  return _settings.streamType == STREAM_AUDIO;
 }
 
 int KTRStreamReadSession::load(const Parameters& params) {

@@ -1,8 +1,8 @@
 #include "recording/KTRStreamRecordParams.h"
 
 KTRStreamRecordParams::KTRStreamRecordParams()
-    : videoSettings(KTRSettingsRow("", streamTypes(0), "")),
-      audioSettings(KTRSettingsRow("", streamTypes(1), "")) {}
+    : videoSettings(KTRSettingsRow("", STREAM_VIDEO, "")),
+      audioSettings(KTRSettingsRow("", STREAM_AUDIO, "")) {}
 
 KTRStreamRecordParams::KTRStreamRecordParams(const KTRStreamRecordParams& other)
     : KTRStreamRecordParams() {

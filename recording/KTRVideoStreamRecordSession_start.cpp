@@ -55,7 +55,7 @@ bool KTRVideoStreamRecordSession::addSessionRow(KTR_DB_handle* db, const KTStrin
   row.update_time = static_cast<unsigned int>(serverTime());
   row.dataAvailable = DATA_UNDECIDED;
   row.storage = storage;
-  row.streamType = static_cast<streamTypes>(params_.videoSettings.streamType);
+  row.streamType = STREAM_VIDEO;
   row.realFps = params_.videoSettings.videoParam1;
   if (insertSessionRow(db, row)) return true;
 
