@@ -8,6 +8,7 @@
 #include "runtime/KTRExport.h"
 #include "runtime/KTString.h"
 #include "runtime/KTThreadMutex.h"
+#include "runtime/ThreadAnnotations.h"
 
 /**
  * The one door to the MySQL server: a client connection with its SQL. Every statement of the
@@ -130,17 +131,16 @@ class KTR_API KTR_MYSQL_api {
   /** For an object that shares a connection which another one has opened. Logs nothing. */
   explicit KTR_MYSQL_api(MYSQL* shared);
 
-  /** Logs every row of r, each as head and a line a column, and frees the set. */
+  /** Logs the rows of r that have not been fetched, each as head and a line a column. */
   void logRows(KTRResult& r, const char* head);
 
   MYSQL* _mysql;  // null until the first use
 
  private:
-  int sendQuery(const KTString& query);
-  int sendThroughLockWaits(const KTString& query);
-  bool reconnect(const KTString& query);
-  void closeConnection();
+  int sendThroughLockWaits(const KTString& query) KTR_REQUIRES(_staticMysqlMux);
+  bool reconnect(const KTString& query) KTR_REQUIRES(_staticMysqlMux);
   bool hasRow(const KTString& query);
+  unsigned countRows(const KTString& query);
 
   MYSQL _connection;  // what _mysql points at, unless it is shared
 };
