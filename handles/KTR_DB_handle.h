@@ -24,7 +24,7 @@
  * the MySQL mutex, never after it.
  * Blocks: for the server; the file removals wait for the shell command or the file system.
  * Errors: by result. Without a connection the object exists but has no tables: the table accessors
- * are null, and every operation answers false, null or an empty text.
+ * are null, lookups answer null and retention does nothing and answers false.
  * Units: times in seconds of gateway time.
  */
 class KTR_API KTR_DB_handle : public KTR_MYSQL_api {
@@ -63,7 +63,8 @@ class KTR_API KTR_DB_handle : public KTR_MYSQL_api {
 
   /** "record_<database>_R<id>_" */
   [[nodiscard]] KTString getPrefixFileName(int id) const;
-  /** The session's storage directory, "/" and the prefix; an unknown session has no directory. */
+  /** The session's storage directory, "/" and the prefix; the directory of an unknown session is
+   * empty. */
   [[nodiscard]] KTString getFullPrefixFileName(int id);
   /** The full prefix and "audioHeader.dat". */
   [[nodiscard]] KTString getAudioHeaderFilename(int id);
@@ -97,18 +98,12 @@ class KTR_API KTR_DB_handle : public KTR_MYSQL_api {
   void deleteLostData();
 
  private:
-  using StreamNode = KTDLList<KTRStreamTable*>::Node;
-
   void openTables();
   void destroyStreamTables();
-  [[nodiscard]] StreamNode* findStream(unsigned int id) KTR_REQUIRES(_mutex);
-  [[nodiscard]] KTRStreamTable* findOrMakeStream(unsigned int id);
-  [[nodiscard]] bool cutSlice(KTRStreamTable& table, int slice);
-  void removeSliceFile(unsigned int id, int slice);
+  [[nodiscard]] KTDLList<KTRStreamTable*>::Node* findStream(unsigned int id) KTR_REQUIRES(_mutex);
+  void removeSlice(unsigned int id, int slice);
   void moveStartToOldestFrame(KTRStreamTable& table);
   [[nodiscard]] bool oldestDirectory(KTString& storage);
-  void deleteOrphanedIndexRows();
-  [[nodiscard]] bool firstValue(const KTString& query, KTString& value);
 
   KTDLList<KTRStreamTable*> _streamTables KTR_GUARDED_BY(_mutex);
   std::unique_ptr<KTRRecordSessionTable> _recordSessionTable;

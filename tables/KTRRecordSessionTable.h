@@ -97,11 +97,11 @@ class KTR_API KTRRecordSessionTable : public KTR_DBTable {
   bool isIDExists(int id);
 
  private:
-  [[nodiscard]] bool findCached(unsigned int id, KTRRecorderSessionRow& row)
+  [[nodiscard]] bool findRow(unsigned int id, KTRRecorderSessionRow& row)
       KTR_REQUIRES(_staticMysqlMux);
-  void storeDirty(const KTRRecorderSessionRow& row, unsigned int id) KTR_REQUIRES(_staticMysqlMux);
-  void writeDirtyRows() KTR_REQUIRES(_staticMysqlMux);
-  void trimCache() KTR_REQUIRES(_staticMysqlMux);
+  void storeChanged(unsigned int id, const KTRRecorderSessionRow& row)
+      KTR_REQUIRES(_staticMysqlMux);
+  void writeRow(const KTRRecorderSessionRow& row, const KTTimeValue& now);
   [[nodiscard]] bool readFirstRow(const KTString& query, KTRRecorderSessionRow& row);
   [[nodiscard]] bool settingsContain(unsigned int settingsID, const KTString& settings);
 

@@ -65,7 +65,7 @@ class KTR_API KTRStreamTable : public KTR_DBTable {
  private:
   [[nodiscard]] bool findFrame(const KTString& query, long& time, unsigned char& fileIndex,
                                unsigned int& offset);
-  [[nodiscard]] bool singleValue(const KTString& query, KTString& value);
+  [[nodiscard]] bool leadingColumns(const KTString& query, KTString (&columns)[3]);
 
   const unsigned int _id;
   bool _usable = false;
