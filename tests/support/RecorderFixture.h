@@ -51,6 +51,8 @@ class RecorderFixture : public testing::Test {
   /** The bytes of a frame as the fixture makes them. */
   [[nodiscard]] static KTDataBlock makeFrame(KTRFrameFormat::Kind kind, unsigned int stampMs);
   [[nodiscard]] KTR_DB_handle* db() { return factory_->createDB("cam"); }
+  /** Changes the recorder's database. */
+  void exec(const std::string& sql) { (void)db()->db_do_query(KTString(sql)); }
   /** Rows of a query on the recorder's database, columns joined with ",". */
   [[nodiscard]] std::vector<std::string> rows(const std::string& sql);
   /** One column of the only row; fails the test when there is another number of rows. */
