@@ -1,0 +1,11 @@
+#pragma once
+
+#include <cstdint>
+
+/** What a record session has done so far, for a progress display. A value. */
+struct KTRRecordProgress {
+  unsigned int sessionId = 0;   // row of the record session table; 0 = none opened yet
+  unsigned int sliceIndex = 0;  // slice being written
+  std::uint64_t frames = 0;     // frames stored since construction
+  std::uint64_t bytes = 0;      // bytes of these frames, heads included
+};
