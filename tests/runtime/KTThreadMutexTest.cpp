@@ -83,9 +83,10 @@ TEST_F(KTThreadMutexTest, RanksAreTakenInGrowingOrder) {
 
 TEST_F(KTThreadMutexTest, AnUnrankedMutexIsTakenAtAnyTime) {
   KTThreadMutex session(KTThreadMutex::Plain);
+  KTThreadMutex readFile(KTThreadMutex::Plain);
   KTThreadMutex connection(KTThreadMutex::Recursive, KTThreadMutex::Connection);
   lockBoth(session, connection);
-  lockBoth(connection, session);
+  lockBoth(connection, readFile);
 }
 
 #ifndef NDEBUG
