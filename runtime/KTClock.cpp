@@ -47,7 +47,9 @@ KTClock* KTClock::instance() {
   return clock != nullptr ? clock : system;
 }
 
-void KTClock::install(KTClock* clock) { installed.store(clock, std::memory_order_release); }
+void KTClock::install(KTClock* clock) {
+  installed.store(clock, std::memory_order_release);
+}
 
 KTClock::Span KTClock::deadline(const KTTimeValue& timeout) {
   if (timeout == KTTimeValue::Unlimited) return Span::max();

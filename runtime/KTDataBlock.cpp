@@ -59,7 +59,9 @@ KTDataBlock& KTDataBlock::operator=(KTDataBlock&& other) noexcept {
   return *this;
 }
 
-KTDataBlock::~KTDataBlock() { release(); }
+KTDataBlock::~KTDataBlock() {
+  release();
+}
 
 void KTDataBlock::release() {
   if (storage_ == nullptr) return;
@@ -85,7 +87,9 @@ void KTDataBlock::moveTo(unsigned int capacity) {
   data = room->bytes();
 }
 
-void KTDataBlock::clear() { size = 0; }
+void KTDataBlock::clear() {
+  size = 0;
+}
 
 void KTDataBlock::resize(unsigned int n) {
   if (n > size) reserve(n);

@@ -3,15 +3,21 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <utility>
+
 #include "runtime/FileIO.h"
 
 KTFile::KTFile() = default;
 
 KTFile::KTFile(const KTString& path) : name_(path) {}
 
-KTFile::~KTFile() { KTFile::close(); }
+KTFile::~KTFile() {
+  KTFile::close();
+}
 
-int KTFile::open() { return open(flags_, mode_); }
+int KTFile::open() {
+  return open(flags_, mode_);
+}
 
 int KTFile::open(int flags, unsigned int mode) {
   KTFile::close();
@@ -22,12 +28,14 @@ int KTFile::open(int flags, unsigned int mode) {
   return opened() ? 0 : -1;
 }
 
-void KTFile::close() {
-  if (handle_ >= 0) ::close(handle_);
-  handle_ = -1;
+int KTFile::close() {
+  const int closing = std::exchange(handle_, -1);
+  return closing < 0 ? 0 : ::close(closing);
 }
 
-int KTFile::read(KTDataBlock& b) { return read(b, b.size); }
+int KTFile::read(KTDataBlock& b) {
+  return read(b, b.size);
+}
 
 int KTFile::read(KTDataBlock& b, unsigned int n) {
   b.resize(n);
@@ -42,7 +50,9 @@ int KTFile::readInto(unsigned char* dst, unsigned int n) {
   return static_cast<int>(got);
 }
 
-int KTFile::write(const KTDataBlock& b) { return write(b, b.size); }
+int KTFile::write(const KTDataBlock& b) {
+  return write(b, b.size);
+}
 
 int KTFile::write(const KTDataBlock& b, unsigned int n) {
   const ssize_t put = writeFully(handle_, b.data, n, pos_);

@@ -28,7 +28,8 @@ class KTR_API KTFile {
   [[nodiscard]] virtual KTString name() const { return name_; }
   /** Opens with the flags and mode last given. 0, or -1. */
   virtual int open();
-  virtual void close();
+  /** Harmless when closed. 0, or -1 when the system reports a late write error. */
+  virtual int close();
   [[nodiscard]] virtual bool opened() const { return handle_ >= 0; }
   /** As read(b, b.size). */
   virtual int read(KTDataBlock& b);

@@ -1,5 +1,9 @@
 #include "runtime/KTMessage.h"
 
-KTMessage* KTMessage::create() { return new KTMessage; }
+KTMessage* KTMessage::create() {
+  return new KTMessage;
+}
 
-void KTMessage::destroy() const { delete this; }
+void KTMessage::destroy() const {
+  delete this;
+}

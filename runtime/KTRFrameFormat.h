@@ -12,11 +12,11 @@ class KTRFrameFormat {
 
   /** Bit of byte 0: the payload begins with the composition offset. */
   static constexpr unsigned char COMPOSITION_FLAG = 0x80;
-  static constexpr unsigned int STAMP_OFFSET = 1;         // u32, milliseconds since midnight
-  static constexpr unsigned int LENGTH_OFFSET = 5;        // u32, bytes of payload
-  static constexpr unsigned int HEAD_SIZE = 9;            // bytes
-  static constexpr unsigned int COMPOSITION_SIZE = 4;     // i32, milliseconds
-  static constexpr unsigned int MAX_FRAME_SIZE = 2097152; // bytes, head included
+  static constexpr unsigned int STAMP_OFFSET = 1;          // u32, milliseconds since midnight
+  static constexpr unsigned int LENGTH_OFFSET = 5;         // u32, bytes of payload
+  static constexpr unsigned int HEAD_SIZE = 9;             // bytes
+  static constexpr unsigned int COMPOSITION_SIZE = 4;      // i32, milliseconds
+  static constexpr unsigned int MAX_FRAME_SIZE = 2097152;  // bytes, head included
 
   [[nodiscard]] static constexpr bool isKind(unsigned char kind) { return kind <= Audio; }
 };

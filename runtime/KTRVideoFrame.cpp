@@ -80,7 +80,9 @@ std::int32_t KTRVideoFrame::compositionOffset() const {
   return static_cast<std::int32_t>(loadLittleEndian(frame_.data + Format::HEAD_SIZE));
 }
 
-KTDataBlock KTRVideoFrame::payload() const { return frame_.copy(headSize(), frame_.size); }
+KTDataBlock KTRVideoFrame::payload() const {
+  return frame_.copy(headSize(), frame_.size);
+}
 
 unsigned int KTRVideoFrame::headSize() const {
   const bool composed = frame_.size != 0 && (frame_.data[0] & Format::COMPOSITION_FLAG) != 0;

@@ -28,4 +28,6 @@ class SpdlogSink : public KTLogSink {
 
 }  // namespace
 
-std::shared_ptr<KTLogSink> makeSpdlogSink() { return std::make_shared<SpdlogSink>(); }
+std::shared_ptr<KTLogSink> makeSpdlogSink() {
+  return std::make_shared<SpdlogSink>();
+}

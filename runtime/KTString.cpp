@@ -28,7 +28,9 @@ KTString& KTString::append(const KTString& other) {
   return *this;
 }
 
-KTString KTString::operator+(const KTString& other) const { return KTString(text_ + other.text_); }
+KTString KTString::operator+(const KTString& other) const {
+  return KTString(text_ + other.text_);
+}
 
 int KTString::toInt(int none) const {
   char* end = nullptr;

@@ -4,9 +4,13 @@
 
 KTTask::KTTask() = default;
 
-KTTask::~KTTask() { wait(); }
+KTTask::~KTTask() {
+  wait();
+}
 
-KTString KTTask::name() const { return "KTTask"; }
+KTString KTTask::name() const {
+  return "KTTask";
+}
 
 void KTTask::start(bool) {
   thread_ = std::thread([this] { run(); });
@@ -16,4 +20,6 @@ void KTTask::wait() {
   if (thread_.joinable()) thread_.join();
 }
 
-void KTTask::Sleep(const KTTimeValue& d) { KTClock::instance()->sleep(d); }
+void KTTask::Sleep(const KTTimeValue& d) {
+  KTClock::instance()->sleep(d);
+}

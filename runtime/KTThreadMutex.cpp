@@ -60,7 +60,9 @@ KTThreadMutex::KTThreadMutex(Type t, Rank rank) : mutex_(), rank_(rank) {
   pthread_mutexattr_destroy(&attributes);
 }
 
-KTThreadMutex::~KTThreadMutex() { pthread_mutex_destroy(&mutex_); }
+KTThreadMutex::~KTThreadMutex() {
+  pthread_mutex_destroy(&mutex_);
+}
 
 void KTThreadMutex::lock(bool) KTR_NO_THREAD_SAFETY_ANALYSIS {
   if (rank_ != Unranked) checkOrder(this, rank_);

@@ -19,7 +19,9 @@ KTTimeValue::KTTimeValue(long sec, long usec) : timeval{} {
 
 KTTimeValue::~KTTimeValue() = default;
 
-KTTimeValue KTTimeValue::now() { return KTClock::instance()->now(); }
+KTTimeValue KTTimeValue::now() {
+  return KTClock::instance()->now();
+}
 
 KTTimeValue KTTimeValue::operator-(const KTTimeValue& other) const {
   const bool borrow = tv_usec < other.tv_usec;

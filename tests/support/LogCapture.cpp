@@ -31,9 +31,13 @@ LogCapture::LogCapture() : sink_(std::make_shared<Sink>()) {
   KTLogger::instance()->setSink(sink_);
 }
 
-LogCapture::~LogCapture() { KTLogger::instance()->setSink(nullptr); }
+LogCapture::~LogCapture() {
+  KTLogger::instance()->setSink(nullptr);
+}
 
-std::vector<LogLine> LogCapture::lines() const { return sink_->lines(); }
+std::vector<LogLine> LogCapture::lines() const {
+  return sink_->lines();
+}
 
 unsigned int LogCapture::count(int priority, const std::string& text) const {
   const std::vector<LogLine> all = lines();
@@ -47,4 +51,6 @@ unsigned int LogCapture::countContaining(const std::string& text) const {
   }));
 }
 
-void LogCapture::clear() { sink_->clear(); }
+void LogCapture::clear() {
+  sink_->clear();
+}

@@ -3,9 +3,13 @@
 using std::chrono::microseconds;
 using std::chrono::seconds;
 
-ManualClock::ManualClock(long startSeconds) : wall_(seconds(startSeconds)) { install(this); }
+ManualClock::ManualClock(long startSeconds) : wall_(seconds(startSeconds)) {
+  install(this);
+}
 
-ManualClock::~ManualClock() { install(nullptr); }
+ManualClock::~ManualClock() {
+  install(nullptr);
+}
 
 KTTimeValue ManualClock::now() {
   const std::lock_guard guard(mutex_);

@@ -14,4 +14,6 @@ TempDir::~TempDir() {
   std::filesystem::remove_all(path_, ignored);
 }
 
-KTString TempDir::entry(const std::string& name) const { return KTString(path_ + "/" + name); }
+KTString TempDir::entry(const std::string& name) const {
+  return KTString(path_ + "/" + name);
+}

@@ -1,0 +1,3 @@
+#include "db/KTRRow.h"
+
+KTRRow::~KTRRow() = default;

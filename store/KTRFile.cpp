@@ -1,0 +1,141 @@
+// Naming, the chain of slices and the writing half; the reading half is in KTRFile_read.cpp.
+#include "store/KTRFile.h"
+
+#include <cstring>
+
+#include "runtime/KTLogger.h"
+#include "runtime/KTTimeValue.h"
+#include "runtime/LittleEndian.h"
+#include "store/SyncMarkers.h"
+
+namespace {
+constexpr unsigned int READ_BUFFER_SIZE = 0x1400000;
+constexpr unsigned int WRITE_BUFFER_SIZE = 512000;
+constexpr unsigned int FLUSH_SECONDS = 11;
+}  // namespace
+
+KTRFile::KTRFile(const KTString& prefix, unsigned char fileIndex, int openFlags, int sliceMaxSize)
+    : openFlags_(openFlags),
+      fileIndex_(fileIndex),
+      prevFileIndex_(fileIndex),
+      sliceMaxSize_(sliceMaxSize),
+      prefix_(prefix),
+      readBuffer_(READ_BUFFER_SIZE),
+      writeBuffer_(WRITE_BUFFER_SIZE),
+      curFileIndex_(fileIndex) {
+  setVideoFileName(prefix, fileIndex);
+  if (open(openFlags, DEFAULT_MODE) != 0) {
+    KTLogger::instance()->log(KTLogger::Error, "KTRFile %s opened Failed !!!!",
+                              KTFile::name().c_str());
+  }
+}
+
+KTRFile::~KTRFile() {
+  flushAndClose();
+}
+
+void KTRFile::setVideoFileName(const KTString& prefix, unsigned int index) {
+  KTString sliceName;
+  name(sliceName.format("%sF%d.dat", prefix.c_str(), index));
+}
+
+void KTRFile::_remove() {
+  if (remove() != 0) {
+    KTLogger::instance()->log(KTLogger::Error, "[ REMOVE FILE ERROR] : %s", KTFile::name().c_str());
+  }
+}
+
+int KTRFile::_close() {
+  if (writeFill_ != 0) (void)flush();
+  return KTFile::close();
+}
+
+void KTRFile::flushAndClose() {
+  (void)_close();
+}
+
+// Index 255 is followed by 0 on purpose: the chain is a ring of 256 names.
+bool KTRFile::openNextSlice() {
+  flushAndClose();
+  fileIndex_ = static_cast<unsigned char>(fileIndex_ + 1);
+  setVideoFileName(prefix_, fileIndex_);
+  canRead_ = true;
+  return open(openFlags_, DEFAULT_MODE) == 0;
+}
+
+void KTRFile::rollOver() {
+  (void)openNextSlice();  // a slice that cannot be opened shows at the next flush
+  writePos_ = static_cast<int>(pos());
+  sliceJustCreated_ = true;
+}
+
+void KTRFile::createNextSlice() {
+  rollOver();
+}
+
+int KTRFile::writeKTRData(const KTDataBlock& frame) {
+  // The first record after a change of slice keeps the position of the record before it.
+  if (!sliceJustCreated_) {
+    prevFileIndex_ = fileIndex_;
+    recordOffset_ = static_cast<unsigned int>(writePos_);
+  }
+  unsigned char length[4];
+  storeLittleEndian(length, frame.size);
+  appendToWriteBuffer(FLAG, sizeof FLAG);
+  appendToWriteBuffer(length, sizeof length);
+  appendToWriteBuffer(frame.data, frame.size);
+  sliceJustCreated_ = false;
+  writePos_ =
+      static_cast<int>(static_cast<unsigned int>(writePos_) + frame.size + RECORD_HEAD_SIZE);
+  return needToWrite(frame) ? _writeWriteBuffer() : 0;
+}
+
+bool KTRFile::needToWrite(const KTDataBlock&) {
+  const auto now = static_cast<unsigned int>(KTTimeValue::now().tv_sec);
+  const bool first = lastFlushTime_ == 0;
+  // Unsigned on purpose: a clock that was set back counts as due.
+  if (!first && now - lastFlushTime_ < FLUSH_SECONDS) return false;
+  lastFlushTime_ = now;
+  return !first;
+}
+
+unsigned int KTRFile::addtoWriteBuffer(const KTDataBlock& b) {
+  appendToWriteBuffer(b.data, b.size);
+  return b.size;
+}
+
+void KTRFile::appendToWriteBuffer(const unsigned char* p, unsigned int n) {
+  if (n > writeBuffer_.size - writeFill_) {
+    KTLogger::instance()->log(KTLogger::Warning,
+                              "VERY BAD! DO Resize of the WriteBuffer size:%u bytes full: %u bytes "
+                              "blocksize to insert:%u bytes!",
+                              writeBuffer_.size, writeFill_, n);
+    writeBuffer_.resize(writeBuffer_.size + 2 * n);
+  }
+  if (n != 0) std::memcpy(writeBuffer_.writable() + writeFill_, p, n);
+  writeFill_ += n;
+}
+
+int KTRFile::_writeWriteBuffer() {
+  if (flush() != 0) return -1;
+  if (currentSliceFull()) rollOver();
+  return 0;
+}
+
+// Writes out what is buffered. After a failure the buffered records are lost and the file stays
+// as far as it was written.
+int KTRFile::flush() {
+  const int result = write(writeBuffer_, writeFill_);
+  if (result >= 0) {
+    writeFill_ = 0;
+    return 0;
+  }
+  KTLogger::instance()->log(KTLogger::Error, "writeKTRData: NULL res:%d , %u bytes", result,
+                            writeFill_);
+  writeFill_ = 0;
+  return -1;
+}
+
+void KTRFile::Replace(KTDataBlock& dst, unsigned int offset, const KTDataBlock& src) {
+  dst.replace(offset, src);
+}

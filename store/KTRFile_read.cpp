@@ -1,0 +1,172 @@
+// The reading half of KTRFile: read-ahead, the walk over the slices, record by record.
+#include <cstring>
+
+#include "runtime/KTLogger.h"
+#include "runtime/LittleEndian.h"
+#include "store/KTRFile.h"
+#include "store/SyncMarkers.h"
+
+namespace {
+
+constexpr unsigned int REFILL_BELOW = 0x200000;  // a largest record always stays whole
+constexpr unsigned int READ_BLOCK_SIZE = 0xA00000;
+constexpr unsigned int LEAST_AVAILABLE = 9;
+constexpr unsigned int STAMP_OFFSET = 1;
+constexpr unsigned int STAMP_END = 5;
+
+}  // namespace
+
+int KTRFile::readKTRData(KTDataBlock& out) {
+  recordOffset_ = readOffset_;
+  if (readBuffDataAvailableSize() < REFILL_BELOW) {
+    if (canRead_) refill();
+    if (readBuffDataAvailableSize() < LEAST_AVAILABLE) {
+      KTLogger::instance()->log(KTLogger::Warning,
+                                "[ readKTRData ] No more data availaible buffer size: %d bytes!! ",
+                                static_cast<int>(readBuffDataAvailableSize()));
+      return -1;
+    }
+  }
+  if (!takeMarker()) return -1;
+  const unsigned int length = takeLength();
+  return length == 0 ? -1 : takePayload(out, length);
+}
+
+// Reads one block into the buffer, from the next slices when this one is at its end. The block is
+// read where it belongs; only behind a change of slice is room left for the marker before it.
+void KTRFile::refill() {
+  compact();
+  const long startPos = pos();
+  unsigned int markerSize = 0;
+  int count = 0;
+  for (;;) {
+    unsigned char* room = readBuffer_.writable() + readFill_ + markerSize;
+    count = readInto(room, READ_BLOCK_SIZE);
+    if (count != 0) break;
+    if (!openNextSlice()) {
+      canRead_ = false;
+      return;
+    }
+    markerSize = sizeof _NEW_FILE_FLAG;
+  }
+  if (count < 0) return;
+  unsigned char* tail = readBuffer_.writable() + readFill_;
+  if (pos() <= startPos) {
+    std::memcpy(tail, _NEW_FILE_FLAG, markerSize);
+    readFill_ += markerSize;
+  } else if (markerSize != 0) {
+    std::memmove(tail, tail + markerSize, static_cast<unsigned int>(count));
+  }
+  readFill_ += static_cast<unsigned int>(count);
+}
+
+void KTRFile::compact() {
+  const unsigned int available = readBuffDataAvailableSize();
+  unsigned char* bytes = readBuffer_.writable();
+  if (readPos_ != 0 && available != 0) std::memmove(bytes, bytes + readPos_, available);
+  readPos_ = 0;
+  readFill_ = available;
+}
+
+bool KTRFile::canTake(unsigned int n) const {
+  if (n <= readBuffDataAvailableSize()) return true;
+  KTLogger::instance()->log(KTLogger::Error,
+                            "Can't read %u bytes from the ReadBuffer which contains only %u bytes",
+                            n, readBuffDataAvailableSize());
+  return false;
+}
+
+bool KTRFile::takeWord(std::uint32_t& word) {
+  if (!canTake(sizeof word)) return false;
+  word = loadLittleEndian(readBuffer_.data + readPos_);
+  readPos_ += sizeof word;
+  return true;
+}
+
+bool KTRFile::takeMarker() {
+  std::uint32_t marker = 0;
+  if (!takeWord(marker)) {
+    KTLogger::instance()->log(KTLogger::Warning,
+                              "[ readKTRData ] Reading ERROR !! data: %08X res=%d", marker, 0);
+    return false;
+  }
+  int result = 1;
+  if (marker == NEW_FILE_FLAG_WORD) {
+    KTLogger::instance()->log(KTLogger::Warning, "[ readKTRData ] Trace - Jump to new file ");
+    ++curFileIndex_;
+    result = takeWord(marker) ? 1 : 0;
+  }
+  if (marker == FLAG_WORD) return true;
+  KTLogger::instance()->log(
+      KTLogger::Warning, "[ readKTRData ] Synchronization ERROR !! data: %08X res=%d wait for %08X",
+      marker, result, FLAG_WORD);
+  return false;
+}
+
+// The payload length of the record, or 0 when it is none that a record can have.
+unsigned int KTRFile::takeLength() {
+  std::uint32_t length = 0;
+  const int result = takeWord(length) ? 1 : 0;
+  if (length != 0 && length <= MAX_PAYLOAD_SIZE) return length;
+  KTLogger::instance()->log(
+      KTLogger::Warning, "[ readKTRData ] Frame Size HUGE : %d bytes res=%d  / byte wanted=%d !! ",
+      static_cast<int>(length), result, 4);
+  return 0;
+}
+
+int KTRFile::takePayload(KTDataBlock& out, unsigned int length) {
+  if (length > readBuffDataAvailableSize()) {
+    KTLogger::instance()->log(KTLogger::Warning,
+                              "[ readKTRData ] Frame Read not completely: %d bytes available!! ",
+                              static_cast<int>(readBuffDataAvailableSize()));
+    return -1;
+  }
+  const unsigned char* payload = readBuffer_.data + readPos_;
+  out.setData(payload, length);
+  curFrameTimeStamp_ = length < STAMP_END ? 0 : loadLittleEndian(payload + STAMP_OFFSET);
+  readPos_ += length;
+  readOffset_ += length + RECORD_HEAD_SIZE;
+  return static_cast<int>(length);
+}
+
+int KTRFile::go_to_pos(unsigned int offset) {
+  readPos_ = 0;
+  readFill_ = 0;
+  curFileIndex_ = fileIndex_;
+  recordOffset_ = readOffset_;
+  readOffset_ = offset;
+  return pos(static_cast<long>(offset));
+}
+
+unsigned int KTRFile::addtoReadBuffer(const KTDataBlock& b) {
+  if (b.size > readBuffer_.size - readFill_) {
+    // "full" tells the read position, not the fill.
+    KTLogger::instance()->log(KTLogger::Warning,
+                              "VERY BAD! DO Resize of the ReadBuffer size:%d bytes full: %d bytes "
+                              "blocksize to insert:%d bytes!",
+                              static_cast<int>(readBuffer_.size), static_cast<int>(readPos_),
+                              static_cast<int>(b.size));
+    readBuffer_.resize(readBuffer_.size + 2 * b.size);
+  }
+  Replace(readBuffer_, readFill_, b);
+  readFill_ += b.size;
+  return b.size;
+}
+
+bool KTRFile::readFromReadBuffer(KTDataBlock& out, unsigned int n) {
+  if (!canTake(n)) return false;
+  out.setData(readBuffer_.data + readPos_, n);
+  readPos_ += out.size;
+  return true;
+}
+
+int KTRFile::_read(KTDataBlock& out, int size) {
+  for (;;) {
+    const int count = read(out, static_cast<unsigned int>(size));
+    if (count != 0 || size == 0) return count;
+    if (!openNextSlice()) {
+      canRead_ = false;
+      return -1;
+    }
+  }
+}

@@ -1,0 +1,100 @@
+#include "tables/KTRRecordSessionTable.h"
+
+#include <cstdlib>
+
+#include "db/KTROwnedResult.h"
+#include "runtime/KTCriticalCode.h"
+#include "runtime/KTLogger.h"
+
+namespace {
+constexpr long FLUSH_SECONDS = 10;  // a flush is due when more than these have passed
+constexpr unsigned int CACHED_ROWS = 100;
+}  // namespace
+
+KTRRecordSessionTable::KTRRecordSessionTable(MYSQL* connection)
+    : KTR_DBTable(KTString(), connection), _lastFlushTime(KTTimeValue::now()) {
+  _tableName = KTR_TableName[TB_RECORD_SESSIONS];
+  if (create(_tableName, KTR_TableFields[TB_RECORD_SESSIONS]) != 0) {
+    KTLogger::instance()->log(KTLogger::Error,
+                              "[ KTRRecordSessionTable constructor ] CREATE TABLE FAILED !!!");
+  }
+}
+
+KTRRecordSessionTable::~KTRRecordSessionTable() {
+  updateDataBase(true);
+}
+
+const char* KTRRecordSessionTable::name() const {
+  return "KTRRecordSessionTable";
+}
+
+unsigned int KTRRecordSessionTable::addRow(const KTRRecorderSessionRow& row) {
+  const KTCriticalCode guard(_staticMysqlMux);
+  return static_cast<unsigned int>(
+      insert_row(row.getQuery(), KTR_TableName[TB_RECORD_SESSIONS], true));
+}
+
+int KTRRecordSessionTable::updateStartTime(unsigned int id, long time) {
+  return updateTime(START_TIME, id, time, 0);
+}
+
+int KTRRecordSessionTable::updateEndTime(unsigned int id, long time, int fps) {
+  return updateTime(END_TIME, id, time, fps);
+}
+
+int KTRRecordSessionTable::updateTime(timeType which, unsigned int id, long time, int fps) {
+  const KTCriticalCode guard(_staticMysqlMux);
+  KTRRecorderSessionRow row;
+  if (!findRow(id, row)) return -1;
+  const bool force = row.start_time == 0 || row.end_time == 0;
+  uint32_t& changed = which == START_TIME ? row.start_time : row.end_time;
+  changed = static_cast<uint32_t>(time);
+  if (fps > 0) row.realFps = static_cast<uint32_t>(fps);
+  storeChanged(id, row);
+  updateDataBase(force);
+  return 0;
+}
+
+unsigned int KTRRecordSessionTable::updateDataAvailable(unsigned int id, unsigned int value) {
+  const KTCriticalCode guard(_staticMysqlMux);
+  KTRRecorderSessionRow row;
+  if (!findRow(id, row)) return static_cast<unsigned int>(-1);
+  row.dataAvailable = value;
+  storeChanged(id, row);
+  updateDataBase(false);
+  return 0;
+}
+
+bool KTRRecordSessionTable::findRow(unsigned int id, KTRRecorderSessionRow& row) {
+  if (!_rowCache.contains(id)) return getRecordSessionRow(id, row);
+  row = _rowCache[id];
+  return true;
+}
+
+void KTRRecordSessionTable::storeChanged(unsigned int id, const KTRRecorderSessionRow& row) {
+  _rowCache[id] = row;
+  _dirty[id] = true;
+}
+
+void KTRRecordSessionTable::updateDataBase(bool force) {
+  const KTCriticalCode guard(_staticMysqlMux);
+  // A clock that was set back counts as due too: the last flush would lie in the future for long.
+  if (!force && std::labs((KTTimeValue::now() - _lastFlushTime).tv_sec) <= FLUSH_SECONDS) return;
+  _lastFlushTime = KTTimeValue::now();
+  for (const KTMapPair<unsigned int, bool>& changed : _dirty.list) {
+    _lastFlushTime = KTTimeValue::now();
+    writeRow(_rowCache[changed.first], _lastFlushTime);
+  }
+  _dirty.clear();
+  if (_rowCache.count() > CACHED_ROWS) _rowCache.remove(_rowCache.list.head.next->value.first);
+}
+
+void KTRRecordSessionTable::writeRow(const KTRRecorderSessionRow& row, const KTTimeValue& now) {
+  KTString set;
+  set.format(" start_time=%u,end_time=%u,update_time=%u,realFps=%u,dataAvailable=%u",
+             row.start_time, row.end_time, static_cast<unsigned int>(now.tv_sec), row.realFps,
+             row.dataAvailable);
+  KTString where;
+  where.format(" id=%u ", row.id);
+  update_row(set, where, KTR_TableName[TB_RECORD_SESSIONS]);
+}

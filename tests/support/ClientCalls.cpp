@@ -1,0 +1,123 @@
+#include "tests/support/ClientCalls.h"
+
+#include <dlfcn.h>
+#include <mysql.h>
+
+#include <mutex>
+
+namespace {
+
+struct Calls {
+  std::mutex mutex;
+  std::vector<std::string> statements;
+  unsigned int connects = 0;
+  bool recording = false;
+  bool initFails = false;
+  bool threadSafetyDenied = false;
+  unsigned int nextError = 0;
+};
+
+Calls& calls() {
+  static auto* const all = new Calls;
+  return *all;
+}
+
+template <typename Function>
+Function* real(Function*, const char* name) {
+  return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
+}
+
+// 0, or the error that the statement is to fail with.
+unsigned int noteStatement(const char* query, unsigned long length) {
+  const std::lock_guard lock(calls().mutex);
+  if (calls().recording) calls().statements.emplace_back(query, length);
+  const unsigned int error = calls().nextError;
+  calls().nextError = 0;
+  return error;
+}
+
+bool initFails() {
+  const std::lock_guard lock(calls().mutex);
+  return calls().initFails;
+}
+
+void noteConnect() {
+  const std::lock_guard lock(calls().mutex);
+  if (calls().recording) ++calls().connects;
+}
+
+}  // namespace
+
+// The test program's definitions come before the client library's own for every caller.
+extern "C" {
+
+MYSQL* STDCALL mysql_init(MYSQL* mysql) {
+  static auto* const next = real(&mysql_init, "mysql_init");
+  return initFails() ? nullptr : next(mysql);
+}
+
+unsigned int STDCALL mysql_thread_safe(void) {
+  const std::lock_guard lock(calls().mutex);
+  return calls().threadSafetyDenied ? 0 : 1;
+}
+
+MYSQL* STDCALL mysql_real_connect(MYSQL* mysql, const char* host, const char* user,
+                                  const char* passwd, const char* db, unsigned int port,
+                                  const char* unix_socket, unsigned long clientflag) {
+  static auto* const next = real(&mysql_real_connect, "mysql_real_connect");
+  noteConnect();
+  return next(mysql, host, user, passwd, db, port, unix_socket, clientflag);
+}
+
+int STDCALL mysql_real_query(MYSQL* mysql, const char* query, unsigned long length) {
+  static auto* const next = real(&mysql_real_query, "mysql_real_query");
+  const unsigned int error = noteStatement(query, length);
+  if (error == 0) return next(mysql, query, length);
+  mysql->net.last_errno = error;
+  return -1;
+}
+
+}  // extern "C"
+
+ClientCalls::ClientCalls() {
+  forget();
+  const std::lock_guard lock(calls().mutex);
+  calls().recording = true;
+}
+
+ClientCalls::~ClientCalls() {
+  const std::lock_guard lock(calls().mutex);
+  calls().recording = calls().initFails = calls().threadSafetyDenied = false;
+  calls().nextError = 0;
+}
+
+std::vector<std::string> ClientCalls::statements() const {
+  const std::lock_guard lock(calls().mutex);
+  return calls().statements;
+}
+
+unsigned int ClientCalls::connects() const {
+  const std::lock_guard lock(calls().mutex);
+  return calls().connects;
+}
+
+void ClientCalls::forget() {
+  const std::lock_guard lock(calls().mutex);
+  calls().statements.clear();
+  calls().connects = 0;
+}
+
+void ClientCalls::failInit() {
+  const std::lock_guard lock(calls().mutex);
+  calls().initFails = true;
+}
+
+void ClientCalls::denyThreadSafety() {
+  const std::lock_guard lock(calls().mutex);
+  calls().threadSafetyDenied = true;
+}
+
+void ClientCalls::failNextStatement(unsigned int error) {
+  const std::lock_guard lock(calls().mutex);
+  calls().nextError = error;
+}

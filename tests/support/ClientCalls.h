@@ -1,0 +1,31 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+/**
+ * Sees this process's calls into the MySQL client library on their way there, and can keep it from
+ * working: for what no server can show, as every blank of a statement, or memory that runs out.
+ *
+ * Threads: any thread; one object at a time.
+ */
+class ClientCalls {
+ public:
+  ClientCalls();
+  ClientCalls(const ClientCalls&) = delete;
+  ClientCalls& operator=(const ClientCalls&) = delete;
+  ~ClientCalls();
+
+  /** Every statement so far, letter for letter. */
+  [[nodiscard]] std::vector<std::string> statements() const;
+  /** The attempts to connect so far. */
+  [[nodiscard]] unsigned int connects() const;
+  void forget();
+
+  /** From now on no connection structure can be initialised. */
+  void failInit();
+  /** From now on the library calls itself not thread-safe. */
+  void denyThreadSafety();
+  /** The next statement is not sent and fails with a client error that leaves the socket open. */
+  void failNextStatement(unsigned int error);
+};
