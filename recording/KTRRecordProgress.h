@@ -8,4 +8,13 @@ struct KTRRecordProgress {
   unsigned int sliceIndex = 0;  // slice being written
   std::uint64_t frames = 0;     // frames stored since construction
   std::uint64_t bytes = 0;      // bytes of these frames, heads included
+
+  /** Goes on with what a later session has done. */
+  KTRRecordProgress& operator+=(const KTRRecordProgress& later) {
+    if (later.sessionId != 0) sessionId = later.sessionId;
+    sliceIndex = later.sliceIndex;
+    frames += later.frames;
+    bytes += later.bytes;
+    return *this;
+  }
 };
