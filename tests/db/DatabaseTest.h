@@ -23,6 +23,7 @@ class DatabaseTest : public testing::Test {
   }
 
   ~DatabaseTest() override {
+    calls.restore();
     api.db_disconnect();
     server.start();
     server.dropDatabases();

@@ -93,8 +93,14 @@ ClientCalls::ClientCalls() {
 }
 
 ClientCalls::~ClientCalls() {
+  restore();
   const std::lock_guard lock(calls().mutex);
-  calls().recording = calls().initFails = calls().threadSafetyDenied = false;
+  calls().recording = false;
+}
+
+void ClientCalls::restore() {
+  const std::lock_guard lock(calls().mutex);
+  calls().initFails = calls().threadSafetyDenied = false;
   calls().nextErrors.clear();
 }
 

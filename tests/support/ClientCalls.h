@@ -18,7 +18,7 @@ class ClientCalls {
 
   /** Every statement so far, letter for letter. */
   [[nodiscard]] std::vector<std::string> statements() const;
-  /** The attempts to connect so far. */
+  /** The attempts to connect so far, those of the test's own tools included. */
   [[nodiscard]] unsigned int connects() const;
   void forget();
 
@@ -28,4 +28,6 @@ class ClientCalls {
   void denyThreadSafety();
   /** The next statements are not sent but fail with these errors in turn; the socket stays open. */
   void failNextStatements(const std::vector<unsigned int>& errors);
+  /** Everything works again. */
+  void restore();
 };
