@@ -82,7 +82,7 @@ TEST_F(KTR_DB_handle_retentionTest, CutsTheOldestSliceAndMovesTheStart) {
   EXPECT_FALSE(fs::exists(cut));
   EXPECT_TRUE(fs::exists(slice(id, 4)));
   EXPECT_EQ(sent("DELETE FROM  dataStreams   WHERE _id=1 AND _fileIndex=3"), 1U);
-  EXPECT_EQ(sent("SELECT count(*) FROM dataStreams  WHERE _id=1   "), 1U);
+  EXPECT_EQ(sent("SELECT count(*) FROM dataStreams  WHERE _id=1  "), 1U);
   EXPECT_EQ(startOf(id), "110");
 }
 
