@@ -13,6 +13,7 @@ class DatabaseFixture::Connection : public KTR_MYSQL_api {
 DatabaseFixture::DatabaseFixture() = default;
 
 DatabaseFixture::~DatabaseFixture() {
+  calls.restore();
   nowhere_.reset();
   connection_.reset();
   server.start();

@@ -37,7 +37,8 @@ class KTRRecordSessionTableReadTest : public DatabaseFixture {
   std::vector<std::string> list(const KTString& where, bool grouped) {
     KTVector<KTString> entries;
     entries.resize(3);
-    EXPECT_EQ(table.getRecordSessionList(entries, where, grouped), entries.count());
+    const unsigned int count = table.getRecordSessionList(entries, where, grouped);
+    EXPECT_EQ(count, entries.count());
     std::vector<std::string> texts;
     for (unsigned int i = 0; i < entries.count(); ++i) texts.emplace_back(entries[i].c_str());
     return texts;
