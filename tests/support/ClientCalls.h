@@ -26,6 +26,6 @@ class ClientCalls {
   void failInit();
   /** From now on the library calls itself not thread-safe. */
   void denyThreadSafety();
-  /** The next statement is not sent and fails with a client error that leaves the socket open. */
-  void failNextStatement(unsigned int error);
+  /** The next statements are not sent but fail with these errors in turn; the socket stays open. */
+  void failNextStatements(const std::vector<unsigned int>& errors);
 };
