@@ -185,7 +185,7 @@ TEST_F(KTRRecordSessionTableTest, DestructionWritesWhatIsChanged) {
 TEST_F(KTRRecordSessionTableTest, AFailedWriteIsNotTriedAgain) {
   add(100, 200);
   table->updateEndTime(1, 210, 25);
-  calls.failNextStatement(1105);
+  calls.failNextStatements({1105});
   table->updateDataBase(true);
   forget();
   table->updateDataBase(true);
