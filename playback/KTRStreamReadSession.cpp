@@ -10,8 +10,6 @@ namespace {
 
 constexpr long DAY_SECONDS = 86400;
 
-
-
 // The numbers that load() and dummyload() read.
 struct Request {
   explicit Request(const KTRStreamReadSession::Parameters& params)
