@@ -9,7 +9,7 @@
 namespace {
 
 constexpr const char* DESCRIPTION =
-    "ktr records network video into plain files and plays it back by time.\n";
+    "ktr records network video into plain files and plays it back by time.";
 
 constexpr const char* FOOTER = R"(First steps, with nothing to set up:
   ktr record   --root ~/video --recorder home 1=rtsp://camera/live    (stop with Ctrl-C)
@@ -63,9 +63,9 @@ void shapeHelp(CLI::App& program) {
   constexpr size_t columnWidth = 30;
   program.footer(FOOTER);
   program.get_formatter()->column_width(columnWidth);
+  program.get_formatter()->label("Usage", "\nUsage");
   program.get_formatter()->label("REQUIRED", "(required)");
   program.get_formatter()->label("SUBCOMMAND", "COMMAND");
-  program.get_formatter()->label("Subcommands", "Commands");
   program.set_version_flag("--version", std::string("ktr ") + KTR_VERSION, "Print the version");
   program.set_help_flag("-h,--help", "Print this help");
 }
@@ -89,7 +89,10 @@ int CommandLine::parseAndRun(int argc, const char* const* argv, HostContext& con
   CLI::App program(DESCRIPTION, "ktr");
   shapeHelp(program);
   std::vector<CLI::App*> parts;
-  for (const auto& command : commands_) parts.push_back(command->define(program));
+  for (const auto& command : commands_) {
+    parts.push_back(command->define(program));
+    parts.back()->group("Commands");
+  }
   try {
     program.parse(argc, argv);
   } catch (const CLI::Success& wanted) {  // help or version

@@ -30,7 +30,10 @@ CLI::App* ServerCommand::define(CLI::App& program) {
       command->add_subcommand("start", "Start the server; it runs until it is stopped by hand");
   stop_ = command->add_subcommand("stop", "Stop the server, unless a command uses it");
   status_ = command->add_subcommand("status", "Tell whether the server runs, and how it is set");
-  for (CLI::App* part : {start_, stop_, status_}) options_.addDatabaseOptions(*part);
+  for (CLI::App* part : {start_, stop_, status_}) {
+    part->group("Commands");
+    options_.addDatabaseOptions(*part);
+  }
   status_->get_option("--root")->required(false);  // not for --server client
   options_.addJson(*status_);
   stop_->add_flag("--force", force_, "Stop it also while commands use it; they will fail");
