@@ -49,14 +49,6 @@ class MediaInputTest : public testing::Test {
     }
   }
 
-  static std::vector<std::vector<unsigned char>> nalUnitsOf(const StoredUnit& unit) {
-    std::vector<std::vector<unsigned char>> all;
-    for (NalUnits units(unit.bytes); units.next();) {
-      all.emplace_back(units.unit().begin(), units.unit().end());
-    }
-    return all;
-  }
-
   TempDir dir_;
 };
 
@@ -181,7 +173,7 @@ TEST_F(MediaInputTest, ChangedParameterSetsInTheStreamAreKept) {
     const std::vector<StoredUnit> units = unitsOf(both);
     ASSERT_EQ(units.size(), expected.size());
     for (size_t i = 0; i < units.size(); ++i)
-      EXPECT_EQ(nalUnitsOf(units[i]), nalUnitsOf(expected[i])) << i;
+      EXPECT_EQ(nalUnitsOf(units[i].bytes), nalUnitsOf(expected[i].bytes)) << i;
   }
 }
 

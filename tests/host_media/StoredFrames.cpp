@@ -42,3 +42,11 @@ std::vector<NalKind> kindsOf(MediaCodec codec, MediaBytes annexB) {
     kinds.push_back(NalUnits::kindOf(codec, units.unit()));
   return kinds;
 }
+
+std::vector<std::vector<unsigned char>> nalUnitsOf(MediaBytes annexB) {
+  std::vector<std::vector<unsigned char>> all;
+  for (NalUnits units(annexB); units.next();) {
+    all.emplace_back(units.unit().begin(), units.unit().end());
+  }
+  return all;
+}

@@ -27,3 +27,6 @@ void writeFrames(const std::vector<KTDataBlock>& frames, const std::string& path
 
 /** The kinds of the NAL units of an Annex B access unit, in order. */
 [[nodiscard]] std::vector<NalKind> kindsOf(MediaCodec codec, MediaBytes annexB);
+
+/** The NAL units of an Annex B access unit, whatever the length of their start codes. */
+[[nodiscard]] std::vector<std::vector<unsigned char>> nalUnitsOf(MediaBytes annexB);
