@@ -8,7 +8,18 @@
 
 namespace {
 
-constexpr std::string_view USUAL_ADVICE = "VERY BAD! DO Resize of the WriteBuffer";
+// Beginnings of warnings that every recording causes: the write buffer grows in its first seconds,
+// and a reader reaches the end of a slice and of the recording.
+constexpr std::string_view USUAL[] = {
+    "VERY BAD! DO Resize of the WriteBuffer",
+    "[ readKTRData ] Trace - Jump to new file",
+    "[ readKTRData ] No more data availaible",
+};
+
+bool isUsual(std::string_view line) {
+  return std::any_of(std::begin(USUAL), std::end(USUAL),
+                     [&](std::string_view beginning) { return line.starts_with(beginning); });
+}
 
 const char* levelOf(int priority) {
   if (priority >= KTLogger::Error) return "error";
@@ -26,7 +37,7 @@ std::string onOneLine(std::string_view line) {
 
 bool HostLogSink::wanted(int priority, std::string_view line) const {
   if (verbose_) return true;
-  return priority >= KTLogger::Warning && !line.starts_with(USUAL_ADVICE);
+  return priority >= KTLogger::Warning && !isUsual(line);
 }
 
 void HostLogSink::write(int priority, std::string_view line) {

@@ -9,8 +9,8 @@
 
 /**
  * What the library logs, for a person at a terminal: warnings and errors on standard error, one
- * line each, "ktr: HH:MM:SS warning: ...". Information, and the advice to enlarge the write buffer
- * that every camera causes in its first seconds, only when asked for.
+ * line each, "ktr: HH:MM:SS warning: ...". Information, and the warnings that every recording
+ * causes, only when asked for.
  *
  * Owns: nothing; the stream must outlive it.
  * Threads: write() from any thread.
