@@ -96,7 +96,7 @@ TEST_F(CommandLineTest, HelpFitsTheTerminal) {
   for (const char* command : {"sessions", "server", "probe"}) {
     run({command, "--help"});
     std::istringstream lines(out_.str());
-    for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 90U) << line;
+    for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 80U) << line;
   }
 }
 

@@ -15,19 +15,22 @@ namespace {
 
 class HostContextTest : public testing::Test {
  protected:
-  HostContextTest() { options_.addDatabaseOptions(app_); }
+  HostContextTest() {
+    options_.addDatabaseOptions(app_);
+    useSharedRoot();
+  }
   ~HostContextTest() override {
     context_.close();
+    useSharedRoot();
     context_.open(options_, HostContext::Recording);
     for (const std::string& name : context_.recorders()) {
       (void)context_.factory().db_do_query(KTString(("DROP DATABASE ktr_" + name).c_str()));
     }
   }
 
-  void open(HostContext::Purpose purpose = HostContext::Recording) {
-    app_.parse("--root " + HostTestRoot::shared().path());
-    context_.open(options_, purpose);
-  }
+  void useSharedRoot() { app_.parse("--server private --root " + HostTestRoot::shared().path()); }
+
+  void open() { context_.open(options_, HostContext::Recording); }
 
   [[nodiscard]] static bool isRunning() {
     return PrivateServer(HostTestRoot::shared().paths()).process().has_value();
@@ -96,14 +99,12 @@ TEST_F(HostContextTest, ReadingMakesNothing) {
   EXPECT_THAT(failureOf([&] { return context_.open(options_, HostContext::Reading), 0; }),
               HasSubstr("nothing is recorded under " + empty.path()));
   EXPECT_FALSE(std::filesystem::exists(empty.paths().directory()));
-  app_.parse("--root " + HostTestRoot::shared().path());
 }
 
 TEST_F(HostContextTest, SaysWhenTheClientServerCannotBeReached) {
   app_.parse("--server client --root " + HostTestRoot::shared().path());
   EXPECT_THAT(failureOf([&] { return context_.open(options_, HostContext::Recording), 0; }),
               HasSubstr("check [client] in the MySQL option files"));
-  app_.parse("--server private --root " + HostTestRoot::shared().path());
 }
 
 TEST_F(HostContextTest, SendsTheLogToItsStream) {

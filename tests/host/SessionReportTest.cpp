@@ -50,9 +50,9 @@ TEST_F(SessionReportTest, ShowsTableTimelineAndSum) {
   EXPECT_EQ(
       "Recorder cam\n"
       "\n"
-      "ID  STREAM  CODEC          START                END        LENGTH   SIZE  STATE\n"
-      " 1       1  h264 1280x720  2026-01-02 10:00:00  10:28:20   28m20s  12.3M  stored\n"
-      "12       2  h264 1280x720  2026-01-02 10:28:20  10:56:40   28m20s  12.3M  recording\n"
+      "ID  STREAM  CODEC          START                END       LENGTH   SIZE  STATE\n"
+      " 1       1  h264 1280x720  2026-01-02 10:00:00  10:28:20  28m20s  12.3M  stored\n"
+      "12       2  h264 1280x720  2026-01-02 10:28:20  10:56:40  28m20s  12.3M  recording\n"
       "\n"
       "2026-01-02 10:00:00 to 2026-01-02 10:56:40, local time (UTC+0000)\n"
       "            10:00       10:10       10:20       10:30       10:40       10:50\n"
