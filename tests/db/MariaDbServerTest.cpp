@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include "db/KTR_MYSQL_api.h"
+
 class MariaDbServerTest : public testing::Test {
  protected:
   void TearDown() override {
@@ -44,4 +46,15 @@ TEST_F(MariaDbServerTest, ItsOwnStatementsAreNotListed) {
   server.forgetStatements();
   server.exec("SELECT 'own\nstatement'");
   EXPECT_TRUE(server.statements().empty());
+}
+
+TEST_F(MariaDbServerTest, ListsWhatOthersSent) {
+  KTR_MYSQL_api api;
+  api.db_connect("");
+  server.forgetStatements();
+  api.db_do_query("SET @a = 'one\ntwo'");
+  server.exec("SET @b = 1");
+  api.db_do_query("SET @c = 3");
+  api.db_disconnect();
+  EXPECT_EQ(server.statements(), (std::vector<std::string>{"SET @a = 'one\ntwo'", "SET @c = 3"}));
 }

@@ -3,6 +3,8 @@
 #include <dlfcn.h>
 #include <mysql.h>
 
+#include <cstring>
+#include <deque>
 #include <mutex>
 
 namespace {
@@ -14,7 +16,7 @@ struct Calls {
   bool recording = false;
   bool initFails = false;
   bool threadSafetyDenied = false;
-  unsigned int nextError = 0;
+  std::deque<unsigned int> nextErrors;
 };
 
 Calls& calls() {
@@ -31,8 +33,9 @@ Function* real(Function*, const char* name) {
 unsigned int noteStatement(const char* query, unsigned long length) {
   const std::lock_guard lock(calls().mutex);
   if (calls().recording) calls().statements.emplace_back(query, length);
-  const unsigned int error = calls().nextError;
-  calls().nextError = 0;
+  if (calls().nextErrors.empty()) return 0;
+  const unsigned int error = calls().nextErrors.front();
+  calls().nextErrors.pop_front();
   return error;
 }
 
@@ -48,7 +51,9 @@ void noteConnect() {
 
 }  // namespace
 
-// The test program's definitions come before the client library's own for every caller.
+// The test program's definitions come before the client library's own for every caller, provided
+// that they can be seen.
+#pragma GCC visibility push(default)
 extern "C" {
 
 MYSQL* STDCALL mysql_init(MYSQL* mysql) {
@@ -74,10 +79,12 @@ int STDCALL mysql_real_query(MYSQL* mysql, const char* query, unsigned long leng
   const unsigned int error = noteStatement(query, length);
   if (error == 0) return next(mysql, query, length);
   mysql->net.last_errno = error;
+  std::strcpy(mysql->net.last_error, "injected");
   return -1;
 }
 
 }  // extern "C"
+#pragma GCC visibility pop
 
 ClientCalls::ClientCalls() {
   forget();
@@ -86,9 +93,15 @@ ClientCalls::ClientCalls() {
 }
 
 ClientCalls::~ClientCalls() {
+  restore();
   const std::lock_guard lock(calls().mutex);
-  calls().recording = calls().initFails = calls().threadSafetyDenied = false;
-  calls().nextError = 0;
+  calls().recording = false;
+}
+
+void ClientCalls::restore() {
+  const std::lock_guard lock(calls().mutex);
+  calls().initFails = calls().threadSafetyDenied = false;
+  calls().nextErrors.clear();
 }
 
 std::vector<std::string> ClientCalls::statements() const {
@@ -117,7 +130,7 @@ void ClientCalls::denyThreadSafety() {
   calls().threadSafetyDenied = true;
 }
 
-void ClientCalls::failNextStatement(unsigned int error) {
+void ClientCalls::failNextStatements(const std::vector<unsigned int>& errors) {
   const std::lock_guard lock(calls().mutex);
-  calls().nextError = error;
+  calls().nextErrors.assign(errors.begin(), errors.end());
 }

@@ -18,7 +18,7 @@ class ClientCalls {
 
   /** Every statement so far, letter for letter. */
   [[nodiscard]] std::vector<std::string> statements() const;
-  /** The attempts to connect so far. */
+  /** The attempts to connect so far, those of the test's own tools included. */
   [[nodiscard]] unsigned int connects() const;
   void forget();
 
@@ -26,6 +26,8 @@ class ClientCalls {
   void failInit();
   /** From now on the library calls itself not thread-safe. */
   void denyThreadSafety();
-  /** The next statement is not sent and fails with a client error that leaves the socket open. */
-  void failNextStatement(unsigned int error);
+  /** The next statements are not sent but fail with these errors in turn; the socket stays open. */
+  void failNextStatements(const std::vector<unsigned int>& errors);
+  /** Everything works again. */
+  void restore();
 };

@@ -107,24 +107,35 @@ MariaDbServer& MariaDbServer::instance() {
 
 MariaDbServer::MariaDbServer() : dir_("/tmp/ktrdb-XXXXXX"), user_(getpwuid(geteuid())->pw_name) {
   if (mkdtemp(dir_.data()) == nullptr) throw std::runtime_error("cannot make " + dir_);
-  install();
-  writeOptionFile();
-  start();
+  try {
+    install();
+    writeOptionFile();
+    start();
+  } catch (...) {
+    removeDirectory();
+    throw;
+  }
 }
 
 MariaDbServer::~MariaDbServer() {
-  if (running()) end(SIGKILL);
+  kill();
+  removeDirectory();
+}
+
+void MariaDbServer::removeDirectory() {
   std::error_code ignored;
   std::filesystem::remove_all(dir_, ignored);
 }
 
 void MariaDbServer::install() {
   const std::string output = dir_ + "/install.log";
-  const int status = awaitEnd(
-      spawn({program("mariadb-install-db"), "--no-defaults", "--datadir=" + dir_ + "/data",
-             "--auth-root-authentication-method=socket", "--auth-root-socket-user=" + user_,
-             "--skip-test-db", "--user=" + user_, "--innodb-log-file-size=4M"},
-            output));
+  std::filesystem::create_directory(temporaryFiles());
+  const int status =
+      awaitEnd(spawn({program("mariadb-install-db"), "--no-defaults", "--datadir=" + dir_ + "/data",
+                      "--auth-root-authentication-method=socket",
+                      "--auth-root-socket-user=" + user_, "--skip-test-db", "--user=" + user_,
+                      "--tmpdir=" + temporaryFiles(), "--innodb-log-file-size=4M"},
+                     output));
   if (status != 0) throw std::runtime_error("mariadb-install-db failed: " + contents(output));
 }
 
@@ -139,6 +150,7 @@ std::vector<std::string> MariaDbServer::serverArguments() const {
           "--no-defaults",
           "--user=" + user_,
           "--datadir=" + dir_ + "/data",
+          "--tmpdir=" + temporaryFiles(),
           "--socket=" + socketPath(),
           "--pid-file=" + dir_ + "/pid",
           "--skip-networking",

@@ -58,11 +58,14 @@ class MariaDbServer {
  private:
   MariaDbServer();
   void install();
+  void removeDirectory();
   void writeOptionFile();
   void awaitAnswer();
   void end(int signal);
   [[nodiscard]] std::vector<std::string> serverArguments() const;
   [[nodiscard]] std::string generalLog() const;
+  // Not shared: a starting server deletes the temporary tables of every other one it finds there.
+  [[nodiscard]] std::string temporaryFiles() const { return dir_ + "/tmp"; }
 
   std::string dir_;
   std::string user_;
