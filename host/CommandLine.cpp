@@ -12,10 +12,10 @@ namespace {
 constexpr const char* DESCRIPTION =
     "ktr records network video into plain files and plays it back by time.";
 
-constexpr const char* FOOTER = R"(First steps, with nothing to set up:
-  ktr record   --root ~/video --recorder home 1=rtsp://camera/live    (stop with Ctrl-C)
+constexpr const char* FOOTER = R"(First steps, with nothing to set up (Ctrl-C ends a recording):
+  ktr record   --root ~/video --recorder home 1=rtsp://camera/live
   ktr sessions --root ~/video --recorder home
-  ktr play     --root ~/video --recorder home --stream 1 --at -5m --for 60s -o clip.mp4
+  ktr play     --root ~/video --recorder home --stream 1 --at -5m -o clip.mp4
 
 Each command tells more: ktr COMMAND --help)";
 
@@ -50,11 +50,12 @@ std::string asReason(std::string text) {
 }
 
 HostError translated(const CLI::ParseError& error, const CLI::App& program, const char* firstWord) {
-  const bool isCommandMissing = program.get_subcommands().empty();
-  if (!isCommandMissing) return usageError(asReason(error.what()), "see " + helpCommand(program));
   const std::string word = firstWord;
   if (word.starts_with("-")) {
     return usageError("'" + word + "' does not stand before the command", HELP_HINT);
+  }
+  if (!program.get_subcommands().empty()) {
+    return usageError(asReason(error.what()), "see " + helpCommand(program));
   }
   return usageError("'" + word + "' is not a command",
                     "the commands are " + commandNames(program) + "; " + HELP_HINT);

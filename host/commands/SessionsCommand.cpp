@@ -16,8 +16,8 @@ constexpr const char* FOOTER = R"(Examples:
   ktr sessions --root ~/video --recorder home
   ktr sessions --root ~/video --recorder home --stream 1 --json
 
-A session is one continuous recording of one stream. In the timeline # is recorded, + is recorded
-in part, and . is nothing.)";
+A session is one continuous recording of one stream. In the timeline # is
+recorded, + is recorded in part, and . is nothing.)";
 
 }  // namespace
 
