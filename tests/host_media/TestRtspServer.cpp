@@ -60,6 +60,7 @@ class RtpStream {
   RtpStream(const RtpStream&) = delete;
   RtpStream& operator=(const RtpStream&) = delete;
   ~RtpStream() {
+    av_write_trailer(rtp_);
     av_freep(&rtp_->pb->buffer);
     avio_context_free(&rtp_->pb);
     avformat_free_context(rtp_);
