@@ -38,9 +38,13 @@ KTDataBlock FrameSource::frameOf(const AccessUnit& unit) {
       unit.compositionOffsetMs());
   started_ = true;
   needsKey_ = frame.size == 0;
-  if (!needsKey_) return frame;
+  if (!needsKey_) {
+    warned_ = false;
+    return frame;
+  }
   ++dropped_;
-  warnOfSize(unit);
+  if (!warned_) warnOfSize(unit);
+  warned_ = true;
   return frame;
 }
 

@@ -16,8 +16,8 @@
  * Owns: the stamps of its stream; the input belongs to the caller and must outlive it.
  * Threads: one thread at a time for each object.
  * Blocks: next() as MediaInput::read().
- * Errors: next() throws MediaError as MediaInput::read(); dropped pictures and jumps of the
- *   source's clock are warnings in the log.
+ * Errors: next() throws MediaError as MediaInput::read(). Dropped pictures are a warning in the
+ * log, one until a frame is stored again; a jump of the source's clock is one too.
  */
 class FrameSource {
  public:
@@ -42,5 +42,6 @@ class FrameSource {
   FrameStamper stamper_;
   bool needsKey_ = true;
   bool started_ = false;
+  bool warned_ = false;  // of the size, since the last frame
   std::uint64_t dropped_ = 0;
 };

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <string_view>
 
 #include "host/media/LibAv.h"
 #include "host/media/MediaError.h"
@@ -115,12 +116,21 @@ void MediaSource::open(const std::string& url) {
   int result = avformat_open_input(&format, url.c_str(), nullptr, options.get());
   handles_->format.reset(format);  // null after a failure
   if (result >= 0) {
+    useArrivalTimes();
     startWaiting();
     result = avformat_find_stream_info(format, nullptr);
   }
   if (result >= 0 && !stop_.requested()) return;
   if (stop_.requested()) throw MediaError("opening " + name_ + " was stopped", "start it again");
   throw MediaError("cannot open " + name_ + ": " + flaw(result), adviceFor(result, network_));
+}
+
+// A camera's row of JPEG pictures over HTTP carries no times; counting at some rate would be wrong.
+void MediaSource::useArrivalTimes() {
+  AVFormatContext& format = *handles_->format;
+  if (!network_ || std::string_view(format.iformat->name) != "mpjpeg") return;
+  format.use_wallclock_as_timestamps = 1;
+  info_.live = true;
 }
 
 void MediaSource::chooseStream() {

@@ -62,6 +62,7 @@ class MediaSource {
   struct Handles;
 
   void open(const std::string& url);
+  void useArrivalTimes();
   void chooseStream();
   void describeStream();
   void startWaiting();

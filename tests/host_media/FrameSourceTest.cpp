@@ -121,6 +121,16 @@ TEST_F(FrameSourceTest, JpegPictureBehindADroppedOneIsStored) {
   EXPECT_TRUE(frame_.isJpeg());
 }
 
+TEST_F(FrameSourceTest, RowOfTooLargePicturesIsOneWarning) {
+  open("a.mkv");
+  for (int i = 0; i < 5; ++i) EXPECT_FALSE(offer(MOST + 1, true));
+  EXPECT_EQ(log_.lines().size(), 1U);
+  EXPECT_TRUE(offer(100, true));
+  EXPECT_FALSE(offer(MOST + 1, true));
+  EXPECT_EQ(log_.lines().size(), 2U);
+  EXPECT_EQ(source_->droppedPictures(), 6U);
+}
+
 TEST_F(FrameSourceTest, JumpOfTheSourcesClockIsAWarning) {
   const TempDir dir;
   const std::string once = TestClip::make(dir.path() + "/a.ts");

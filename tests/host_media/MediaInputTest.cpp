@@ -105,7 +105,13 @@ TEST_F(MediaInputTest, SetsInTheStreamAreNotDoubled) {
 TEST_F(MediaInputTest, KeyFramesOfARecoveryPointGetTheParameterSets) {
   Form form = H264_B;
   form.encoderOptions = "-x264-params slices=1:open-gop=1";
-  expectSetsInKeyFrames(clip("a.mkv", form), MediaCodec::H264, 5);
+  const std::string url = clip("a.mkv", form);
+  expectSetsInKeyFrames(url, MediaCodec::H264, 5);
+  unsigned int instantRefreshes = 0;
+  for (const StoredUnit& unit : unitsOf(url)) {
+    for (const auto& nalUnit : nalUnitsOf(unit.bytes)) instantRefreshes += (nalUnit[0] & 0x1F) == 5;
+  }
+  EXPECT_EQ(instantRefreshes, 1U);
 }
 
 TEST_F(MediaInputTest, SetsStandBehindTheDelimiterWhenTheyAreAdded) {

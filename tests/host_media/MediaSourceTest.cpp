@@ -2,9 +2,11 @@
 
 #include <gmock/gmock.h>
 
+#include <ctime>
 #include <fstream>
 
 #include "host/media/MediaError.h"
+#include "tests/host_media/TestHttpServer.h"
 #include "tests/support/TempDir.h"
 #include "tests/support/TestClip.h"
 
@@ -84,6 +86,24 @@ TEST_F(MediaSourceTest, PasswordIsNeverShown) {
   const std::string error = errorOf("rtsp://user:p@ss@127.0.0.1:1/live@2");
   EXPECT_THAT(error, testing::HasSubstr("rtsp://127.0.0.1:1/live@2"));
   EXPECT_THAT(error, Not(testing::HasSubstr("ss@")));
+}
+
+TEST_F(MediaSourceTest, PicturesOverHttpHaveTheTimeOfTheirArrival) {
+  const std::string clip = TestClip::make(path_ + "/a.mjpeg", {.codec = "mjpeg"});
+  TestClip::ffmpeg("-i " + clip + " -c copy -f mpjpeg " + path_ + "/a.multipart");
+  const TestHttpServer camera(path_ + "/a.multipart", "multipart/x-mixed-replace;boundary=ffmpeg");
+  const std::int64_t before = std::time(nullptr);
+  MediaSource source(camera.url(), stop_);
+  EXPECT_TRUE(source.info().live);
+  ASSERT_TRUE(source.next());
+  EXPECT_GE(source.ptsUs().value_or(0) / 1'000'000, before);
+}
+
+TEST_F(MediaSourceTest, FileOverHttpIsPacedByItsOwnTimes) {
+  const TestHttpServer server(TestClip::make(path_ + "/a.ts"), "video/mp2t");
+  const MediaSource source(server.url(), stop_);
+  EXPECT_FALSE(source.info().live);
+  EXPECT_EQ(source.info().width, 160);
 }
 
 TEST_F(MediaSourceTest, StopRequestEndsOpening) {

@@ -69,6 +69,7 @@ TEST_F(RtspTest, PicturesWithBFramesKeepTheirTimes) {
 TEST_F(RtspTest, DataComesOverTcp) {
   const TestRtspServer camera(clip("a.mp4"), TestRtspServer::PlayAndClose);
   EXPECT_EQ(unitsOf(camera.url()).size(), 50U);
+  camera.awaitSent();
   EXPECT_THAT(camera.transport(), HasSubstr("RTP/AVP/TCP"));
 }
 

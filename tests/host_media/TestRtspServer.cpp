@@ -1,6 +1,5 @@
 #include "tests/host_media/TestRtspServer.h"
 
-#include <arpa/inet.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
@@ -10,24 +9,14 @@
 
 namespace {
 
-void sendAll(int socket, const void* bytes, size_t size) {
-  const char* from = static_cast<const char*>(bytes);
-  while (size != 0) {
-    const ssize_t n = send(socket, from, size, MSG_NOSIGNAL);
-    if (n <= 0) return;
-    from += n;
-    size -= static_cast<size_t>(n);
-  }
-}
-
 // One RTP or RTCP packet, framed for the channel that was agreed on.
 int sendPacket(void* socket, uint8_t* packet, int size) {
   const bool rtcp = size > 1 && packet[1] >= 200 && packet[1] <= 204;
   const unsigned char head[] = {'$', static_cast<unsigned char>(rtcp ? 1 : 0),
                                 static_cast<unsigned char>(size >> 8),
                                 static_cast<unsigned char>(size)};
-  sendAll(*static_cast<int*>(socket), head, sizeof(head));
-  sendAll(*static_cast<int*>(socket), packet, static_cast<size_t>(size));
+  TestListener::sendAll(*static_cast<int*>(socket), head, sizeof(head));
+  TestListener::sendAll(*static_cast<int*>(socket), packet, static_cast<size_t>(size));
   return size;
 }
 
@@ -60,6 +49,7 @@ class RtpStream {
   RtpStream(const RtpStream&) = delete;
   RtpStream& operator=(const RtpStream&) = delete;
   ~RtpStream() {
+    av_write_trailer(rtp_);
     av_freep(&rtp_->pb->buffer);
     avio_context_free(&rtp_->pb);
     avformat_free_context(rtp_);
@@ -90,32 +80,16 @@ class RtpStream {
 
 TestRtspServer::TestRtspServer(const std::string& clip, Behaviour behaviour)
     : clip_(clip), behaviour_(behaviour), sdp_(RtpStream(clip, &client_).sdp()) {
-  sockaddr_in address{};
-  address.sin_family = AF_INET;
-  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
-  listener_ = socket(AF_INET, SOCK_STREAM, 0);
-  if (bind(listener_, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0 ||
-      listen(listener_, 1) != 0) {
-    throw std::runtime_error("cannot listen");
-  }
   thread_ = std::thread([this] { serve(); });
 }
 
 TestRtspServer::~TestRtspServer() {
-  shutdown(listener_, SHUT_RDWR);
+  listener_.end();
   thread_.join();
-  close(listener_);
-}
-
-std::string TestRtspServer::url() const {
-  sockaddr_in address{};
-  socklen_t size = sizeof(address);
-  getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &size);
-  return "rtsp://127.0.0.1:" + std::to_string(ntohs(address.sin_port)) + "/live";
 }
 
 void TestRtspServer::serve() {
-  while ((client_ = accept(listener_, nullptr, nullptr)) >= 0) {
+  while ((client_ = listener_.accept()) >= 0) {
     connected_ = true;
     connected_.notify_all();
     converse();
@@ -135,7 +109,7 @@ void TestRtspServer::converse() {
     const std::string request = received.substr(0, end + 2);
     received.erase(0, end + 4);
     const std::string answer = answerTo(request);
-    sendAll(client_, answer.data(), answer.size());
+    TestListener::sendAll(client_, answer.data(), answer.size());
     if (!request.starts_with("PLAY")) continue;
     sendClip();
     if (behaviour_ == PlayAndClose) return;

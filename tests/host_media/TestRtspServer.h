@@ -4,6 +4,8 @@
 #include <string>
 #include <thread>
 
+#include "tests/host_media/TestListener.h"
+
 /**
  * A camera on the loopback interface: an RTSP server that sends the video of a clip to each client,
  * RTP interleaved in the TCP connection. libavformat makes the RTP packets; the RTSP part is here.
@@ -26,7 +28,7 @@ class TestRtspServer {
   TestRtspServer& operator=(const TestRtspServer&) = delete;
   ~TestRtspServer();
 
-  [[nodiscard]] std::string url() const;
+  [[nodiscard]] std::string url() const { return "rtsp://" + listener_.address() + "/live"; }
   /** Blocks until a client has been sent the whole clip. */
   void awaitSent() const { sent_.wait(false); }
   /** Blocks until a client is connected. */
@@ -40,12 +42,12 @@ class TestRtspServer {
   [[nodiscard]] std::string answerTo(const std::string& request);
   void sendClip();
 
+  int client_ = -1;
   std::string clip_;
   Behaviour behaviour_;
   std::string sdp_;
   std::string transport_;
-  int listener_ = -1;
-  int client_ = -1;
+  TestListener listener_;
   std::atomic<bool> sent_{false};
   std::atomic<bool> connected_{false};
   std::thread thread_;
