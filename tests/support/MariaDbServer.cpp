@@ -123,7 +123,7 @@ void MariaDbServer::install() {
   const int status = awaitEnd(
       spawn({program("mariadb-install-db"), "--no-defaults", "--datadir=" + dir_ + "/data",
              "--auth-root-authentication-method=socket", "--auth-root-socket-user=" + user_,
-             "--skip-test-db", "--user=" + user_, "--innodb-log-file-size=4M"},
+             "--skip-test-db", "--user=" + user_, "--innodb-log-file-size=4M", "--tmpdir=" + dir_},
             output));
   if (status != 0) throw std::runtime_error("mariadb-install-db failed: " + contents(output));
 }
@@ -139,6 +139,7 @@ std::vector<std::string> MariaDbServer::serverArguments() const {
           "--no-defaults",
           "--user=" + user_,
           "--datadir=" + dir_ + "/data",
+          "--tmpdir=" + dir_,  // a server that starts removes the temporary tables it finds there
           "--socket=" + socketPath(),
           "--pid-file=" + dir_ + "/pid",
           "--skip-networking",
