@@ -5,6 +5,7 @@
 
 #include "host/HostContext.h"
 #include "host/HostError.h"
+#include "host/media/MediaError.h"
 
 namespace {
 
@@ -78,6 +79,9 @@ int CommandLine::run(int argc, const char* const* argv, HostContext& context) {
   } catch (const HostError& error) {
     context.err() << "ktr: " << error.what() << std::endl;
     return error.status();
+  } catch (const MediaError& error) {
+    context.err() << "ktr: " << error.what() << std::endl;
+    return HostError::Failed;
   } catch (const std::exception& error) {
     context.err() << "ktr: " << error.what() << ": this is a fault of ktr, please report it"
                   << std::endl;

@@ -31,7 +31,8 @@ std::string joinComponents(const std::string& path) {
 }  // namespace
 
 StorageRoot StorageRoot::parse(const std::string& text, const std::string& currentDirectory) {
-  if (text.empty()) throw usageError("no storage root is given", "name a directory with --root DIR");
+  if (text.empty())
+    throw usageError("no storage root is given", "name a directory with --root DIR");
   const std::string whole = text.front() == '/' ? text : currentDirectory + "/" + text;
   if (!std::all_of(whole.begin(), whole.end(), isPathCharacter)) {
     refuse(whole, "it has a character that is none of letters, digits and /._-",

@@ -15,13 +15,17 @@ MediaFile::MediaFile(const std::string& path) : path_(path) {
 }
 
 MediaFile::~MediaFile() {
-  if (context_ == nullptr) return;
-  const bool untouched = avio_tell(context_) == 0;
-  avio_closep(&context_);
+  static_cast<void>(closeFile());
+}
+
+int MediaFile::closeFile() {
+  const bool untouched = context_ != nullptr && avio_tell(context_) == 0;
+  const int result = avio_closep(&context_);
   std::error_code ignored;
   if (untouched && path_ != "-" && std::filesystem::is_regular_file(path_, ignored)) {
     std::filesystem::remove(path_, ignored);
   }
+  return result;
 }
 
 void MediaFile::check(int result) const {
@@ -38,5 +42,5 @@ void MediaFile::close() {
   if (context_ == nullptr) return;
   avio_flush(context_);
   check(0);
-  check(avio_closep(&context_));
+  check(closeFile());
 }

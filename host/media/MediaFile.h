@@ -28,6 +28,8 @@ class MediaFile {
   void close();
 
  private:
+  [[nodiscard]] int closeFile();
+
   std::string path_;
   AVIOContext* context_ = nullptr;
 };

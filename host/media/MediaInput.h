@@ -39,7 +39,6 @@ class MediaInput {
   MediaInput(const std::string& url, const Options& options);
   MediaInput(const MediaInput&) = delete;
   MediaInput& operator=(const MediaInput&) = delete;
-  ~MediaInput();
 
   /** The source, without the password that its URL may hold: fit for messages. */
   [[nodiscard]] const std::string& name() const { return source_.name(); }

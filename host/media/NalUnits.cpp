@@ -27,8 +27,6 @@ bool NalUnits::next() {
   do {
     if (nextStart_ == bytes_.size()) return false;
     begin_ = nextStart_ + START_CODE_SIZE;
-    // The fourth byte of a long start code belongs to it, not to the unit before.
-    startCode_ = nextStart_ > end_ && bytes_[nextStart_ - 1] == 0 ? nextStart_ - 1 : nextStart_;
     nextStart_ = findStartCode(begin_);
     end_ = nextStart_;
     while (end_ > begin_ && bytes_[end_ - 1] == 0) --end_;

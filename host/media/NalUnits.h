@@ -26,9 +26,6 @@ class NalUnits {
   [[nodiscard]] bool next();
   /** The current unit without its start code; never empty after next() was true. */
   [[nodiscard]] MediaBytes unit() const { return bytes_.subspan(begin_, end_ - begin_); }
-  /** Offset in bytes at which the current unit's start code begins. */
-  [[nodiscard]] size_t startOffset() const { return startCode_; }
-
   /** The kind of a NAL unit of H.264 or H.265. */
   [[nodiscard]] static NalKind kindOf(MediaCodec codec, MediaBytes unit);
 
@@ -36,7 +33,6 @@ class NalUnits {
   [[nodiscard]] size_t findStartCode(size_t from) const;
 
   MediaBytes bytes_;
-  size_t startCode_ = 0;
   size_t begin_ = 0;
   size_t end_ = 0;
   size_t nextStart_ = 0;

@@ -63,11 +63,8 @@ std::string clientPart(const ServerPaths& paths, const std::string& user) {
 
 std::string serverPart(const ServerPaths& paths, bool runAsRoot) {
   std::string text = "\n[mariadbd]\ndatadir = " + paths.dataDirectory() +
-                     "\nsocket = " + paths.socket() + "\npid-file = " + paths.pidFile() +
-                     "\nlog-error = " + paths.errorLog() +
-                     "\n# Of its own: a server that starts removes the temporary tables it finds "
-                     "there,\n# those of another server that is running as well.\ntmpdir = " +
-                     paths.directory() + "\n";
+                     "\ntmpdir = " + paths.temporaryDirectory() + "\nsocket = " + paths.socket() +
+                     "\npid-file = " + paths.pidFile() + "\nlog-error = " + paths.errorLog() + "\n";
   if (runAsRoot) text += "# The server refuses to run as root unless it is told to.\nuser = root\n";
   return text + SERVER_SETTINGS;
 }

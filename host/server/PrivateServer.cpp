@@ -86,7 +86,8 @@ void PrivateServer::setUp() const {
   const ProcessLaunch setup(
       {"mariadb-install-db", "--no-defaults", "--auth-root-authentication-method=socket",
        "--auth-root-socket-user=" + user, "--user=" + user, "--skip-test-db",
-       "--innodb-log-file-size=16M", "--datadir=" + attempt, "--tmpdir=" + paths_.directory()},
+       "--innodb-log-file-size=16M", "--tmpdir=" + paths_.temporaryDirectory(),
+       "--datadir=" + attempt},
       paths_.setupLog());
   std::error_code error;
   if (setup.runAndWait() == 0) fs::rename(attempt, paths_.dataDirectory(), error);

@@ -24,6 +24,12 @@ void refuseForeignDirectory(const std::string& directory) {
   }
 }
 
+void makePrivate(const std::string& directory) {
+  if (mkdir(directory.c_str(), 0700) != 0 && errno != EEXIST) {
+    throw systemFailure("cannot make " + directory, "check the owner and the rights of its place");
+  }
+}
+
 }  // namespace
 
 ServerPaths::ServerPaths(const StorageRoot& root)
@@ -45,10 +51,9 @@ void ServerPaths::prepare() const {
     throw failure("cannot make the storage root " + root_ + " (" + error.message() + ")",
                   "check the owner and the rights of its place");
   }
-  if (mkdir(directory_.c_str(), 0700) != 0 && errno != EEXIST) {
-    throw systemFailure("cannot make " + directory_, "check the owner and the rights of its place");
-  }
+  makePrivate(directory_);
   refuseForeignDirectory(directory_);
+  makePrivate(temporaryDirectory());
 }
 
 bool ServerPaths::exists() const {

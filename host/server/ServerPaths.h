@@ -28,6 +28,11 @@ class ServerPaths {
   [[nodiscard]] const std::string& root() const { return root_; }
   [[nodiscard]] const std::string& directory() const { return directory_; }
   [[nodiscard]] std::string dataDirectory() const { return directory_ + "/data"; }
+  /**
+   * For temporary tables. A server that starts deletes all such tables that it finds in its place
+   * for them, so no two servers may share one.
+   */
+  [[nodiscard]] std::string temporaryDirectory() const { return directory_ + "/tmp"; }
   [[nodiscard]] std::string optionFile() const { return directory_ + "/my.cnf"; }
   [[nodiscard]] std::string socket() const { return directory_ + "/server.sock"; }
   [[nodiscard]] std::string pidFile() const { return directory_ + "/server.pid"; }

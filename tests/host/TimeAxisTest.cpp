@@ -29,7 +29,7 @@ TEST_F(TimeAxisTest, ShowsSecondsOfAShortTime) {
 
 TEST_F(TimeAxisTest, ShowsTheDayWhenThereAreSeveral) {
   const TimeAxis axis(TEN, TEN + 86400, 60);
-  EXPECT_EQ("     01-02 12:00                   01-03 00:00", axis.labels());
+  EXPECT_EQ("     01-02 12:00    01-02 18:00    01-03 00:00", axis.labels());
 }
 
 TEST_F(TimeAxisTest, ShowsDaysOfALongTime) {

@@ -1,0 +1,168 @@
+#include "tests/host_media/TestRtspServer.h"
+
+#include <arpa/inet.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <stdexcept>
+
+#include "host/media/LibAv.h"
+
+namespace {
+
+void sendAll(int socket, const void* bytes, size_t size) {
+  const char* from = static_cast<const char*>(bytes);
+  while (size != 0) {
+    const ssize_t n = send(socket, from, size, MSG_NOSIGNAL);
+    if (n <= 0) return;
+    from += n;
+    size -= static_cast<size_t>(n);
+  }
+}
+
+// One RTP or RTCP packet, framed for the channel that was agreed on.
+int sendPacket(void* socket, uint8_t* packet, int size) {
+  const bool rtcp = size > 1 && packet[1] >= 200 && packet[1] <= 204;
+  const unsigned char head[] = {'$', static_cast<unsigned char>(rtcp ? 1 : 0),
+                                static_cast<unsigned char>(size >> 8),
+                                static_cast<unsigned char>(size)};
+  sendAll(*static_cast<int*>(socket), head, sizeof(head));
+  sendAll(*static_cast<int*>(socket), packet, static_cast<size_t>(size));
+  return size;
+}
+
+std::string fieldOf(const std::string& request, const std::string& name) {
+  const size_t at = request.find("\r\n" + name + ": ");
+  if (at == std::string::npos) return "";
+  const size_t begin = at + name.size() + 4;
+  return request.substr(begin, request.find("\r\n", begin) - begin);
+}
+
+/** The clip on its way into RTP. */
+class RtpStream {
+ public:
+  RtpStream(const std::string& clip, int* socket) {
+    AVFormatContext* opened = nullptr;
+    if (avformat_open_input(&opened, clip.c_str(), nullptr, nullptr) < 0 ||
+        avformat_find_stream_info(opened, nullptr) < 0 ||
+        avformat_alloc_output_context2(&rtp_, nullptr, "rtp", nullptr) < 0) {
+      throw std::runtime_error("cannot serve " + clip);
+    }
+    input_.reset(opened);
+    stream_ = avformat_new_stream(rtp_, nullptr);
+    avcodec_parameters_copy(stream_->codecpar, opened->streams[0]->codecpar);
+    const int packetSize = 1400;
+    rtp_->pb = avio_alloc_context(static_cast<unsigned char*>(av_malloc(packetSize)), packetSize, 1,
+                                  socket, nullptr, sendPacket, nullptr);
+    rtp_->pb->max_packet_size = packetSize;
+    if (avformat_write_header(rtp_, nullptr) < 0) throw std::runtime_error("no RTP for " + clip);
+  }
+  RtpStream(const RtpStream&) = delete;
+  RtpStream& operator=(const RtpStream&) = delete;
+  ~RtpStream() {
+    av_freep(&rtp_->pb->buffer);
+    avio_context_free(&rtp_->pb);
+    avformat_free_context(rtp_);
+  }
+
+  std::string sdp() {
+    char text[4096] = "";
+    av_sdp_create(&rtp_, 1, text, sizeof(text));
+    return text;
+  }
+
+  void sendAll() {
+    const LibAvOwner<AVPacket> packet(av_packet_alloc());
+    while (av_read_frame(input_.get(), packet.get()) == 0) {
+      av_packet_rescale_ts(packet.get(), input_->streams[0]->time_base, stream_->time_base);
+      av_write_frame(rtp_, packet.get());
+      av_packet_unref(packet.get());
+    }
+  }
+
+ private:
+  LibAvOwner<AVFormatContext> input_;
+  AVFormatContext* rtp_ = nullptr;
+  AVStream* stream_ = nullptr;
+};
+
+}  // namespace
+
+TestRtspServer::TestRtspServer(const std::string& clip, Behaviour behaviour)
+    : clip_(clip), behaviour_(behaviour), sdp_(RtpStream(clip, &client_).sdp()) {
+  sockaddr_in address{};
+  address.sin_family = AF_INET;
+  address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+  listener_ = socket(AF_INET, SOCK_STREAM, 0);
+  if (bind(listener_, reinterpret_cast<sockaddr*>(&address), sizeof(address)) != 0 ||
+      listen(listener_, 1) != 0) {
+    throw std::runtime_error("cannot listen");
+  }
+  thread_ = std::thread([this] { serve(); });
+}
+
+TestRtspServer::~TestRtspServer() {
+  shutdown(listener_, SHUT_RDWR);
+  thread_.join();
+  close(listener_);
+}
+
+std::string TestRtspServer::url() const {
+  sockaddr_in address{};
+  socklen_t size = sizeof(address);
+  getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &size);
+  return "rtsp://127.0.0.1:" + std::to_string(ntohs(address.sin_port)) + "/live";
+}
+
+void TestRtspServer::serve() {
+  while ((client_ = accept(listener_, nullptr, nullptr)) >= 0) {
+    connected_ = true;
+    connected_.notify_all();
+    converse();
+    close(client_);
+  }
+}
+
+// Answers until the client or, after the clip, the camera hangs up.
+void TestRtspServer::converse() {
+  std::string received;
+  char part[4096];
+  for (ssize_t n = 0; (n = recv(client_, part, sizeof(part), 0)) > 0;) {
+    if (behaviour_ == NeverAnswer) continue;
+    received.append(part, static_cast<size_t>(n));
+    const size_t end = received.find("\r\n\r\n");
+    if (end == std::string::npos || sent_) continue;
+    const std::string request = received.substr(0, end + 2);
+    received.erase(0, end + 4);
+    const std::string answer = answerTo(request);
+    sendAll(client_, answer.data(), answer.size());
+    if (!request.starts_with("PLAY")) continue;
+    sendClip();
+    if (behaviour_ == PlayAndClose) return;
+  }
+}
+
+std::string TestRtspServer::answerTo(const std::string& request) {
+  const std::string sequence = "CSeq: " + fieldOf(request, "CSeq") + "\r\n";
+  if (behaviour_ == WantsPassword && fieldOf(request, "Authorization").empty()) {
+    return "RTSP/1.0 401 Unauthorized\r\n" + sequence +
+           "WWW-Authenticate: Basic realm=\"camera\"\r\n\r\n";
+  }
+  std::string answer = "RTSP/1.0 200 OK\r\n" + sequence;
+  if (request.starts_with("DESCRIBE")) {
+    return answer +
+           "Content-Type: application/sdp\r\nContent-Length: " + std::to_string(sdp_.size()) +
+           "\r\n\r\n" + sdp_;
+  }
+  if (request.starts_with("SETUP")) {
+    transport_ = fieldOf(request, "Transport");
+    answer += "Transport: RTP/AVP/TCP;unicast;interleaved=0-1\r\n";
+  }
+  return answer + "Session: 1\r\n\r\n";
+}
+
+void TestRtspServer::sendClip() {
+  RtpStream(clip_, &client_).sendAll();
+  sent_ = true;
+  sent_.notify_all();
+}
