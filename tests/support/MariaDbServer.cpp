@@ -136,12 +136,12 @@ void MariaDbServer::removeDirectory() {
 void MariaDbServer::install() {
   const std::string output = dir_ + "/install.log";
   std::filesystem::create_directory(temporaryFiles());
-  const int status =
-      awaitEnd(spawn({program("mariadb-install-db"), "--no-defaults", "--datadir=" + dir_ + "/data",
-                      "--auth-root-authentication-method=socket",
-                      "--auth-root-socket-user=" + user_, "--skip-test-db", "--user=" + user_,
-                      "--tmpdir=" + temporaryFiles(), "--innodb-log-file-size=4M"},
-                     output));
+  const int status = awaitEnd(
+      spawn({program("mariadb-install-db"), "--no-defaults", "--datadir=" + dir_ + "/data",
+             "--auth-root-authentication-method=socket", "--auth-root-socket-user=" + user_,
+             "--skip-test-db", "--user=" + user_, "--tmpdir=" + temporaryFiles(),
+             "--innodb-log-file-size=4M", "--debug-no-sync"},
+            output));
   if (status != 0) throw std::runtime_error("mariadb-install-db failed: " + contents(output));
 }
 
@@ -162,11 +162,11 @@ std::vector<std::string> MariaDbServer::serverArguments() const {
           "--pid-file=" + dir_ + "/pid",
           "--skip-networking",
           "--skip-log-bin",
+          "--debug-no-sync",
           "--general-log=1",
           "--general-log-file=" + dir_ + "/general.log",
           "--innodb-buffer-pool-size=8M",
           "--innodb-log-file-size=4M",
-          "--innodb-flush-method=nosync",
           "--innodb-flush-log-at-trx-commit=2",  // a killed server keeps what was committed
           "--aria-pagecache-buffer-size=1M",
           "--key-buffer-size=1M"};
