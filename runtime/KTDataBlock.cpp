@@ -1,5 +1,7 @@
 #include "runtime/KTDataBlock.h"
 
+#include <sys/mman.h>
+
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
@@ -18,23 +20,44 @@ struct alignas(std::max_align_t) KTDataBlock::Storage {
   unsigned char* bytes() { return reinterpret_cast<unsigned char*>(this + 1); }
   [[nodiscard]] bool isShared() const { return users.load(std::memory_order_acquire) != 1; }
 
+  // Large blocks come zeroed from the kernel, page by page as they are touched. The heap promises
+  // neither: it hands pages of freed blocks out again, and those are resident.
+  static bool isMapped(unsigned int n) { return n >= MAPPED_SIZE; }
+
   static Storage* create(unsigned int n) {
-    // malloc and not operator new[]: large buffers come untouched from the kernel and cost no
-    // memory until they are used.
-    void* raw = std::malloc(sizeof(Storage) + n);
-    if (raw == nullptr) throw std::bad_alloc();
+    void* raw = isMapped(n) ? mmap(nullptr, sizeof(Storage) + n, PROT_READ | PROT_WRITE,
+                                   MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)
+                            : std::malloc(sizeof(Storage) + n);
+    if (raw == nullptr || raw == MAP_FAILED) throw std::bad_alloc();
     return new (raw) Storage(n);
   }
+
+  void destroy() {
+    const unsigned int n = capacity;
+    this->~Storage();
+    if (isMapped(n)) {
+      munmap(this, sizeof(Storage) + n);
+    } else {
+      std::free(this);
+    }
+  }
+
+ private:
+  static constexpr unsigned int MAPPED_SIZE = 1U << 20;
 };
 
 KTDataBlock::KTDataBlock(unsigned int n) : size(n), data(nullptr), storage_(nullptr) {
   if (n == 0) return;
   storage_ = Storage::create(n);
+  if (!Storage::isMapped(n)) std::memset(storage_->bytes(), 0, n);
   data = storage_->bytes();
 }
 
-KTDataBlock::KTDataBlock(const unsigned char* p, unsigned int n) : KTDataBlock(n) {
-  if (n != 0) std::memcpy(storage_->bytes(), p, n);
+KTDataBlock::KTDataBlock(const unsigned char* p, unsigned int n) : KTDataBlock() {
+  if (n == 0) return;
+  moveTo(n);
+  std::memcpy(storage_->bytes(), p, n);
+  size = n;
 }
 
 KTDataBlock::KTDataBlock(const KTDataBlock& other) noexcept
@@ -65,10 +88,7 @@ KTDataBlock::~KTDataBlock() {
 
 void KTDataBlock::release() {
   if (storage_ == nullptr) return;
-  if (storage_->users.fetch_sub(1, std::memory_order_acq_rel) == 1) {
-    storage_->~Storage();
-    std::free(storage_);
-  }
+  if (storage_->users.fetch_sub(1, std::memory_order_acq_rel) == 1) storage_->destroy();
   storage_ = nullptr;
 }
 
@@ -91,8 +111,14 @@ void KTDataBlock::clear() {
   size = 0;
 }
 
+// Room for n bytes with a half as much to spare, so that repeated growth copies each byte a few
+// times only.
+void KTDataBlock::growTo(unsigned int n) {
+  if (ownRoom() < n) moveTo(std::max(n, size + size / 2));
+}
+
 void KTDataBlock::resize(unsigned int n) {
-  if (n > size) reserve(n);
+  if (n > size) growTo(n);
   size = n;
 }
 
@@ -101,7 +127,9 @@ void KTDataBlock::reserve(unsigned int n) {
 }
 
 void KTDataBlock::replace(unsigned int offset, const KTDataBlock& b) {
-  if (b.size != 0) std::memmove(writable() + offset, b.data, b.size);
+  if (b.size == 0) return;
+  unsigned char* own = writable();  // first: b may be this block
+  std::memmove(own + offset, b.data, b.size);
 }
 
 void KTDataBlock::setData(const unsigned char* p, unsigned int n) {
@@ -137,7 +165,7 @@ KTDataBlock& KTDataBlock::operator+=(const KTDataBlock& b) {
   const unsigned int oldSize = size;
   if (added.size > std::numeric_limits<unsigned int>::max() - oldSize) throw std::bad_alloc();
   const unsigned int needed = oldSize + added.size;
-  if (ownRoom() < needed) moveTo(std::max(needed, oldSize + oldSize / 2));
+  growTo(needed);
   size = needed;
   if (added.size != 0) std::memcpy(writable() + oldSize, added.data, added.size);
   return *this;

@@ -22,7 +22,10 @@ class KTR_API KTDataBlock {
   /** First byte, or null while no byte was ever stored. Valid until the block is changed. */
   const unsigned char* data;
 
-  /** A block of n bytes whose values are unspecified; n = 0 gives the empty block. */
+  /**
+   * A block of n zero bytes; n = 0 gives the empty block. Pages of a block of 1 MiB or more become
+   * resident only when they are touched.
+   */
   explicit KTDataBlock(unsigned int n = 0);
   /** A block that holds a copy of the n bytes at p. */
   KTDataBlock(const unsigned char* p, unsigned int n);
@@ -34,7 +37,10 @@ class KTR_API KTDataBlock {
 
   /** Size becomes 0; the room is kept for later use. */
   void clear();
-  /** Size becomes n; the first min(old, n) bytes are kept, new bytes are unspecified. */
+  /**
+   * Size becomes n; the first min(old, n) bytes are kept, new bytes are unspecified. Growth leaves
+   * room to spare, so that growing bit by bit stays cheap.
+   */
   void resize(unsigned int n);
   /** Makes room for n bytes without changing the size. */
   void reserve(unsigned int n);
@@ -59,6 +65,7 @@ class KTR_API KTDataBlock {
 
   void release();
   void moveTo(unsigned int capacity);
+  void growTo(unsigned int n);
   [[nodiscard]] unsigned int ownRoom() const;
 
   Storage* storage_;

@@ -45,7 +45,8 @@ class KTR_API KTFile {
   int read(KTDataBlock& b, unsigned int n);
   /** Writes the first n bytes of b: n, or -1 when not all could be written (position unchanged). */
   int write(const KTDataBlock& b, unsigned int n);
-  [[nodiscard]] long pos() const { return pos_; }
+  /** The current position; 0 while closed. */
+  [[nodiscard]] long pos() const { return opened() ? pos_ : 0; }
   /** Moves to an absolute position: 0, or -1 for a closed file or a negative position. */
   int pos(long p);
   /** Closes the file and deletes it from disk: 0, or -1. */

@@ -40,7 +40,7 @@ bool KTMessageQueue::enabled() const {
   return enabled_;
 }
 
-unsigned int KTMessageQueue::length() const {
+unsigned int KTMessageQueue::size() const {
   const std::lock_guard lock(mutex_);
   return static_cast<unsigned int>(urgent_.size() + normal_.size());
 }

@@ -34,8 +34,9 @@ class KTR_API KTMessageQueue {
   /** Refuses further messages and wakes every waiting reader. */
   void disable();
   [[nodiscard]] bool enabled() const;
-  [[nodiscard]] bool empty() const { return length() == 0; }
-  [[nodiscard]] unsigned int length() const;
+  [[nodiscard]] bool empty() const { return size() == 0; }
+  /** Messages in the queue. */
+  [[nodiscard]] unsigned int size() const;
 
  private:
   mutable std::mutex mutex_;

@@ -33,13 +33,13 @@ KTRVideoFrame::KTRVideoFrame() = default;
 KTRVideoFrame::~KTRVideoFrame() = default;
 
 bool KTRVideoFrame::parse(const KTDataBlock& data) {
+  clear();
   block_ = data;
-  nextOffset_ = 0;
   return next();
 }
 
 bool KTRVideoFrame::next() {
-  if (nextOffset_ < block_.size) return take();
+  if (nextOffset_ < block_.size && !refused_) return take();
   frame_ = KTDataBlock();
   return false;
 }
@@ -57,7 +57,8 @@ bool KTRVideoFrame::take() {
 bool KTRVideoFrame::refuse(const char* reason) {
   KTLogger::instance()->log(KTLogger::Warning, "[ KTRVideoFrame ] %u bytes dropped at byte %u: %s",
                             block_.size - nextOffset_, nextOffset_, reason);
-  clear();
+  frame_ = KTDataBlock();
+  refused_ = true;
   return false;
 }
 
@@ -65,6 +66,7 @@ void KTRVideoFrame::clear() {
   block_ = KTDataBlock();
   frame_ = KTDataBlock();
   nextOffset_ = 0;
+  refused_ = false;
 }
 
 Format::Kind KTRVideoFrame::kind() const {

@@ -9,8 +9,9 @@
 /**
  * Walks the frames of one committed message: the parser of docs/format/frame.md, for video, JPEG
  * and audio frames alike. It checks all that it reads: a frame of an unknown kind, one whose length
- * runs past the message and one larger than a stored frame may be end the walk; the rest of that
- * message is dropped with one warning that says why. A frame never spans two messages.
+ * runs past the message and one larger than a stored frame may be end the walk, with one warning
+ * that says why. The rest of that message yields no frame; it counts as unparsed until the next
+ * parse() or clear(). A frame never spans two messages.
  *
  * Owns: the message's bytes, shared with the block that was parsed; nothing is copied.
  * Threads: one thread at a time for each object.
@@ -44,7 +45,7 @@ class KTR_API KTRVideoFrame : public KTRDynamicDataBlock {
   [[nodiscard]] std::int32_t compositionOffset() const;
   /** The media bytes: what follows the head and the composition offset. */
   [[nodiscard]] KTDataBlock payload() const;
-  /** Bytes of the message behind the current frame. */
+  /** Bytes of the message that no frame was taken from yet, those of a refused rest included. */
   [[nodiscard]] unsigned int unparsedSize() const { return block_.size - nextOffset_; }
 
  private:
@@ -54,4 +55,5 @@ class KTR_API KTRVideoFrame : public KTRDynamicDataBlock {
 
   KTDataBlock frame_;
   unsigned int nextOffset_ = 0;
+  bool refused_ = false;  // what is left of the message holds no sound frame
 };

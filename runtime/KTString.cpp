@@ -73,11 +73,13 @@ KTPair<KTString, KTString> KTString::split(const KTString& sep) const {
 
 KTString& KTString::replace(const KTString& from, const KTString& to, bool all) {
   if (from.empty()) return *this;
-  size_t at = text_.find(from.text_);
+  const std::string wanted = from.text_;  // copies: each may be this string's own text
+  const std::string put = to.text_;
+  size_t at = text_.find(wanted);
   while (at != std::string::npos) {
-    text_.replace(at, from.text_.size(), to.text_);
+    text_.replace(at, wanted.size(), put);
     if (!all) break;
-    at = text_.find(from.text_, at + to.text_.size());
+    at = text_.find(wanted, at + put.size());
   }
   return *this;
 }

@@ -2,6 +2,8 @@
 
 #include <ctime>
 #include <limits>
+#include <string>
+#include <utility>
 
 #include "runtime/KTClock.h"
 #include "runtime/LoadOrder.h"
@@ -17,8 +19,6 @@ KTTimeValue::KTTimeValue(long sec, long usec) : timeval{} {
   tv_usec = usec;
 }
 
-KTTimeValue::~KTTimeValue() = default;
-
 KTTimeValue KTTimeValue::now() {
   return KTClock::instance()->now();
 }
@@ -33,7 +33,7 @@ KTString KTTimeValue::asString(const KTString& fmt) const {
   const time_t seconds = tv_sec;
   struct tm local {};
   localtime_r(&seconds, &local);
-  char text[256];
-  const size_t length = std::strftime(text, sizeof text, fmt.c_str(), &local);
-  return KTString(text, static_cast<unsigned int>(length));
+  std::string text(64 + fmt.length() * 32, '\0');  // more than any conversion yields per byte
+  text.resize(std::strftime(text.data(), text.size(), fmt.c_str(), &local));
+  return KTString(std::move(text));
 }

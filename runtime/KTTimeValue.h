@@ -6,7 +6,8 @@
 #include "runtime/KTString.h"
 
 /**
- * A point in time (seconds since the Unix epoch) or a duration, with microseconds in 0..999999.
+ * A point in time (seconds since the Unix epoch) or a duration, with microseconds in 0..999999. A
+ * plain value without virtual operations, laid out as a timeval.
  *
  * Threads: now() from any thread; an object by one thread at a time.
  * Blocks: never.
@@ -19,7 +20,6 @@ class KTR_API KTTimeValue : public timeval {
   explicit KTTimeValue(long sec = 0, long usec = 0);
   KTTimeValue(const KTTimeValue&) = default;
   KTTimeValue& operator=(const KTTimeValue&) = default;
-  virtual ~KTTimeValue();
 
   /** The wall clock, as KTClock::instance() tells it. */
   [[nodiscard]] static KTTimeValue now();

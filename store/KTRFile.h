@@ -46,7 +46,7 @@ class KTR_API KTRFile : public KTFile {
   [[nodiscard]] unsigned int curFileIndex() const { return curFileIndex_; }
   /** Reader: logical offset of the next record; it runs on over a change of slice. */
   [[nodiscard]] unsigned int curReadOffset() const { return readOffset_; }
-  /** Reader: stamp of the last record returned; 0 when there was none. */
+  /** Reader: stamp of the last record returned that was long enough to have one; 0 before. */
   [[nodiscard]] unsigned int curFrameTimeStamp() const { return curFrameTimeStamp_; }
   [[nodiscard]] bool currentSliceFull() const { return pos() >= sliceMaxSize_; }
   /** Deletes the current slice from disk. */

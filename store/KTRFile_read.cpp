@@ -123,7 +123,7 @@ int KTRFile::takePayload(KTDataBlock& out, unsigned int length) {
   }
   const unsigned char* payload = readBuffer_.data + readPos_;
   out.setData(payload, length);
-  curFrameTimeStamp_ = length < STAMP_END ? 0 : loadLittleEndian(payload + STAMP_OFFSET);
+  if (length >= STAMP_END) curFrameTimeStamp_ = loadLittleEndian(payload + STAMP_OFFSET);
   readPos_ += length;
   readOffset_ += length + RECORD_HEAD_SIZE;
   return static_cast<int>(length);

@@ -344,13 +344,15 @@ TEST_F(KTRFileTest, EmptyPayloadIsWrittenButRefusedByTheReader) {
   EXPECT_EQ(reader_->readKTRData(frame), 64) << "the record behind it is in step";
 }
 
-TEST_F(KTRFileTest, ShortPayloadHasNoStamp) {
+TEST_F(KTRFileTest, ShortPayloadLeavesTheStampAsItIs) {
   openWriter();
-  record(9, 10, 4);
+  record(9, 10, 5);
+  record(8, 9, 4);
   openReader();
   KTDataBlock frame;
-  ASSERT_EQ(reader_->readKTRData(frame), 0 + 4) << "record of 12 bytes";
-  EXPECT_EQ(reader_->curFrameTimeStamp(), 0U);
+  ASSERT_EQ(reader_->readKTRData(frame), 5);
+  ASSERT_EQ(reader_->readKTRData(frame), 4);
+  EXPECT_EQ(reader_->curFrameTimeStamp(), 9U);
 }
 
 TEST_F(KTRFileTest, GarbageConsumesFourBytesACall) {

@@ -8,8 +8,19 @@
 class LogCapture::Sink : public KTLogSink {
  public:
   void write(int priority, std::string_view line) override {
+    std::function<void()> act;
+    {
+      const std::lock_guard lock(mutex_);
+      lines_.emplace_back(priority, line);
+      if (act_ && line == trigger_) act = act_;
+    }
+    if (act) act();
+  }
+
+  void whenLogged(const std::string& text, std::function<void()> act) {
     const std::lock_guard lock(mutex_);
-    lines_.emplace_back(priority, line);
+    trigger_ = text;
+    act_ = std::move(act);
   }
 
   std::vector<LogLine> lines() {
@@ -25,6 +36,8 @@ class LogCapture::Sink : public KTLogSink {
  private:
   std::mutex mutex_;
   std::vector<LogLine> lines_;
+  std::string trigger_;
+  std::function<void()> act_;
 };
 
 LogCapture::LogCapture() : sink_(std::make_shared<Sink>()) {
@@ -53,4 +66,8 @@ unsigned int LogCapture::countContaining(const std::string& text) const {
 
 void LogCapture::clear() {
   sink_->clear();
+}
+
+void LogCapture::whenLogged(const std::string& text, std::function<void()> act) {
+  sink_->whenLogged(text, std::move(act));
 }

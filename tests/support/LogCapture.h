@@ -1,5 +1,6 @@
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
@@ -25,6 +26,8 @@ class LogCapture {
   /** How many captured lines contain text, whatever their priority. */
   [[nodiscard]] unsigned int countContaining(const std::string& text) const;
   void clear();
+  /** Calls act, on the thread that logs, behind every line that equals text. */
+  void whenLogged(const std::string& text, std::function<void()> act);
 
  private:
   class Sink;

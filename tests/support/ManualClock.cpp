@@ -74,6 +74,11 @@ void ManualClock::awaitWaiters(unsigned int n) {
   waitersChanged_.wait(guard, [&] { return waiters_.size() >= n; });
 }
 
+unsigned int ManualClock::waiters() const {
+  const std::lock_guard guard(mutex_);
+  return static_cast<unsigned int>(waiters_.size());
+}
+
 std::vector<KTClock::Span> ManualClock::sleeps() const {
   const std::lock_guard guard(mutex_);
   return sleeps_;

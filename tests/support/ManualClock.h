@@ -32,6 +32,8 @@ class ManualClock : public KTClock {
   void stepWall(long seconds);
   /** Blocks until n threads wait on this clock. */
   void awaitWaiters(unsigned int n);
+  /** How many threads wait on this clock now. */
+  [[nodiscard]] unsigned int waiters() const;
   /** Every sleep so far. */
   [[nodiscard]] std::vector<Span> sleeps() const;
 

@@ -1,0 +1,107 @@
+#include "host/SessionCatalog.h"
+
+#include <algorithm>
+#include <filesystem>
+
+#include "db/KTRAudioSettingsRow.h"
+#include "db/KTRVideoSettingsRow.h"
+#include "runtime/KTTimeValue.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+/** A row is written every eleven seconds while it is recorded; twice that and a slow camera. */
+constexpr long RECENT_SECONDS = 60;
+
+/** Columns of an entry of the session list. */
+enum Column : unsigned int { ID, STREAM, SETTINGS, START, END, DATA_AVAILABLE, FPS, COLUMNS };
+
+uint64_t sizeOfFiles(const fs::path& prefix) {
+  const std::string begin = prefix.filename().string();
+  uint64_t bytes = 0;
+  std::error_code error;
+  for (fs::directory_iterator entry(prefix.parent_path(), error), end; !error && entry != end;
+       entry.increment(error)) {
+    if (!entry->path().filename().string().starts_with(begin)) continue;
+    std::error_code gone;
+    const uint64_t size = entry->file_size(gone);
+    if (!gone) bytes += size;
+  }
+  return bytes;
+}
+
+}  // namespace
+
+const char* RecordedSession::stateName() const {
+  switch (state) {
+    case Recording:
+      return "recording";
+    case Deleted:
+      return "deleted";
+    default:
+      return "stored";
+  }
+}
+
+std::vector<RecordedSession> SessionCatalog::read(std::optional<unsigned char> stream) {
+  KTString where;
+  if (stream) where.format("WHERE streamID=%u", static_cast<unsigned int>(*stream));
+  where += " ORDER BY streamID,start_time";
+  KTVector<KTString> entries;
+  const unsigned int count =
+      handle_.recordSessionTable()->getRecordSessionList(entries, where, false);
+  std::vector<RecordedSession> sessions;
+  for (unsigned int i = 0; i < count; ++i) {
+    if (auto session = parseEntry(entries[i])) sessions.push_back(std::move(*session));
+  }
+  markRecording(sessions);
+  return sessions;
+}
+
+std::optional<RecordedSession> SessionCatalog::parseEntry(const KTString& entry) {
+  const KTVector<KTString> columns = entry.tokenize(',');
+  if (columns.count() != COLUMNS) return std::nullopt;
+  RecordedSession session;
+  session.id = columns[ID].toUInt(0);
+  session.stream = columns[STREAM].toUInt(0);
+  session.start = columns[START].toUInt(0);
+  session.end = std::max<long>(columns[END].toUInt(0), session.start);
+  session.fps = columns[FPS].toUInt(0);
+  session.filePrefix = handle_.getFullPrefixFileName(static_cast<int>(session.id)).view();
+  session.bytes = sizeOfFiles(fs::path(session.filePrefix));
+  const bool available = columns[DATA_AVAILABLE].toUInt(0) != 0;
+  session.state = available ? RecordedSession::Stored : RecordedSession::Deleted;
+  readSettings(columns[SETTINGS].toUInt(0), session);
+  return session;
+}
+
+void SessionCatalog::readSettings(unsigned int settingsId, RecordedSession& session) {
+  session.kind = "unknown";
+  KTRSettingsRow row("", STREAM_UNKNOWN, "");
+  if (!handle_.settingsTable()->getSettingsByID(settingsId, row)) return;
+  if (row.streamType == STREAM_VIDEO) {
+    const KTRVideoSettingsRow video(row);
+    session.kind = "video";
+    session.codec = video.videoText1.view();
+    session.format = video.videoText2.view();
+    if (session.fps == 0) session.fps = video.videoParam1;
+  } else if (row.streamType == STREAM_AUDIO) {
+    const KTRAudioSettingsRow audio(row);
+    session.kind = "audio";
+    session.codec = audio.codec.view();
+    session.format = std::to_string(audio.sampleRate) + " Hz";
+  }
+}
+
+void SessionCatalog::markRecording(std::vector<RecordedSession>& sessions) const {
+  if (!isRecording_) return;
+  const long now = KTTimeValue::now().tv_sec;
+  for (size_t i = 0; i < sessions.size(); ++i) {
+    const bool isLast = i + 1 == sessions.size() || sessions[i + 1].stream != sessions[i].stream;
+    if (isLast && sessions[i].state == RecordedSession::Stored &&
+        now - sessions[i].end <= RECENT_SECONDS) {
+      sessions[i].state = RecordedSession::Recording;
+    }
+  }
+}

@@ -1,0 +1,15 @@
+#include "host/commands/AllCommands.h"
+
+#include "host/commands/PlayCommand.h"
+#include "host/commands/RecordCommand.h"
+#include "host/commands/ServerCommand.h"
+#include "host/commands/SessionsCommand.h"
+
+std::vector<std::unique_ptr<Command>> makeAllCommands() {
+  std::vector<std::unique_ptr<Command>> commands;
+  commands.push_back(std::make_unique<RecordCommand>());
+  commands.push_back(std::make_unique<SessionsCommand>());
+  commands.push_back(std::make_unique<PlayCommand>());
+  commands.push_back(std::make_unique<ServerCommand>());
+  return commands;
+}

@@ -1,0 +1,39 @@
+#pragma once
+
+#include <atomic>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "host/CommonOptions.h"
+#include "host/commands/Command.h"
+#include "host/input/StreamSource.h"
+#include "host/record/RecordDisplay.h"
+#include "host/record/StreamRecorder.h"
+
+class StopSignal;
+
+/** ktr record: records any number of streams of one recorder until it is stopped. */
+class RecordCommand : public Command {
+ public:
+  [[nodiscard]] CLI::App* define(CLI::App& program) override;
+  [[nodiscard]] bool verbose() const override { return options_.verbose(); }
+  [[nodiscard]] int run(HostContext& context) override;
+
+ private:
+  using Recorders = std::vector<std::unique_ptr<StreamRecorder>>;
+
+  [[nodiscard]] long limitSeconds() const;
+  [[nodiscard]] int sliceBytes() const;
+  [[nodiscard]] Recorders start(const std::vector<StreamSource>& sources);
+  void watch(const Recorders& recorders, RecordDisplay& display, StopSignal& signal);
+  [[nodiscard]] static std::vector<RecordDisplay::Stream> statusOf(const Recorders& recorders);
+  [[nodiscard]] static int reportErrors(const Recorders& recorders, HostContext& context);
+
+  CommonOptions options_;
+  std::vector<std::string> sources_;
+  std::string limit_;
+  std::string sliceSize_;
+  std::string frameLog_;
+  std::atomic<bool> stop_{false};
+};

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <stdexcept>
+#include <string>
+
+/**
+ * What every class of this folder throws when it cannot go on. The text is one line made for the
+ * person at the terminal: what is wrong, a colon, what to do about it.
+ */
+class MediaError : public std::runtime_error {
+ public:
+  MediaError(const std::string& whatIsWrong, const std::string& whatToDo)
+      : std::runtime_error(whatIsWrong + ": " + whatToDo) {}
+};

@@ -1,0 +1,47 @@
+#include "host/media/NalUnits.h"
+
+namespace {
+
+constexpr size_t START_CODE_SIZE = 3;
+
+NalKind h264Kind(unsigned int type) {
+  if (type >= 1 && type <= 5) return NalKind::Picture;
+  if (type == 7) return NalKind::Sps;
+  if (type == 8) return NalKind::Pps;
+  return type == 9 ? NalKind::Delimiter : NalKind::Other;
+}
+
+NalKind hevcKind(unsigned int type) {
+  if (type <= 31) return NalKind::Picture;
+  if (type == 32) return NalKind::Vps;
+  if (type == 33) return NalKind::Sps;
+  if (type == 34) return NalKind::Pps;
+  return type == 35 ? NalKind::Delimiter : NalKind::Other;
+}
+
+}  // namespace
+
+NalUnits::NalUnits(MediaBytes annexB) : bytes_(annexB), nextStart_(findStartCode(0)) {}
+
+bool NalUnits::next() {
+  do {
+    if (nextStart_ == bytes_.size()) return false;
+    begin_ = nextStart_ + START_CODE_SIZE;
+    nextStart_ = findStartCode(begin_);
+    end_ = nextStart_;
+    while (end_ > begin_ && bytes_[end_ - 1] == 0) --end_;
+  } while (end_ == begin_);
+  return true;
+}
+
+size_t NalUnits::findStartCode(size_t from) const {
+  for (size_t i = from; i + START_CODE_SIZE <= bytes_.size(); ++i) {
+    if (bytes_[i] == 0 && bytes_[i + 1] == 0 && bytes_[i + 2] == 1) return i;
+  }
+  return bytes_.size();
+}
+
+NalKind NalUnits::kindOf(MediaCodec codec, MediaBytes unit) {
+  if (unit.empty()) return NalKind::Other;
+  return codec == MediaCodec::Hevc ? hevcKind(unit[0] >> 1 & 0x3F) : h264Kind(unit[0] & 0x1F);
+}

@@ -1,0 +1,57 @@
+#include "host/play/PlayRun.h"
+
+#include "host/HostError.h"
+#include "host/input/TimeText.h"
+#include "host/system/StopSignal.h"
+
+PlayRun::PlayRun(const Options& options)
+    : options_(options), reader_(KTString(options.recorder), options.stream) {}
+
+PlayRun::~PlayRun() = default;
+
+void PlayRun::open() {
+  const bool found =
+      options_.fromLast ? reader_.seekLast() : reader_.seek(options_.at, options_.seconds);
+  const std::string stream = "stream " + std::to_string(options_.stream);
+  if (!found) {
+    throw failure("nothing of " + stream + " is recorded at " + TimeText::format(options_.at),
+                  "see ktr sessions for what there is");
+  }
+  codec_ = reader_.codec();
+  const std::optional<MediaCodec> codec = mediaCodecOf(codec_.view());
+  if (!codec) {
+    throw failure(stream + " holds no video that can be written (" + codec_.c_str() + ")",
+                  "choose a stream that ktr sessions lists as video");
+  }
+  output_ = std::make_unique<MediaOutput>(options_.output, *codec);
+  if (!options_.frameLog.empty()) frameLog_ = std::make_unique<FrameLog>(options_.frameLog);
+}
+
+bool PlayRun::writeAll(const StopSignal& stop) {
+  RecordingReader::Frame frame;
+  while (!stop.requested()) {
+    if (!reader_.next(frame)) return false;
+    if (!write(frame)) return true;
+  }
+  return true;
+}
+
+bool PlayRun::write(const RecordingReader::Frame& frame) {
+  const std::int64_t endMs = (options_.at + options_.seconds) * 1000;
+  if (!options_.fromLast && frame.timeMs >= endMs) return false;
+  if (reader_.codec() != codec_) {
+    result_.codecChanged = true;
+    return false;
+  }
+  output_->write(frame.timeMs, frame.frame);
+  if (frameLog_ != nullptr) frameLog_->add(frame.frame.data());
+  if (result_.frames++ == 0) result_.firstMs = frame.timeMs;
+  result_.lastMs = frame.timeMs;
+  return true;
+}
+
+PlayRun::Result PlayRun::finish() {
+  output_->finish();
+  if (frameLog_ != nullptr) frameLog_->close();
+  return result_;
+}

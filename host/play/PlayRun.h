@@ -1,0 +1,63 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <string>
+
+#include "host/media/FrameLog.h"
+#include "host/media/MediaOutput.h"
+#include "host/play/RecordingReader.h"
+
+class StopSignal;
+
+/**
+ * Writes a stretch of a recording to a media file or a pipe.
+ *
+ * Owns: the reader and the output.
+ * Threads: one thread at a time for each object.
+ * Blocks: run() until all is written.
+ * Errors: HostError and MediaError, each one line for a person.
+ */
+class PlayRun {
+ public:
+  struct Options {
+    std::string recorder;
+    unsigned char stream = 0;
+    std::int64_t at = 0;       // seconds since the epoch
+    std::int64_t seconds = 0;  // length of the stretch
+    std::string output;        // file, or "-"
+    std::string frameLog;      // file of one line for each frame written; empty for none
+    bool fromLast = false;     // begin at the last key frame, whatever `at` says
+  };
+
+  struct Result {
+    std::uint64_t frames = 0;
+    std::int64_t firstMs = 0;  // time of the first frame, since the epoch
+    std::int64_t lastMs = 0;
+    bool codecChanged = false;  // the rest of the stretch has another codec and was left out
+  };
+
+  explicit PlayRun(const Options& options);
+  PlayRun(const PlayRun&) = delete;
+  PlayRun& operator=(const PlayRun&) = delete;
+  ~PlayRun();
+
+  /** Goes to the moment and makes the output; a failure says when nothing was recorded then. */
+  void open();
+  /** Writes frames until the stretch or the recording ends; true when the stretch has ended. */
+  [[nodiscard]] bool writeAll(const StopSignal& stop);
+  /** Whether a recording in progress holds more frames now. */
+  [[nodiscard]] bool hasMore() { return reader_.resume(); }
+  /** Completes the output. */
+  [[nodiscard]] Result finish();
+
+ private:
+  [[nodiscard]] bool write(const RecordingReader::Frame& frame);
+
+  const Options options_;
+  RecordingReader reader_;
+  KTString codec_;
+  std::unique_ptr<MediaOutput> output_;
+  std::unique_ptr<FrameLog> frameLog_;
+  Result result_;
+};

@@ -1,0 +1,110 @@
+#include "host/record/SessionFeed.h"
+
+#include <algorithm>
+
+#include "handles/KTR_DB_factory.h"
+#include "runtime/KTLogger.h"
+#include "runtime/KTRFrameFormat.h"
+#include "runtime/LittleEndian.h"
+
+using std::chrono::seconds;
+
+namespace {
+
+constexpr KTClock::Span FIRST_PAUSE = seconds(1);
+constexpr KTClock::Span LONGEST_PAUSE = seconds(30);
+
+KTDataBlock timeMessage() {
+  const auto now = static_cast<std::uint32_t>(KTTimeValue::now().tv_sec);
+  KTDataBlock message(8);
+  storeLittleEndian(message.writable(), now);
+  storeLittleEndian(message.writable() + 4, now);
+  return message;
+}
+
+}  // namespace
+
+SessionFeed::~SessionFeed() {
+  finish();
+}
+
+void SessionFeed::feed(const KTDataBlock& frame, bool startsPlayback) {
+  if (startsPlayback) replaceFullRing();
+  if (session_ == nullptr) {
+    if (!startsPlayback || KTClock::instance()->elapsed() < nextTry_) return lose();
+    open();
+  }
+  if (session_->commit(frame, KTRMessageType::FrameData, KTMessage::NormalPriority) != 0) {
+    abandon();
+    return lose();
+  }
+  gap_ = false;
+  ++fed_;
+  lastStampMs_ = loadLittleEndian(frame.data + KTRFrameFormat::STAMP_OFFSET);
+  if (session_->progress().frames != 0) pause_ = KTClock::Span(0);
+}
+
+void SessionFeed::open() {
+  auto session = std::make_unique<KTRVideoStreamRecordSession>(params_);
+  (void)session->commit(timeMessage(), KTRMessageType::Time, KTMessage::NormalPriority);
+  const std::lock_guard guard(mutex_);
+  session_ = std::move(session);
+}
+
+void SessionFeed::replaceFullRing() {
+  if (session_ != nullptr && session_->progress().sliceIndex >= LAST_SLICE) finish();
+}
+
+// A session that has ended by itself takes nothing more; its log lines say why it ended.
+void SessionFeed::abandon() {
+  pause_ = std::clamp(2 * pause_, FIRST_PAUSE, LONGEST_PAUSE);
+  nextTry_ = KTClock::instance()->elapsed() + pause_;
+  close();
+}
+
+void SessionFeed::lose() {
+  const std::lock_guard guard(mutex_);
+  ++past_.lost;
+  if (std::exchange(gap_, true)) return;
+  KTLogger::instance()->log(KTLogger::Warning,
+                            "stream %d: frames are lost until a new record session begins at a "
+                            "key frame",
+                            params_.streamId);
+}
+
+void SessionFeed::finish() {
+  if (session_ == nullptr) return;
+  (void)session_->commit(KTDataBlock(), KTRMessageType::Stop, KTMessage::NormalPriority);
+  close();
+}
+
+void SessionFeed::close() {
+  session_->wait();
+  const KTRRecordProgress stored = session_->progress();
+  const long lastTime = session_->getRealTime(lastStampMs_);
+  {
+    const std::lock_guard guard(mutex_);
+    past_.stored += stored;
+    past_.lost += std::exchange(fed_, 0) - stored.frames;
+    session_.reset();
+  }
+  if (stored.frames != 0) writeEnd(stored.sessionId, lastTime);
+}
+
+// A session's own last row update comes with its last key frame; what follows belongs to it too.
+void SessionFeed::writeEnd(unsigned int sessionId, long lastTime) {
+  KTR_DB_factory* factory = KTR_DB_factory::instance();
+  KTR_DB_handle* db = factory == nullptr ? nullptr : factory->db_instance(params_.dbName);
+  if (db == nullptr || db->recordSessionTable() == nullptr) return;
+  db->recordSessionTable()->updateEndTime(sessionId, lastTime, 0);
+  db->recordSessionTable()->updateDataBase(true);
+}
+
+SessionFeed::Progress SessionFeed::progress() const {
+  const std::lock_guard guard(mutex_);
+  Progress all = past_;
+  if (session_ == nullptr) return all;
+  all.stored += session_->progress();
+  all.queue = session_->queueLength();
+  return all;
+}

@@ -1,0 +1,67 @@
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+
+#include "recording/KTRVideoStreamRecordSession.h"
+#include "runtime/KTClock.h"
+
+/**
+ * Feeds the frames of one stream into record sessions and takes care of their lives: makes one at a
+ * key frame, sends it the time first, replaces it long before its ring of slices is full, and makes
+ * a new one after a pause when one has ended by itself.
+ *
+ * Owns: the running session.
+ * Threads: one thread, the stream's; progress() from any.
+ * Blocks: finish(), and feed() where a session is replaced, until what was fed is on disk.
+ * Errors: frames that no session takes are counted as lost; the log has one warning for each gap.
+ */
+class SessionFeed {
+ public:
+  /** Slices after which a session is replaced at the next key frame; the ring has 256. */
+  static constexpr unsigned int LAST_SLICE = 200;
+
+  struct Progress {
+    KTRRecordProgress stored;  // since the feed was made, of all its sessions
+    unsigned int queue = 0;    // messages that wait
+    std::uint64_t lost = 0;    // frames that no session took
+
+    /** Goes on with what a later feed has done. */
+    Progress& operator+=(const Progress& later) {
+      stored += later.stored;
+      queue = later.queue;
+      lost += later.lost;
+      return *this;
+    }
+  };
+
+  explicit SessionFeed(const KTRStreamRecordParams& params) : params_(params) {}
+  SessionFeed(const SessionFeed&) = delete;
+  SessionFeed& operator=(const SessionFeed&) = delete;
+  ~SessionFeed();
+
+  /** Hands one frame to a session; startsPlayback for key frames and JPEG pictures. */
+  void feed(const KTDataBlock& frame, bool startsPlayback);
+  /** Stores all that was fed and writes the rows. Harmless when nothing runs. */
+  void finish();
+  [[nodiscard]] Progress progress() const;
+
+ private:
+  void open();
+  void replaceFullRing();
+  void abandon();
+  void lose();
+  void close();
+  void writeEnd(unsigned int sessionId, long lastTime);
+
+  const KTRStreamRecordParams params_;
+  mutable std::mutex mutex_;  // guards session_ and past_ against progress()
+  std::unique_ptr<KTRVideoStreamRecordSession> session_;
+  Progress past_;
+  std::uint64_t fed_ = 0;  // frames that the running session has taken
+  unsigned int lastStampMs_ = 0;
+  bool gap_ = false;
+  KTClock::Span nextTry_{0};
+  KTClock::Span pause_{0};
+};

@@ -1,0 +1,43 @@
+#pragma once
+
+#include <atomic>
+
+#include "recording/KTRMessageType.h"
+#include "runtime/KTRExport.h"
+#include "runtime/KTTask.h"
+
+/**
+ * A task that is fed through its queue: the common base of all record sessions.
+ *
+ * Owns: its thread and queue.
+ * Threads: commit() and dataArrived() from any thread; run() is the task's own.
+ * Blocks: commit() never.
+ * Errors: commit() answers -1 once the task has ended; such an object is dead for good.
+ */
+class KTR_API KTRTask : public KTTask {
+ public:
+  KTRTask();
+  ~KTRTask() override;
+
+  [[nodiscard]] KTString name() const override = 0;
+  int run() override = 0;
+
+  /**
+   * Queues one message; type holds KTRMessageType bits. The bytes of data are shared, not copied.
+   * 0, or -1 when the queue refuses it.
+   */
+  virtual int commit(const KTDataBlock& data, int type, KTMessage::Priority priority);
+  /** True once a batch of frames was parsed. */
+  [[nodiscard]] virtual bool dataArrived();
+
+  /** Messages that wait in the queue. */
+  [[nodiscard]] unsigned int queueLength() const { return queue_.size(); }
+  /** False once the task accepts no more messages. */
+  [[nodiscard]] bool alive() const { return queue_.enabled(); }
+
+ protected:
+  /** Destroys every message that is left in the disabled queue. */
+  void drainQueue();
+
+  std::atomic<bool> dataArrived_{false};
+};

@@ -1,0 +1,83 @@
+#include "host/media/FrameStamper.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/support/ManualClock.h"
+
+namespace {
+
+constexpr long DAY_START = 1699920000;  // a midnight, UTC
+constexpr long MORNING = DAY_START + 8 * 3600;
+constexpr std::uint32_t MORNING_MS = 8 * 3600 * 1000;
+
+class FrameStamperTest : public testing::Test {
+ protected:
+  // A frame that arrives this long after the one before.
+  std::uint32_t arrive(long afterMs, std::int64_t dtsMs, bool key = false) {
+    clock_.advance(std::chrono::milliseconds(afterMs));
+    return stamper_.stamp(dtsMs, key);
+  }
+
+  ManualClock clock_{MORNING};
+  FrameStamper stamper_;
+};
+
+TEST_F(FrameStamperTest, FirstFrameIsStampedWithTheWallClock) {
+  clock_.advance(std::chrono::milliseconds(250));
+  EXPECT_EQ(stamper_.stamp(-133, true), MORNING_MS + 250);
+}
+
+TEST_F(FrameStamperTest, DistancesAreTheStreamsOwn) {
+  const std::uint32_t first = arrive(0, 7000, true);
+  EXPECT_EQ(arrive(90, 7040), first + 40);  // late by the network
+  EXPECT_EQ(arrive(0, 7073), first + 73);
+}
+
+TEST_F(FrameStamperTest, WrapsAtMidnight) {
+  clock_.stepWall(DAY_START + 86400 - MORNING - 1);
+  EXPECT_EQ(arrive(0, 0, true), 86'399'000U);
+  EXPECT_EQ(arrive(999, 999), 86'399'999U);
+  EXPECT_EQ(arrive(1, 1000), 0U);
+  EXPECT_EQ(arrive(40, 1040), 40U);
+}
+
+TEST_F(FrameStamperTest, TwoSecondsOfDriftAreKept) {
+  const std::uint32_t first = arrive(0, 0, true);
+  EXPECT_EQ(arrive(12000, 10000, true), first + 10000);
+}
+
+TEST_F(FrameStamperTest, AfterAPauseTheNextKeyFrameFollowsTheWallClock) {
+  const std::uint32_t first = arrive(0, 0, true);
+  EXPECT_EQ(arrive(5000, 40), first + 40);
+  EXPECT_EQ(arrive(40, 80, true), first + 5040);
+  EXPECT_EQ(arrive(40, 120), first + 5080);
+}
+
+TEST_F(FrameStamperTest, StreamThatRanAheadWaitsWithoutGoingBack) {
+  const std::uint32_t first = arrive(0, 0, true);
+  EXPECT_EQ(arrive(1000, 4000), first + 4000);
+  EXPECT_EQ(arrive(0, 4040, true), first + 4001);
+  EXPECT_EQ(arrive(40, 4080), first + 4002);
+  EXPECT_EQ(arrive(3960, 8040), first + 5000);  // the wall clock has caught up
+}
+
+TEST_F(FrameStamperTest, WallClockPutFarBackTakesTheStampsWithIt) {
+  arrive(0, 0, true);
+  clock_.stepWall(-3600);
+  EXPECT_EQ(arrive(40, 40), MORNING_MS + 40);
+  EXPECT_EQ(arrive(40, 80, true), MORNING_MS - 3'600'000 + 80);
+  EXPECT_EQ(arrive(40, 120), MORNING_MS - 3'600'000 + 120);
+}
+
+TEST_F(FrameStamperTest, WallClockPutForwardMovesTheStampsAtAKeyFrame) {
+  arrive(0, 0, true);
+  clock_.stepWall(3600);
+  EXPECT_EQ(arrive(40, 40, true), MORNING_MS + 3'600'000 + 40);
+}
+
+TEST_F(FrameStamperTest, EqualTimesStillRise) {
+  const std::uint32_t first = arrive(0, 0, true);
+  EXPECT_EQ(arrive(0, 0), first + 1);
+}
+
+}  // namespace

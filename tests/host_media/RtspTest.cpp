@@ -1,0 +1,148 @@
+// MediaInput with a camera at the other end.
+#include <gmock/gmock.h>
+
+#include <algorithm>
+
+#include "host/media/MediaError.h"
+#include "tests/host_media/StoredFrames.h"
+#include "tests/host_media/TestRtspServer.h"
+#include "tests/support/ManualClock.h"
+#include "tests/support/TempDir.h"
+#include "tests/support/TestClip.h"
+
+namespace {
+
+using testing::HasSubstr;
+using testing::ThrowsMessage;
+
+class RtspTest : public testing::Test {
+ protected:
+  std::string clip(const std::string& name, const TestClip::Form& form = {}) {
+    return TestClip::make(dir_.path() + "/" + name, form);
+  }
+
+  // Checks that a camera that sends the clip gives the same pictures as the file.
+  static void expectAsFile(const std::string& clip) {
+    const TestRtspServer camera(clip, TestRtspServer::PlayAndClose);
+    const std::vector<StoredUnit> received = unitsOf(camera.url());
+    const std::vector<StoredUnit> expected = unitsOf(clip);
+    ASSERT_EQ(received.size(), expected.size());
+    for (size_t i = 0; i < received.size(); ++i) {
+      EXPECT_EQ(nalUnitsOf(received[i].bytes), nalUnitsOf(expected[i].bytes)) << i;
+      EXPECT_EQ(received[i].key, expected[i].key) << i;
+    }
+  }
+
+  TempDir dir_;
+};
+
+TEST_F(RtspTest, H264ArrivesWhole) {
+  expectAsFile(clip("a.mp4"));
+}
+
+TEST_F(RtspTest, H265ArrivesWhole) {
+  expectAsFile(clip("a.mp4", {.codec = "hevc"}));
+}
+
+TEST_F(RtspTest, MjpegArrivesAsPictures) {
+  const std::string source =
+      clip("a.mjpeg",
+           {.codec = "mjpeg", .encoderOptions = "-huffman default -force_duplicated_matrix 1"});
+  const TestRtspServer camera(source, TestRtspServer::PlayAndClose);
+  const std::vector<KTDataBlock> frames = framesOf(camera.url());
+  writeFrames(frames, dir_.path() + "/b.mjpeg", MediaCodec::Mjpeg);
+  EXPECT_EQ(TestClip::pictures(dir_.path() + "/b.mjpeg"), TestClip::pictures(source));
+}
+
+TEST_F(RtspTest, PicturesWithBFramesKeepTheirTimes) {
+  const std::string source = clip("a.mp4", {.bFrames = 2});
+  const TestRtspServer camera(source, TestRtspServer::PlayAndClose);
+  const std::vector<StoredUnit> received = unitsOf(camera.url());
+  const std::vector<StoredUnit> expected = unitsOf(source);
+  ASSERT_EQ(received.size(), expected.size());
+  for (size_t i = 0; i < received.size(); ++i) {
+    EXPECT_NEAR(static_cast<double>(received[i].ptsMs - received[0].ptsMs),
+                static_cast<double>(expected[i].ptsMs - expected[0].ptsMs), 1);
+  }
+}
+
+TEST_F(RtspTest, DataComesOverTcp) {
+  const TestRtspServer camera(clip("a.mp4"), TestRtspServer::PlayAndClose);
+  EXPECT_EQ(unitsOf(camera.url()).size(), 50U);
+  camera.awaitSent();
+  EXPECT_THAT(camera.transport(), HasSubstr("RTP/AVP/TCP"));
+}
+
+TEST_F(RtspTest, CamerasSetThePace) {
+  const TestRtspServer camera(clip("a.mp4"), TestRtspServer::PlayAndClose);
+  const ManualClock clock;
+  MediaInput input(camera.url());
+  EXPECT_TRUE(input.info().live);
+  for (AccessUnit unit; input.read(unit);) {
+  }
+  EXPECT_TRUE(clock.sleeps().empty());
+}
+
+TEST_F(RtspTest, StopEndsAReadThatWaits) {
+  const TestRtspServer camera(clip("a.mp4"), TestRtspServer::PlayAndStay);
+  MediaInput input(camera.url());
+  AccessUnit unit;
+  ASSERT_TRUE(input.read(unit));
+  std::thread stopper([&] {
+    camera.awaitSent();
+    input.stop();
+  });
+  while (input.read(unit)) {
+  }
+  stopper.join();
+  EXPECT_TRUE(input.stopped());
+}
+
+TEST_F(RtspTest, CameraThatFallsSilentIsGivenUp) {
+  const TestRtspServer camera(clip("a.mp4"), TestRtspServer::PlayAndStay);
+  ManualClock clock;
+  MediaInput input(camera.url());
+  AccessUnit unit;
+  ASSERT_TRUE(input.read(unit));
+  camera.awaitSent();
+  std::atomic<bool> done{false};
+  std::thread time([&] {
+    while (!done) clock.advance(std::chrono::milliseconds(20));
+  });
+  EXPECT_THAT(
+      [&] {
+        while (input.read(unit)) {
+        }
+      },
+      ThrowsMessage<MediaError>("reading " + camera.url() + " failed: no answer for 10 seconds: " +
+                                "check the camera and the network"));
+  done = true;
+  time.join();
+}
+
+TEST_F(RtspTest, CameraThatNeverAnswersCanBeStopped) {
+  const TestRtspServer camera(clip("a.mp4"), TestRtspServer::NeverAnswer);
+  std::atomic<bool> stop{false};
+  std::thread stopper([&] {
+    camera.awaitClient();
+    stop = true;
+  });
+  EXPECT_THAT([&] { MediaInput(camera.url(), {.stop = &stop}); },
+              ThrowsMessage<MediaError>(HasSubstr("was stopped")));
+  stopper.join();
+}
+
+TEST_F(RtspTest, CameraThatWantsAPasswordIsAnErrorThatSaysSo) {
+  const TestRtspServer camera(clip("a.mp4"), TestRtspServer::WantsPassword);
+  EXPECT_THAT([&] { MediaInput(camera.url()); },
+              ThrowsMessage<MediaError>(HasSubstr("give user and password: rtsp://USER:PASSWORD")));
+}
+
+TEST_F(RtspTest, PasswordOfTheUrlOpensTheCamera) {
+  const TestRtspServer camera(clip("a.mp4"), TestRtspServer::WantsPassword);
+  std::string url = camera.url();
+  MediaInput input(url.insert(url.find("127"), "admin:secret@"));
+  EXPECT_EQ(input.name(), camera.url());
+}
+
+}  // namespace

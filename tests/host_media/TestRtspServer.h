@@ -1,0 +1,54 @@
+#pragma once
+
+#include <atomic>
+#include <string>
+#include <thread>
+
+#include "tests/host_media/TestListener.h"
+
+/**
+ * A camera on the loopback interface: an RTSP server that sends the video of a clip to each client,
+ * RTP interleaved in the TCP connection. libavformat makes the RTP packets; the RTSP part is here.
+ *
+ * Owns: its sockets and its thread; one client at a time.
+ * Threads: any thread; the server has one of its own.
+ */
+class TestRtspServer {
+ public:
+  /** What the camera does with a client. */
+  enum Behaviour {
+    PlayAndClose,   // sends the whole clip and closes the connection
+    PlayAndStay,    // sends the whole clip and falls silent
+    NeverAnswer,    // takes the connection and falls silent
+    WantsPassword,  // refuses whoever has none
+  };
+
+  TestRtspServer(const std::string& clip, Behaviour behaviour);
+  TestRtspServer(const TestRtspServer&) = delete;
+  TestRtspServer& operator=(const TestRtspServer&) = delete;
+  ~TestRtspServer();
+
+  [[nodiscard]] std::string url() const { return "rtsp://" + listener_.address() + "/live"; }
+  /** Blocks until a client has been sent the whole clip. */
+  void awaitSent() const { sent_.wait(false); }
+  /** Blocks until a client is connected. */
+  void awaitClient() const { connected_.wait(false); }
+  /** How the client asked for the data, from its SETUP. */
+  [[nodiscard]] const std::string& transport() const { return transport_; }
+
+ private:
+  void serve();
+  void converse();
+  [[nodiscard]] std::string answerTo(const std::string& request);
+  void sendClip();
+
+  int client_ = -1;
+  std::string clip_;
+  Behaviour behaviour_;
+  std::string sdp_;
+  std::string transport_;
+  TestListener listener_;
+  std::atomic<bool> sent_{false};
+  std::atomic<bool> connected_{false};
+  std::thread thread_;
+};

@@ -1,0 +1,92 @@
+#include "runtime/FileIO.h"
+
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <signal.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <string>
+
+#include "tests/support/TempDir.h"
+
+namespace {
+
+class FileIOTest : public testing::Test {
+ protected:
+  void SetUp() override {
+    fd_ = open(dir_.entry("data").c_str(), O_RDWR | O_CREAT, 0644);
+    ASSERT_GE(fd_, 0);
+  }
+  void TearDown() override { ::close(fd_); }
+
+  [[nodiscard]] ssize_t put(const std::string& text, off_t offset) const {
+    return writeFully(fd_, reinterpret_cast<const unsigned char*>(text.data()), text.size(),
+                      offset);
+  }
+  [[nodiscard]] std::string get(size_t n, off_t offset) const {
+    std::string text(n, '?');
+    const ssize_t got = readFully(fd_, reinterpret_cast<unsigned char*>(text.data()), n, offset);
+    return got < 0 ? "failed" : text.substr(0, static_cast<size_t>(got));
+  }
+
+  TempDir dir_;
+  int fd_ = -1;
+};
+
+// Files of the process may not grow past a limit for as long as this lives: the write that reaches
+// it is short, and the next one fails.
+class FileSizeLimit {
+ public:
+  explicit FileSizeLimit(rlim_t bytes) : handler_(signal(SIGXFSZ, SIG_IGN)) {
+    getrlimit(RLIMIT_FSIZE, &former_);
+    const rlimit limit{bytes, former_.rlim_max};
+    setrlimit(RLIMIT_FSIZE, &limit);
+  }
+  FileSizeLimit(const FileSizeLimit&) = delete;
+  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
+  ~FileSizeLimit() {
+    setrlimit(RLIMIT_FSIZE, &former_);
+    signal(SIGXFSZ, handler_);
+  }
+
+ private:
+  rlimit former_{};
+  sighandler_t handler_;
+};
+
+TEST_F(FileIOTest, WritesAndReadsAtOffsets) {
+  EXPECT_EQ(put("hello", 3), 5);
+  EXPECT_EQ(get(5, 3), "hello");
+  EXPECT_EQ(get(3, 5), "llo");
+}
+
+TEST_F(FileIOTest, ReadsLessOnlyAtTheEnd) {
+  EXPECT_EQ(put("hello", 0), 5);
+  EXPECT_EQ(get(100, 2), "llo");
+  EXPECT_EQ(get(100, 5), "");
+  EXPECT_EQ(get(100, 500), "");
+}
+
+TEST_F(FileIOTest, NothingIsReadOrWrittenWhenNothingIsAskedFor) {
+  EXPECT_EQ(put("", 0), 0);
+  EXPECT_EQ(get(0, 0), "");
+  EXPECT_EQ(lseek(fd_, 0, SEEK_END), 0);
+}
+
+TEST_F(FileIOTest, AWriteThatStopsHalfWayFailsWithItsCause) {
+  const FileSizeLimit limit(10);
+  EXPECT_EQ(put(std::string(25, 'x'), 0), -1);
+  EXPECT_EQ(errno, EFBIG);
+}
+
+TEST_F(FileIOTest, AFailedTransferTellsItsCause) {
+  unsigned char byte = 0;
+  EXPECT_EQ(readFully(-1, &byte, 1, 0), -1);
+  EXPECT_EQ(errno, EBADF);
+  EXPECT_EQ(writeFully(-1, &byte, 1, 0), -1);
+  EXPECT_EQ(errno, EBADF);
+}
+
+}  // namespace

@@ -1,0 +1,82 @@
+#include "runtime/KTClock.h"
+
+#include <gtest/gtest.h>
+
+#include <condition_variable>
+#include <ctime>
+#include <mutex>
+#include <thread>
+
+#include "tests/support/ManualClock.h"
+
+namespace {
+
+class KTClockTest : public testing::Test {
+ protected:
+  static KTClock& clock() { return *KTClock::instance(); }
+};
+
+TEST_F(KTClockTest, TheSystemsClockServesFirst) {
+  const time_t before = time(nullptr);
+  const KTTimeValue now = clock().now();
+  EXPECT_GE(now.tv_sec, before);
+  EXPECT_LE(now.tv_sec, time(nullptr));
+  EXPECT_GE(now.tv_usec, 0);
+  EXPECT_LT(now.tv_usec, 1000000);
+}
+
+TEST_F(KTClockTest, AnInstalledClockServesUntilItIsTakenBack) {
+  KTClock* const system = KTClock::instance();
+  {
+    ManualClock manual;
+    EXPECT_EQ(KTClock::instance(), &manual);
+  }
+  EXPECT_EQ(KTClock::instance(), system);
+}
+
+TEST_F(KTClockTest, ElapsedTimeNeverRunsBack) {
+  const KTClock::Span first = clock().elapsed();
+  EXPECT_GE(clock().elapsed(), first);
+}
+
+TEST_F(KTClockTest, SleepsAtLeastAsLongAsItWasTold) {
+  const KTClock::Span before = clock().elapsed();
+  clock().sleep(KTTimeValue(0, 2000));
+  EXPECT_GE(clock().elapsed() - before, std::chrono::microseconds(2000));
+}
+
+TEST_F(KTClockTest, ADeadlineIsTheTimeOutFromNowOn) {
+  ManualClock manual;
+  manual.advanceSeconds(100);
+  EXPECT_EQ(manual.deadline(KTTimeValue(15, 5)), std::chrono::microseconds(115000005));
+}
+
+TEST_F(KTClockTest, AnUnlimitedTimeOutHasNoDeadline) {
+  EXPECT_EQ(clock().deadline(KTTimeValue::Unlimited), KTClock::Span::max());
+}
+
+TEST_F(KTClockTest, ATimedWaitEndsByItself) {
+  std::mutex mutex;
+  std::condition_variable changed;
+  std::unique_lock lock(mutex);
+  const KTClock::Span until = clock().elapsed() + std::chrono::milliseconds(2);
+  while (clock().elapsed() < until) clock().wait(changed, lock, until);
+  EXPECT_TRUE(lock.owns_lock());
+}
+
+TEST_F(KTClockTest, AWaitWithoutEndIsNotified) {
+  std::mutex mutex;
+  std::condition_variable changed;
+  bool told = false;
+  std::unique_lock lock(mutex);
+  std::thread other([&] {
+    const std::lock_guard guard(mutex);
+    told = true;
+    changed.notify_all();
+  });
+  while (!told) clock().wait(changed, lock, KTClock::Span::max());
+  lock.unlock();
+  other.join();
+}
+
+}  // namespace

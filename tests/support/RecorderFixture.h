@@ -1,0 +1,68 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "handles/KTR_DB_factory.h"
+#include "recording/KTRVideoStreamRecordSession.h"
+#include "runtime/KTRFrameFormat.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/ManualClock.h"
+#include "tests/support/MariaDbServer.h"
+#include "tests/support/TempDir.h"
+
+/**
+ * A recorder named "cam" on the test's server and clock, with the verbs of a host: it builds a
+ * session, sends it frames stamped with the clock and waits until the session has nothing to do.
+ */
+class RecorderFixture : public testing::Test {
+ protected:
+  static constexpr long START = 1700000000;  // 22:13:20 UTC
+  static constexpr unsigned char STREAM = 3;
+
+  RecorderFixture();
+  ~RecorderFixture() override;
+
+  [[nodiscard]] KTRStreamRecordParams params() const;
+  /** Starts a session and sends it the time message, both clocks equal. */
+  void begin(const KTRStreamRecordParams& params);
+  void begin() { begin(params()); }
+  /** Commits one message; the answer of commit(). */
+  int send(int type, const KTDataBlock& data = KTDataBlock());
+  void sendTime(long gatewayTime, long serverTime);
+  /** Sends one frame, stamped with the clock unless told otherwise, and waits for the session. */
+  void frame(KTRFrameFormat::Kind kind) { frame(kind, stampNow()); }
+  void frame(KTRFrameFormat::Kind kind, unsigned int stampMs);
+  void key() { frame(KTRFrameFormat::Key); }
+  void delta() { frame(KTRFrameFormat::Delta); }
+  /** Moves the clock on by seconds, then sends a key frame; so often as told. */
+  void keyEvery(long seconds, int times);
+  /** Waits until the session has taken every message and waits again, or has ended. */
+  void settle();
+  /** Sends the stop message, waits for the end and destroys the session. */
+  void stop();
+
+  /** Milliseconds since 00:00 UTC of the clock. */
+  [[nodiscard]] static unsigned int stampNow();
+  [[nodiscard]] static long now() { return KTTimeValue::now().tv_sec; }
+  /** The bytes of a frame as the fixture makes them. */
+  [[nodiscard]] static KTDataBlock makeFrame(KTRFrameFormat::Kind kind, unsigned int stampMs);
+  [[nodiscard]] KTR_DB_handle* db() { return factory_->createDB("cam"); }
+  /** Changes the recorder's database. */
+  void exec(const std::string& sql) { (void)db()->db_do_query(KTString(sql)); }
+  /** Rows of a query on the recorder's database, columns joined with ",". */
+  [[nodiscard]] std::vector<std::string> rows(const std::string& sql);
+  /** One column of the only row; fails the test when there is another number of rows. */
+  [[nodiscard]] std::string value(const std::string& sql);
+  /** The path of a slice of a session that was started on the clock's current day. */
+  [[nodiscard]] std::string slicePath(unsigned int session, unsigned int slice) const;
+
+  TempDir dir_;
+  ManualClock clock_{START};
+  LogCapture log_;
+  std::unique_ptr<KTR_DB_factory> factory_;
+  std::unique_ptr<KTRVideoStreamRecordSession> session_;
+};
