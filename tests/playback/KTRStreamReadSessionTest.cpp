@@ -12,6 +12,16 @@ class KTRStreamReadSessionTest : public PlaybackFixture {
  protected:
   // Ends the session that is recorded and begins another one some seconds later.
   void pauseRecording(long seconds) { clock_.advanceSeconds(seconds); }
+  // Records five seconds of the stream in another size.
+  void recordOther(const char* size) {
+    KTRStreamRecordParams other = params();
+    other.videoSettings = KTRVideoSettingsRow("clip", 25, 0, "h264", size, "");
+    begin(other);
+    key();
+    keyEvery(1, 4);
+    stop();
+    db()->recordSessionTable()->updateDataBase(true);
+  }
   // Records a key frame every ten seconds.
   void recordSparsely(int count) {
     begin();
@@ -88,10 +98,14 @@ TEST_F(KTRStreamReadSessionTest, SettingsIdNarrowsTheSearch) {
 
 TEST_F(KTRStreamReadSessionTest, SizePicksTheSessionThatHasIt) {
   recordSeconds(10);
-  Parameters sized = at(START, 5);
-  sized["size"] = "640x360";
+  recordOther("1280x720");
+  exec("UPDATE recordSessions SET end_time=" + std::to_string(now()));
+  Parameters sized = at(START + 10);
+  sized["size"] = "1280x720";
   ASSERT_TRUE(play(sized));
-  EXPECT_EQ(player_->settings().settings, "25,0,h264,640x360,");
+  EXPECT_EQ(player_->settings().settings, "25,0,h264,1280x720,");
+  EXPECT_EQ(nextFrame(), 10);
+  EXPECT_TRUE(player_->dummyload(sized));
 }
 
 TEST_F(KTRStreamReadSessionTest, LoadedSessionResumesWithoutALookup) {
@@ -145,13 +159,7 @@ TEST_F(KTRStreamReadSessionTest, NextRecordSessionGoesOnWhereTheStreamDoes) {
 TEST_F(KTRStreamReadSessionTest, NextRecordSessionHasTheSameSettings) {
   recordSeconds(5);
   pauseRecording(100);
-  KTRStreamRecordParams other = params();
-  other.videoSettings = KTRVideoSettingsRow("clip", 30, 0, "h264", "640x360", "");
-  begin(other);
-  key();
-  keyEvery(1, 4);
-  stop();
-  db()->recordSessionTable()->updateDataBase(true);
+  recordOther("1280x720");
   ASSERT_TRUE(play(START));
   EXPECT_FALSE(player_->loadNextRecordSession());
   ASSERT_TRUE(play(START + 104));

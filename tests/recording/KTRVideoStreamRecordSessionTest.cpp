@@ -272,6 +272,36 @@ TEST_F(KTRVideoStreamRecordSessionTest, FrameFiveMinutesLateIsTakenAndOneSecondM
                        " queue_size:0 messages videoFrameParser_.size:0 bytes"));
 }
 
+TEST_F(KTRVideoStreamRecordSessionTest, ReportOfALateFrameCountsWhatWaitsBehindIt) {
+  begin();
+  key();
+  const unsigned int late = stampNow() - 301 * 1000;
+  std::mutex gate;
+  log_.whenLogged(UNKNOWN, [&gate] { const std::lock_guard wait(gate); });
+  {
+    const std::lock_guard closed(gate);
+    send(0x200);
+    send(KTRMessageType::FrameData, makeFrame(Format::Key, late) + makeFrame(Format::Delta, late));
+    send(KTRMessageType::Ignored);
+  }
+  settle();
+  EXPECT_TRUE(
+      log_.has(64, "Recording is too slow => closing session serverTime:" + std::to_string(START) +
+                       " currentFrameTime:" + std::to_string(START - 301) +
+                       " queue_size:1 messages videoFrameParser_.size:" +
+                       std::to_string(makeFrame(Format::Delta, late).size) + " bytes"));
+}
+
+TEST_F(KTRVideoStreamRecordSessionTest, ThreadIsMadeKnownToTheClientLibrary) {
+  calls_.forget();
+  begin();
+  EXPECT_EQ(calls_.threadInits(), 1U);
+  EXPECT_EQ(calls_.threadEnds(), 0U);
+  stop();
+  EXPECT_EQ(calls_.threadInits(), 1U);
+  EXPECT_EQ(calls_.threadEnds(), 1U);
+}
+
 TEST_F(KTRVideoStreamRecordSessionTest, TimeMessageSetsTheGatewayClock) {
   begin();
   sendTime(START - 1000, START);
