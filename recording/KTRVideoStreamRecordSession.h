@@ -51,7 +51,9 @@ class KTR_API KTRVideoStreamRecordSession : public KTRStreamRecordSession {
 
   // Opening a record session: recording/KTRVideoStreamRecordSession_start.cpp.
   [[nodiscard]] bool openSession(long realTime);
-  [[nodiscard]] bool addSessionRow(KTR_DB_handle* db, const KTString& storage);
+  [[nodiscard]] bool rowUpdated(bool updated) const;
+  [[nodiscard]] bool addSessionRow(KTR_DB_handle* db, const KTString& storage,
+                                   unsigned int settingsId);
   [[nodiscard]] bool insertSessionRow(KTR_DB_handle* db, const KTRRecorderSessionRow& row);
   [[nodiscard]] bool removeHalfBornRow(KTR_DB_handle* db, const KTRRecorderSessionRow& row);
 

@@ -128,9 +128,8 @@ bool KTRVideoStreamRecordSession::writePendingRow(long realTime, KTR_DB_handle* 
         file_->fileIndex(), static_cast<int>(sessionId_), static_cast<int>(file_->recordOffset()));
     return false;
   }
-  db->recordSessionTable()->updateEndTime(sessionId_, realTime,
-                                          static_cast<int>(sessionFrameInterval_));
-  return true;
+  return rowUpdated(db->recordSessionTable()->updateEndTime(
+                        sessionId_, realTime, static_cast<int>(sessionFrameInterval_)) == 0);
 }
 
 void KTRVideoStreamRecordSession::cutByEventsSlice(KTR_DB_handle* db) {

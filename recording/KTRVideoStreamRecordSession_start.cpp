@@ -22,11 +22,18 @@ bool KTRVideoStreamRecordSession::openSession(long realTime) {
   if (db == nullptr || db->recordSessionTable() == nullptr || !startNewSession(db)) return false;
   resetVideoSessionRecordVariables();
   publishSession();
-  db->recordSessionTable()->updateStartTime(sessionId_, realTime);
-  if (params_.recordMode == KTRStreamRecordParams::Continuous) {
-    db->recordSessionTable()->updateDataAvailable(sessionId_, 1);
-  }
-  return true;
+  KTRRecordSessionTable* table = db->recordSessionTable();
+  if (!rowUpdated(table->updateStartTime(sessionId_, realTime) == 0)) return false;
+  return params_.recordMode != KTRStreamRecordParams::Continuous ||
+         rowUpdated(table->updateDataAvailable(sessionId_, 1) == 0);
+}
+
+// A session whose row is gone or cannot be read would record what no player finds.
+bool KTRVideoStreamRecordSession::rowUpdated(bool updated) const {
+  if (updated) return true;
+  KTLogger::instance()->log(KTLogger::Error, "Cant update RecorderSessionRow in DB sessionID=%u",
+                            sessionId_);
+  return false;
 }
 
 bool KTRVideoStreamRecordSession::startNewSession(KTR_DB_handle* db) {
@@ -37,7 +44,9 @@ bool KTRVideoStreamRecordSession::startNewSession(KTR_DB_handle* db) {
   }
   KTString storage = params_.storageDir;
   if (!builStorageDirName(storage)) return refused("Cant Create Directory !!");
-  if (!addSessionRow(db, storage)) return false;
+  const int settingsId = settings->getSettingsID(params_.videoSettings);
+  if (settingsId == -1) return refused("Cant find videoSettings in DB error !!.");
+  if (!addSessionRow(db, storage, static_cast<unsigned int>(settingsId))) return false;
   if (db->createDataStreamTable(sessionId_) == nullptr) {
     return refused("Cant create createVideoStreamTabl in DB error !!.");
   }
@@ -47,11 +56,11 @@ bool KTRVideoStreamRecordSession::startNewSession(KTR_DB_handle* db) {
   return true;
 }
 
-bool KTRVideoStreamRecordSession::addSessionRow(KTR_DB_handle* db, const KTString& storage) {
+bool KTRVideoStreamRecordSession::addSessionRow(KTR_DB_handle* db, const KTString& storage,
+                                                unsigned int settingsId) {
   KTRRecorderSessionRow row;
   row.streamID = static_cast<unsigned int>(params_.streamId);
-  row.settingsID =
-      static_cast<unsigned int>(db->settingsTable()->getSettingsID(params_.videoSettings));
+  row.settingsID = settingsId;
   row.update_time = static_cast<unsigned int>(serverTime());
   row.dataAvailable = DATA_UNDECIDED;
   row.storage = storage;
