@@ -1,15 +1,15 @@
 #include "recording/KTRVideoStreamRecordSession.h"
 
 #include <gmock/gmock.h>
-#include <signal.h>
-#include <sys/resource.h>
 
 #include <filesystem>
 #include <mutex>
 
 #include "runtime/KTRFrameWriter.h"
 #include "tests/support/ClientCalls.h"
+#include "tests/support/FileSizeLimit.h"
 #include "tests/support/RecorderFixture.h"
+#include "tests/support/TableBlock.h"
 
 namespace {
 
@@ -17,23 +17,7 @@ using Format = KTRFrameFormat;
 
 constexpr const char* UNKNOWN = "[ KTRVideoStreamRecordSession::run() ] : UNKNOWN";
 
-class KTRVideoStreamRecordSessionTest : public RecorderFixture {
- protected:
-  [[nodiscard]] unsigned int indexRows() {
-    return std::stoul(value("SELECT count(*) FROM dataStreams"));
-  }
-  [[nodiscard]] std::string sessionId() { return std::to_string(session_->progress().sessionId); }
-  [[nodiscard]] bool ended() const { return !session_->alive(); }
-  void beginByEvents(int preEventKeyFrames) {
-    KTRStreamRecordParams byEvents = params();
-    byEvents.recordMode = KTRStreamRecordParams::ByEvents;
-    byEvents.preEventKeyFrames = preEventKeyFrames;
-    begin(byEvents);
-  }
-  [[nodiscard]] bool sliceExists(unsigned int slice) const {
-    return std::filesystem::exists(slicePath(1, slice));
-  }
-};
+class KTRVideoStreamRecordSessionTest : public RecorderFixture {};
 
 TEST_F(KTRVideoStreamRecordSessionTest, FirstKeyFrameOpensASessionAtItsTime) {
   begin();
@@ -148,10 +132,7 @@ TEST_F(KTRVideoStreamRecordSessionTest, FramesReachTheDiskAsTheyWereCommitted) {
   delta();
   const unsigned int stamp = stampNow();
   stop();
-  KTRFile reader(KTString((dir_.path() + KTTimeValue(START, 0).asString("/%Y/%m/%d").c_str() +
-                           "/record_ktr_cam_R1_")
-                              .c_str()),
-                 0, KTRFile::READ_FLAGS, KTRFile::READ_SLICE_SIZE);
+  KTRFile reader(KTString(prefix(1)), 0, KTRFile::READ_FLAGS, KTRFile::READ_SLICE_SIZE);
   KTDataBlock stored;
   ASSERT_GT(reader.readKTRData(stored), 0);
   EXPECT_EQ(stored, makeFrame(Format::Key, stamp));
@@ -356,17 +337,11 @@ TEST_F(KTRVideoStreamRecordSessionTest, SlicesRollAtTheirSize) {
 TEST_F(KTRVideoStreamRecordSessionTest, FailedWriteEndsTheSession) {
   begin();
   key();
-  const rlimit former = [] {
-    rlimit limit{};
-    getrlimit(RLIMIT_FSIZE, &limit);
-    return limit;
-  }();
-  signal(SIGXFSZ, SIG_IGN);
-  const rlimit none{1, former.rlim_max};
-  setrlimit(RLIMIT_FSIZE, &none);
-  clock_.advanceSeconds(11);
-  delta();
-  setrlimit(RLIMIT_FSIZE, &former);
+  {
+    const FileSizeLimit full(1);
+    clock_.advanceSeconds(11);
+    delta();
+  }
   EXPECT_TRUE(ended());
   const unsigned int record = makeFrame(Format::Key, 0).size + 8;
   EXPECT_TRUE(
@@ -412,6 +387,15 @@ TEST_F(KTRVideoStreamRecordSessionTest, SettingsThatCannotBeStoredEndTheSession)
   key();
   EXPECT_TRUE(ended());
   EXPECT_TRUE(log_.has(128, "Cant add videoSettings in DB error !!."));
+}
+
+TEST_F(KTRVideoStreamRecordSessionTest, IndexTableThatCannotBeCreatedEndsTheSession) {
+  ASSERT_NE(db(), nullptr);
+  const TableBlock block("ktr_cam", "dataStreams");
+  begin();
+  key();
+  EXPECT_TRUE(ended());
+  EXPECT_TRUE(log_.has(128, "Cant create createVideoStreamTabl in DB error !!."));
 }
 
 TEST_F(KTRVideoStreamRecordSessionTest, HalfBornRowOfACrashIsReplaced) {
