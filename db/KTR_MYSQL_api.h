@@ -109,7 +109,8 @@ class KTR_API KTR_MYSQL_api {
   int create_tb(const KTString& name, KTString fields);
   /**
    * Drops a database under a table lock on its name. -1, with nothing dropped, when there is no
-   * such table to lock in the connection's database.
+   * such table to lock in the connection's database. A server that drops no database while tables
+   * are locked refuses in any case: to be sure of it, send the statement with db_do_query().
    */
   int drop_db(const KTString& name);
   /** Names are LIKE patterns. */

@@ -63,8 +63,7 @@ class KTR_API KTR_DB_handle : public KTR_MYSQL_api {
 
   /** "record_<database>_R<id>_" */
   [[nodiscard]] KTString getPrefixFileName(int id) const;
-  /** The session's storage directory, "/" and the prefix; the directory of an unknown session is
-   * empty. */
+  /** The session's storage directory (empty for an unknown session), "/" and the prefix. */
   [[nodiscard]] KTString getFullPrefixFileName(int id);
   /** The full prefix and "audioHeader.dat". */
   [[nodiscard]] KTString getAudioHeaderFilename(int id);
@@ -85,7 +84,10 @@ class KTR_API KTR_DB_handle : public KTR_MYSQL_api {
   void deleteOlderRecordSessionRow(unsigned int unused1, unsigned int unused2);
   /** Removes all index rows and the row of a session, and none of its files. */
   void deleteStreamSession(unsigned int id);
-  /** Removes every file of a session, and no rows. */
+  /**
+   * Removes every file of a session, and no rows. Refused, with a log line, when the session has no
+   * storage directory or one that a shell could read as more than a path.
+   */
   void deleteAllDataFiles(unsigned int id);
   /**
    * Removes all sessions stored in the storage directory of the oldest session, then the directory

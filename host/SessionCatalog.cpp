@@ -85,7 +85,7 @@ void SessionCatalog::readSettings(unsigned int settingsId, RecordedSession& sess
     session.kind = "video";
     session.codec = video.videoText1.view();
     session.format = video.videoText2.view();
-    if (session.fps == 0) session.fps = video.videoParam1;
+    session.fps = video.videoParam1;  // the session's own column holds a fixed rate
   } else if (row.streamType == STREAM_AUDIO) {
     const KTRAudioSettingsRow audio(row);
     session.kind = "audio";

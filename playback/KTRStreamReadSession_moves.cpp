@@ -9,7 +9,7 @@ bool KTRStreamReadSession::stop() {
 
 bool KTRStreamReadSession::rewind(unsigned int seconds) {
   pause();
-  const bool moved = seek(-static_cast<int>(seconds));
+  const bool moved = seek(static_cast<int>(0U - seconds));
   _playing = true;
   return moved;
 }

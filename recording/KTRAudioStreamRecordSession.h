@@ -19,7 +19,7 @@
  *   destructor ends the thread and waits for it; frames that are still queued are dropped, so a
  *   host that wants them stored commits a Stop message and waits until alive() is false.
  * Blocks: the session's thread for the file system and the database, never the caller of commit().
- * Errors: log lines; see docs/reference/log-messages.md.
+ * Errors: the log says why a session ended, with priority 64 or 128.
  */
 class KTR_API KTRAudioStreamRecordSession : public KTRStreamRecordSession {
  public:

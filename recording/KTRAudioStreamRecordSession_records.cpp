@@ -35,7 +35,9 @@ bool KTRAudioStreamRecordSession::records(KTRVideoFrame& frame) {
   }
   KTR_DB_handle* db = database();
   if (db == nullptr || !addIndexRow(realTime, db)) return false;
-  db->recordSessionTable()->updateEndTime(sessionId_, realTime, 0);
+  if (!rowUpdated(db->recordSessionTable()->updateEndTime(sessionId_, realTime, 0) == 0)) {
+    return false;
+  }
   if (params_.recordMode == KTRStreamRecordParams::ByEvents) cutByEventsSlice(db);
   return true;
 }

@@ -12,8 +12,7 @@ bool KTRAudioStreamRecordSession::openSession(long realTime) {
   resetSessionRecordVariables();
   KTLogger::instance()->log(KTLogger::Information, "Start Audio SessionID:%d StreamID:%d",
                             static_cast<int>(sessionId_), params_.streamId);
-  if (params_.recordMode != KTRStreamRecordParams::ByEvents) markAvailable(db);
-  return true;
+  return params_.recordMode == KTRStreamRecordParams::ByEvents || markAvailable(db);
 }
 
 // Unlike a video's row, this one is born with both times set, so that a crash leaves no half-born
@@ -25,7 +24,10 @@ bool KTRAudioStreamRecordSession::startNewSession(KTR_DB_handle* db) {
   }
   KTString storage = params_.storageDir;
   if (!builStorageDirName(storage)) return refused("[AUDIO] Cant Create Directory !!");
-  KTRRecorderSessionRow row = newSessionRow(db, params_.audioSettings, storage);
+  const int settingsId = db->settingsTable()->getSettingsID(params_.audioSettings);
+  if (settingsId == -1) return refused("[AUDIO] Cant find audioSettings in DB !!");
+  KTRRecorderSessionRow row =
+      newSessionRow(storage, static_cast<unsigned int>(settingsId), STREAM_AUDIO);
   row.start_time = begun;
   row.end_time = begun;
   row.realFps = REAL_FPS;

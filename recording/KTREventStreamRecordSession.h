@@ -19,8 +19,7 @@
  * Threads: starts its own; commit() and setNotifyTask() from any thread. The destructor stores what
  *   is queued, ends the thread and waits for it.
  * Blocks: the session's thread for the database, never the caller of commit().
- * Errors: log lines; see docs/reference/log-messages.md. An event that cannot be stored is lost,
- *   and the session goes on.
+ * Errors: log lines. An event that cannot be stored is lost, and the session goes on.
  */
 class KTR_API KTREventStreamRecordSession : public KTRTask {
  public:

@@ -73,14 +73,18 @@ class KTR_API KTRStreamRecordSession : public KTRTask {
   [[nodiscard]] KTR_DB_handle* openRecordSession(long realTime);
   /** Stores the stream's settings unless they are stored; false on failure. */
   [[nodiscard]] static bool addSettings(KTR_DB_handle* db, const KTRSettingsRow& settings);
-  /** The row of a new record session with these settings, as both kinds of stream fill it. */
-  [[nodiscard]] KTRRecorderSessionRow newSessionRow(KTR_DB_handle* db,
-                                                    const KTRSettingsRow& settings,
-                                                    const KTString& storage) const;
+  /** The row of a new record session, as both kinds of stream fill it. */
+  [[nodiscard]] KTRRecorderSessionRow newSessionRow(const KTString& storage,
+                                                    unsigned int settingsId,
+                                                    streamTypes kind) const;
   /** Inserts the row, whose id becomes sessionId_; false when there is no new row. */
   [[nodiscard]] bool insertSessionRow(KTR_DB_handle* db, const KTRRecorderSessionRow& row);
   /** Closes the previous data file and opens the chain of sessionId_; false when that fails. */
   [[nodiscard]] bool openDataFile(KTR_DB_handle* db);
+  /** Marks the record session as one that has data; false, with a log line, on failure. */
+  [[nodiscard]] bool markAvailable(KTR_DB_handle* db) const;
+  /** Passes on whether the record session's row was updated; logs an error when it was not. */
+  [[nodiscard]] bool rowUpdated(bool updated) const;
   /** Logs an error; false. */
   [[nodiscard]] static bool refused(const char* text);
 
@@ -91,8 +95,6 @@ class KTR_API KTRStreamRecordSession : public KTRTask {
   void confirmEvent();
   /** Removes a record session by events that was not confirmed; text takes its id for the log. */
   void removeUnconfirmed(const char* text) __attribute__((format(printf, 2, 0)));
-  /** Marks the record session as one that has data. */
-  void markAvailable(KTR_DB_handle* db) const;
 
   /** Notes the stamp of an indexed frame; one that runs backwards asks for a new record session. */
   void followFrameClock(unsigned int stampMs);

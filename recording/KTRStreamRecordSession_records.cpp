@@ -20,7 +20,7 @@ void KTRStreamRecordSession::takeFrames(const KTDataBlock& data, KTRVideoFrame& 
 void KTRStreamRecordSession::confirmEvent() {
   if (params_.recordMode == KTRStreamRecordParams::ByEvents) {
     KTR_DB_handle* db = database();
-    if (db != nullptr && db->recordSessionTable() != nullptr) markAvailable(db);
+    if (db != nullptr && db->recordSessionTable() != nullptr) (void)markAvailable(db);
   }
   params_.recordMode = KTRStreamRecordParams::Continuous;
 }
@@ -31,10 +31,6 @@ void KTRStreamRecordSession::removeUnconfirmed(const char* text) {
   if (db == nullptr) return;
   KTLogger::instance()->log(KTLogger::Information, text, sessionId_);
   db->deleteStreamSession(sessionId_);
-}
-
-void KTRStreamRecordSession::markAvailable(KTR_DB_handle* db) const {
-  db->recordSessionTable()->updateDataAvailable(sessionId_, 1);
 }
 
 void KTRStreamRecordSession::followFrameClock(unsigned int stampMs) {

@@ -16,8 +16,20 @@ KTR_DB_handle* KTRStreamRecordSession::openRecordSession(long realTime) {
   KTR_DB_handle* db = factory == nullptr ? nullptr : factory->createDB(params_.dbName);
   if (db == nullptr || db->recordSessionTable() == nullptr || !startNewSession(db)) return nullptr;
   publishSession();
-  db->recordSessionTable()->updateStartTime(sessionId_, realTime);
-  return db;
+  const int result = db->recordSessionTable()->updateStartTime(sessionId_, realTime);
+  return rowUpdated(result == 0) ? db : nullptr;
+}
+
+bool KTRStreamRecordSession::markAvailable(KTR_DB_handle* db) const {
+  return rowUpdated(db->recordSessionTable()->updateDataAvailable(sessionId_, 1) == 0);
+}
+
+// A session whose row is gone or cannot be read would record what no player finds.
+bool KTRStreamRecordSession::rowUpdated(bool updated) const {
+  if (updated) return true;
+  KTLogger::instance()->log(KTLogger::Error, "Cant update RecorderSessionRow in DB sessionID=%u",
+                            sessionId_);
+  return false;
 }
 
 bool KTRStreamRecordSession::addSettings(KTR_DB_handle* db, const KTRSettingsRow& settings) {
@@ -25,16 +37,16 @@ bool KTRStreamRecordSession::addSettings(KTR_DB_handle* db, const KTRSettingsRow
   return table != nullptr && table->addKTRRow(settings, KTR_DBTable::TB_STREAM_SETTINGS) != -1;
 }
 
-KTRRecorderSessionRow KTRStreamRecordSession::newSessionRow(KTR_DB_handle* db,
-                                                            const KTRSettingsRow& settings,
-                                                            const KTString& storage) const {
+KTRRecorderSessionRow KTRStreamRecordSession::newSessionRow(const KTString& storage,
+                                                            unsigned int settingsId,
+                                                            streamTypes kind) const {
   KTRRecorderSessionRow row;
   row.streamID = static_cast<unsigned int>(params_.streamId);
-  row.settingsID = static_cast<unsigned int>(db->settingsTable()->getSettingsID(settings));
+  row.settingsID = settingsId;
   row.update_time = static_cast<unsigned int>(serverTime());
   row.dataAvailable = DATA_UNDECIDED;
   row.storage = storage;
-  row.streamType = settings.streamType;
+  row.streamType = kind;
   return row;
 }
 

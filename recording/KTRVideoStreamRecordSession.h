@@ -20,7 +20,7 @@
  *   destructor ends the thread and waits for it; frames that are still queued are dropped, so a
  *   host that wants them stored commits a Stop message and waits until alive() is false.
  * Blocks: the session's thread for the file system and the database, never the caller of commit().
- * Errors: log lines; see docs/reference/log-messages.md.
+ * Errors: the log says why a session ended, with priority 64 or 128.
  */
 class KTR_API KTRVideoStreamRecordSession : public KTRStreamRecordSession {
  public:
@@ -48,7 +48,8 @@ class KTR_API KTRVideoStreamRecordSession : public KTRStreamRecordSession {
 
   // Opening a record session: recording/KTRVideoStreamRecordSession_start.cpp.
   [[nodiscard]] bool openSession(long realTime);
-  [[nodiscard]] bool addSessionRow(KTR_DB_handle* db, const KTString& storage);
+  [[nodiscard]] bool addSessionRow(KTR_DB_handle* db, const KTString& storage,
+                                   unsigned int settingsId);
   [[nodiscard]] bool removeHalfBornRow(KTR_DB_handle* db, const KTRRecorderSessionRow& row);
 
   // The road of one frame: recording/KTRVideoStreamRecordSession_records.cpp.

@@ -118,9 +118,8 @@ bool KTRVideoStreamRecordSession::writePendingRow(long realTime, KTR_DB_handle* 
   if (table->addRow(pendingRow_) != 0) {
     return refusedAt("addRowRes error !!! fileindex:%d record:%d  offset:%d !");
   }
-  db->recordSessionTable()->updateEndTime(sessionId_, realTime,
-                                          static_cast<int>(sessionFrameInterval_));
-  return true;
+  return rowUpdated(db->recordSessionTable()->updateEndTime(
+                        sessionId_, realTime, static_cast<int>(sessionFrameInterval_)) == 0);
 }
 
 void KTRVideoStreamRecordSession::resetVideoSessionRecordVariables() {

@@ -6,8 +6,7 @@ bool KTRVideoStreamRecordSession::openSession(long realTime) {
   KTR_DB_handle* db = openRecordSession(realTime);
   if (db == nullptr) return false;
   resetVideoSessionRecordVariables();
-  if (params_.recordMode == KTRStreamRecordParams::Continuous) markAvailable(db);
-  return true;
+  return params_.recordMode != KTRStreamRecordParams::Continuous || markAvailable(db);
 }
 
 bool KTRVideoStreamRecordSession::startNewSession(KTR_DB_handle* db) {
@@ -16,7 +15,9 @@ bool KTRVideoStreamRecordSession::startNewSession(KTR_DB_handle* db) {
   }
   KTString storage = params_.storageDir;
   if (!builStorageDirName(storage)) return refused("Cant Create Directory !!");
-  if (!addSessionRow(db, storage)) return false;
+  const int settingsId = db->settingsTable()->getSettingsID(params_.videoSettings);
+  if (settingsId == -1) return refused("Cant find videoSettings in DB error !!.");
+  if (!addSessionRow(db, storage, static_cast<unsigned int>(settingsId))) return false;
   if (db->createDataStreamTable(sessionId_) == nullptr) {
     return refused("Cant create createVideoStreamTabl in DB error !!.");
   }
@@ -26,8 +27,9 @@ bool KTRVideoStreamRecordSession::startNewSession(KTR_DB_handle* db) {
   return true;
 }
 
-bool KTRVideoStreamRecordSession::addSessionRow(KTR_DB_handle* db, const KTString& storage) {
-  KTRRecorderSessionRow row = newSessionRow(db, params_.videoSettings, storage);
+bool KTRVideoStreamRecordSession::addSessionRow(KTR_DB_handle* db, const KTString& storage,
+                                                unsigned int settingsId) {
+  KTRRecorderSessionRow row = newSessionRow(storage, settingsId, STREAM_VIDEO);
   row.realFps = params_.videoSettings.videoParam1;
   if (insertSessionRow(db, row)) return true;
 

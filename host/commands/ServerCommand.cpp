@@ -26,8 +26,7 @@ Examples:
 CLI::App* ServerCommand::define(CLI::App& program) {
   CLI::App* command = program.add_subcommand("server", DESCRIPTION);
   command->footer(FOOTER);
-  start_ =
-      command->add_subcommand("start", "Start the server, to run until ktr server stop");
+  start_ = command->add_subcommand("start", "Start the server, to run until ktr server stop");
   stop_ = command->add_subcommand("stop", "Stop the server, unless a command uses it");
   status_ = command->add_subcommand("status", "Tell whether the server runs, and how it is set");
   for (CLI::App* part : {start_, stop_, status_}) {

@@ -239,6 +239,19 @@ TEST_F(KTR_DB_handle_retentionTest, FilesOfAnUnknownSessionAreNotRemoved) {
   EXPECT_TRUE(log.has(128, "[ REMOVE REFUSED ] '' : it is empty"));
 }
 
+TEST_F(KTR_DB_handle_retentionTest, FilesOfAHostileDatabaseNameAreNotRemoved) {
+  server.exec("CREATE DATABASE `a b`");
+  KTR_DB_handle hostile("a b");
+  KTRRecorderSessionRow row;
+  row.storage = KTString(dir.path());
+  EXPECT_EQ(hostile.recordSessionTable()->addRow(row), 1U);
+  const std::string victim = day("record_a");
+  std::ofstream{victim} << "keep";
+  hostile.deleteAllDataFiles(1);
+  EXPECT_TRUE(fs::exists(victim));
+  EXPECT_EQ(log.countContaining("only letters, digits and / . _ - are allowed"), 1U);
+}
+
 TEST_F(KTR_DB_handle_retentionTest, RecordingsOfLessThanHalfAnHourStay) {
   session(1000, day("old"));
   session(2799, day("new"));

@@ -94,7 +94,7 @@ TEST_F(SessionCatalogTest, ReadsVideoSettings) {
   EXPECT_EQ("video", session.kind);
   EXPECT_EQ("h264", session.codec);
   EXPECT_EQ("1280x720", session.format);
-  EXPECT_EQ(20U, session.fps);
+  EXPECT_EQ(25U, session.fps);
   EXPECT_EQ(100, session.start);
   EXPECT_EQ(60, session.seconds());
 }

@@ -276,6 +276,38 @@ TEST_F(KTRAudioStreamRecordSessionTest, UnknownMessagesAreReportedAndTheIgnoredK
   EXPECT_FALSE(ended());
 }
 
+TEST_F(KTRAudioStreamRecordSessionTest, ThreadIsMadeKnownToTheClientLibraryForAsLongAsItRuns) {
+  const ClientCalls calls;
+  begin();
+  EXPECT_EQ(calls.threadInits(), 1U);
+  EXPECT_EQ(calls.threadEnds(), 0U);
+  stop();
+  EXPECT_EQ(calls.threadEnds(), 1U);
+}
+
+TEST_F(KTRAudioStreamRecordSessionTest, StopBitGoesBeforeAllOthers) {
+  beginWithHeader();
+  send(KTRMessageType::Stop | KTRMessageType::FrameData, makeFrame(Format::Audio, stampNow()));
+  session_->wait();
+  EXPECT_EQ(session_->progress().frames, 0U);
+}
+
+TEST_F(KTRAudioStreamRecordSessionTest, FrameBitGoesBeforeTheModes) {
+  beginWithHeader();
+  send(KTRMessageType::FrameData | KTRMessageType::ByEvents | KTRMessageType::Ignored,
+       makeFrame(Format::Audio, stampNow()));
+  audioEvery(1, 1);
+  EXPECT_EQ(session_->progress().frames, 2U);
+  EXPECT_EQ(session_->progress().sessionId, 1U);
+}
+
+TEST_F(KTRAudioStreamRecordSessionTest, SwitchGoesBeforeTheConfirmation) {
+  beginWithHeader();
+  send(KTRMessageType::ByEvents | KTRMessageType::EventConfirmed);
+  audioEvery(1, 1);
+  EXPECT_EQ(session_->progress().sessionId, 2U);
+}
+
 TEST_F(KTRAudioStreamRecordSessionTest, SlowTurnsAreNotReported) {
   begin();
   log_.whenLogged("[ KTRAUDIOStreamRecordSession::run() ] : UNKNOWN",
@@ -334,6 +366,17 @@ TEST_F(KTRAudioStreamRecordSessionTest, SettingsThatCannotBeStoredEndTheSession)
   EXPECT_TRUE(log_.has(128, "[AUDIO] Cant add audioSettings in DB !!"));
 }
 
+TEST_F(KTRAudioStreamRecordSessionTest, SettingsThatAreNotFoundAgainEndTheSession) {
+  ASSERT_NE(db(), nullptr);
+  exec(
+      "INSERT INTO streamSettings (name,settings,streamType) VALUES "
+      "('other','128,aac,48000','1')");
+  beginWithHeader();
+  EXPECT_TRUE(ended());
+  EXPECT_TRUE(log_.has(128, "[AUDIO] Cant find audioSettings in DB !!"));
+  EXPECT_EQ(value("SELECT count(*) FROM recordSessions"), "0");
+}
+
 TEST_F(KTRAudioStreamRecordSessionTest, UnwritableStorageEndsTheSession) {
   KTRStreamRecordParams bad = params();
   bad.storageDir = "/proc/no/such";
@@ -357,6 +400,30 @@ TEST_F(KTRAudioStreamRecordSessionTest, IndexTableThatCannotBeCreatedEndsTheSess
   beginWithHeader();
   EXPECT_TRUE(ended());
   EXPECT_TRUE(log_.has(128, "Cant create Audio createDataStreamTabl in DB error !!."));
+}
+
+TEST_F(KTRAudioStreamRecordSessionTest, DataFileThatCannotBeOpenedEndsTheSession) {
+  fs::create_directories(slicePath(1, 0));
+  beginWithHeader();
+  EXPECT_TRUE(ended());
+  EXPECT_EQ(log_.countContaining("[x] Start Audio"), 0U);
+}
+
+TEST_F(KTRAudioStreamRecordSessionTest, StartTimeThatCannotBeSetEndsTheSession) {
+  log_.whenLogged("[x] Start Audio SessionID:1 for StreamID:3",
+                  [this] { exec("DELETE FROM recordSessions"); });
+  beginWithHeader();
+  EXPECT_TRUE(ended());
+  EXPECT_TRUE(log_.has(128, "Cant update RecorderSessionRow in DB sessionID=1"));
+}
+
+TEST_F(KTRAudioStreamRecordSessionTest, EndTimeThatCannotBeSetEndsTheSession) {
+  beginWithHeader();
+  evictFirstRow();
+  exec("DELETE FROM recordSessions WHERE id=1");
+  audio();
+  EXPECT_TRUE(ended());
+  EXPECT_TRUE(log_.has(128, "Cant update RecorderSessionRow in DB sessionID=1"));
 }
 
 TEST_F(KTRAudioStreamRecordSessionTest, ByEventsKeepsARollingWindowOfSlices) {

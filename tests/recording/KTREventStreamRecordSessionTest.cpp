@@ -3,6 +3,7 @@
 #include <mutex>
 
 #include "runtime/KTREventWriter.h"
+#include "tests/support/ClientCalls.h"
 #include "tests/support/RecorderFixture.h"
 #include "tests/support/TableBlock.h"
 
@@ -210,6 +211,22 @@ TEST_F(KTREventStreamRecordSessionTest, UnknownMessagesAreReportedAndTwoKindsAre
   sendAndSettle(0x200);
   EXPECT_TRUE(log_.has(64, UNKNOWN));
   EXPECT_TRUE(events_->alive());
+}
+
+TEST_F(KTREventStreamRecordSessionTest, StopBitGoesBeforeTheEvents) {
+  listen();
+  commit(KTRMessageType::Stop | KTRMessageType::FrameData, event(1));
+  events_->wait();
+  EXPECT_TRUE(storedSensors().empty());
+}
+
+TEST_F(KTREventStreamRecordSessionTest, ThreadIsMadeKnownToTheClientLibraryForAsLongAsItRuns) {
+  const ClientCalls calls;
+  listen();
+  EXPECT_EQ(calls.threadInits(), 1U);
+  EXPECT_EQ(calls.threadEnds(), 0U);
+  events_.reset();
+  EXPECT_EQ(calls.threadEnds(), 1U);
 }
 
 TEST_F(KTREventStreamRecordSessionTest, EventWithoutAnIdIsReportedAndTheSessionGoesOn) {

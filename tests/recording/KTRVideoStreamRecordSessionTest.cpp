@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <filesystem>
 #include <mutex>
 
@@ -17,7 +19,10 @@ using Format = KTRFrameFormat;
 
 constexpr const char* UNKNOWN = "[ KTRVideoStreamRecordSession::run() ] : UNKNOWN";
 
-class KTRVideoStreamRecordSessionTest : public RecorderFixture {};
+class KTRVideoStreamRecordSessionTest : public RecorderFixture {
+ protected:
+  ClientCalls calls_;
+};
 
 TEST_F(KTRVideoStreamRecordSessionTest, FirstKeyFrameOpensASessionAtItsTime) {
   begin();
@@ -36,21 +41,18 @@ TEST_F(KTRVideoStreamRecordSessionTest, SessionRowNamesSettingsStorageAndFrameRa
   EXPECT_EQ(value("SELECT s.realFps,s.settingsID=t.id FROM recordSessions s, streamSettings t"),
             "15,1")
       << "a cached row has the fixed frame rate";
-  EXPECT_EQ(value("SELECT storage FROM recordSessions"),
-            dir_.path() + KTTimeValue(START, 0).asString("/%Y/%m/%d/").c_str());
+  EXPECT_EQ(value("SELECT storage FROM recordSessions"), dayDirectory());
 }
 
 TEST_F(KTRVideoStreamRecordSessionTest, SessionRowIsInsertedWithItsFirstValues) {
-  const ClientCalls calls;
   begin();
   key();
   const std::string time = std::to_string(START);
-  const std::string storage = dir_.path() + KTTimeValue(START, 0).asString("/%Y/%m/%d/").c_str();
-  EXPECT_THAT(calls.statements(),
+  EXPECT_THAT(calls_.statements(),
               testing::Contains("INSERT INTO recordSessions  ( streamID, settingsID, start_time,"
                                 "end_time,update_time, dataAvailable,storage,streamType,realFps) "
                                 "VALUES ( 3,1,0,0," +
-                                time + ",2,'" + storage + "',0,25 ) "));
+                                time + ",2,'" + dayDirectory() + "',0,25 ) "));
 }
 
 TEST_F(KTRVideoStreamRecordSessionTest, FramesBeforeTheFirstKeyFrameAreDropped) {
@@ -239,6 +241,36 @@ TEST_F(KTRVideoStreamRecordSessionTest, FrameFiveMinutesLateIsTakenAndOneSecondM
                        " queue_size:0 messages videoFrameParser_.size:0 bytes"));
 }
 
+TEST_F(KTRVideoStreamRecordSessionTest, ReportOfALateFrameCountsWhatWaitsBehindIt) {
+  begin();
+  key();
+  const unsigned int late = stampNow() - 301 * 1000;
+  std::mutex gate;
+  log_.whenLogged(UNKNOWN, [&gate] { const std::lock_guard wait(gate); });
+  {
+    const std::lock_guard closed(gate);
+    send(0x200);
+    send(KTRMessageType::FrameData, makeFrame(Format::Key, late) + makeFrame(Format::Delta, late));
+    send(KTRMessageType::Ignored);
+  }
+  settle();
+  EXPECT_TRUE(
+      log_.has(64, "Recording is too slow => closing session serverTime:" + std::to_string(START) +
+                       " currentFrameTime:" + std::to_string(START - 301) +
+                       " queue_size:1 messages videoFrameParser_.size:" +
+                       std::to_string(makeFrame(Format::Delta, late).size) + " bytes"));
+}
+
+TEST_F(KTRVideoStreamRecordSessionTest, ThreadIsMadeKnownToTheClientLibrary) {
+  calls_.forget();
+  begin();
+  EXPECT_EQ(calls_.threadInits(), 1U);
+  EXPECT_EQ(calls_.threadEnds(), 0U);
+  stop();
+  EXPECT_EQ(calls_.threadInits(), 1U);
+  EXPECT_EQ(calls_.threadEnds(), 1U);
+}
+
 TEST_F(KTRVideoStreamRecordSessionTest, TimeMessageSetsTheGatewayClock) {
   begin();
   sendTime(START - 1000, START);
@@ -294,6 +326,26 @@ TEST_F(KTRVideoStreamRecordSessionTest, TurnOfThreeSecondsIsNotSlow) {
   EXPECT_EQ(log_.countContaining("TOO SLOW"), 0U);
 }
 
+TEST_F(KTRVideoStreamRecordSessionTest, FirstBitThatMatchesDecides) {
+  begin();
+  send(KTRMessageType::FrameData | KTRMessageType::ByEvents, makeFrame(Format::Key, stampNow()));
+  settle();
+  delta();
+  EXPECT_EQ(session_->progress().frames, 2U);
+  send(KTRMessageType::ByEvents | KTRMessageType::EventConfirmed);
+  settle();
+  key();
+  EXPECT_EQ(session_->progress().sessionId, 2U);
+  send(KTRMessageType::Time | KTRMessageType::FrameData, makeFrame(Format::Delta, stampNow()));
+  settle();
+  EXPECT_EQ(session_->progress().frames, 3U);
+  EXPECT_NE(session_->getGatewayTime(), START);
+  send(KTRMessageType::Stop | KTRMessageType::FrameData, makeFrame(Format::Delta, stampNow()));
+  session_->wait();
+  EXPECT_EQ(session_->progress().frames, 3U);
+  EXPECT_EQ(rows("SELECT id FROM recordSessions"), (std::vector<std::string>{"1"}));
+}
+
 TEST_F(KTRVideoStreamRecordSessionTest, UnknownMessagesAreReportedAndTheIgnoredKindIsNot) {
   begin();
   send(KTRMessageType::Ignored);
@@ -320,8 +372,12 @@ TEST_F(KTRVideoStreamRecordSessionTest, LongQueueIsReportedAtEveryStoredFrame) {
   }
   settle();
   // 24, 23, 22 and 21 messages waited behind the first four frames.
-  EXPECT_EQ(log_.countContaining("]QUEUE SIZE IS GROWING  !! size:2"), 4U);
-  EXPECT_EQ(log_.countContaining("]QUEUE SIZE IS GROWING  !! size:21"), 1U);
+  const auto identity = static_cast<unsigned int>(reinterpret_cast<std::uintptr_t>(session_.get()));
+  const std::string text = "[" + std::to_string(identity) + "]QUEUE SIZE IS GROWING  !! size:";
+  for (unsigned int waiting = 21; waiting <= 24; ++waiting) {
+    EXPECT_EQ(log_.count(64, text + std::to_string(waiting)), 1U);
+  }
+  EXPECT_EQ(log_.countContaining("QUEUE SIZE IS GROWING"), 4U);
 }
 
 TEST_F(KTRVideoStreamRecordSessionTest, SlicesRollAtTheirSize) {
@@ -407,7 +463,69 @@ TEST_F(KTRVideoStreamRecordSessionTest, HalfBornRowOfACrashIsReplaced) {
   key();
   EXPECT_EQ(rows("SELECT start_time>0 FROM recordSessions"), (std::vector<std::string>{"1"}));
   EXPECT_GT(session_->progress().sessionId, 1U);
-  EXPECT_EQ(log_.countContaining("insert= ( streamID, settingsID"), 1U);
+  const std::string insert =
+      "insert= ( streamID, settingsID, start_time,end_time,update_time, dataAvailable,storage,"
+      "streamType,realFps) VALUES ( 3,1,0,0," +
+      std::to_string(START) + ",2,'" + dayDirectory() + "',0,25 ) ";
+  EXPECT_EQ(log_.count(128, insert), 1U);
+}
+
+TEST_F(KTRVideoStreamRecordSessionTest, HalfBornRowThatCannotBeDeletedEndsTheSession) {
+  begin();
+  key();
+  stop();
+  exec("UPDATE recordSessions SET start_time=0,end_time=0");
+  exec(
+      "CREATE TRIGGER keep BEFORE DELETE ON recordSessions FOR EACH ROW "
+      "SIGNAL SQLSTATE '45000' SET MESSAGE_TEXT='kept'");
+  begin();
+  key();
+  EXPECT_TRUE(ended());
+  EXPECT_TRUE(log_.has(128, "Cant delete wrong RecorderSessionRow in DB sessionID=1"));
+  EXPECT_TRUE(log_.has(128, "Can't add RecorderSessionRow in DB recordid=0"));
+  EXPECT_EQ(log_.countContaining("insert= ( streamID"), 2U);
+  EXPECT_EQ(rows("SELECT id FROM recordSessions"), (std::vector<std::string>{"1"}));
+}
+
+TEST_F(KTRVideoStreamRecordSessionTest, SettingsThatAreNotFoundAgainEndTheSession) {
+  ASSERT_NE(db(), nullptr);
+  exec(
+      "INSERT INTO streamSettings (name,settings,streamType) VALUES "
+      "('other','25,0,h264,640x360,','0')");
+  begin();
+  key();
+  EXPECT_TRUE(ended());
+  EXPECT_TRUE(log_.has(128, "Cant find videoSettings in DB error !!."));
+  EXPECT_EQ(value("SELECT count(*) FROM recordSessions"), "0");
+}
+
+TEST_F(KTRVideoStreamRecordSessionTest, DataFileThatCannotBeOpenedEndsTheSession) {
+  std::filesystem::create_directories(slicePath(1, 0));
+  begin();
+  key();
+  EXPECT_TRUE(ended());
+  EXPECT_TRUE(
+      log_.has(128, "KTRFile " + dayDirectory() + "/record_ktr_cam_R1_F0.dat opened Failed !!!!"));
+  EXPECT_EQ(log_.countContaining("[x] Start Video"), 0U);
+}
+
+TEST_F(KTRVideoStreamRecordSessionTest, StartTimeThatCannotBeSetEndsTheSession) {
+  log_.whenLogged("[x] Start Video SessionID:1 for StreamID:3",
+                  [this] { exec("DELETE FROM recordSessions"); });
+  begin();
+  key();
+  EXPECT_TRUE(ended());
+  EXPECT_TRUE(log_.has(128, "Cant update RecorderSessionRow in DB sessionID=1"));
+}
+
+TEST_F(KTRVideoStreamRecordSessionTest, EndTimeThatCannotBeSetEndsTheSession) {
+  begin();
+  key();
+  evictFirstRow();
+  exec("DELETE FROM recordSessions WHERE id=1");
+  keyEvery(1, 1);
+  EXPECT_TRUE(ended());
+  EXPECT_TRUE(log_.has(128, "Cant update RecorderSessionRow in DB sessionID=1"));
 }
 
 TEST_F(KTRVideoStreamRecordSessionTest, LostSessionTableEndsTheSessionWithBothReports) {

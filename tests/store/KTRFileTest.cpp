@@ -409,9 +409,13 @@ TEST_F(KTRFileTest, FullWriteBufferGrowsByTwiceTheBlock) {
   EXPECT_TRUE(log_.has(64,
                        "VERY BAD! DO Resize of the WriteBuffer size:512000 bytes full: 511016 "
                        "bytes blocksize to insert:2000 bytes!"));
+  ASSERT_EQ(writer_->writeKTRData(payload(2, 3000)), 0);
+  EXPECT_TRUE(log_.has(64,
+                       "VERY BAD! DO Resize of the WriteBuffer size:516000 bytes full: 513024 "
+                       "bytes blocksize to insert:3000 bytes!"));
   ASSERT_EQ(writer_->_writeWriteBuffer(), 0);
   openReader();
-  EXPECT_EQ(readAll(), range(0, 2));
+  EXPECT_EQ(readAll(), range(0, 3));
 }
 
 TEST_F(KTRFileTest, FullReadBufferGrowsByTwiceTheBlock) {
@@ -425,6 +429,10 @@ TEST_F(KTRFileTest, FullReadBufferGrowsByTwiceTheBlock) {
                        "VERY BAD! DO Resize of the ReadBuffer size:20971520 bytes full: 100 bytes "
                        "blocksize to insert:50 bytes!"));
   EXPECT_EQ(reader_->readBuffDataAvailableSize(), 20971520U - 100 + 50);
+  reader_->addtoReadBuffer(payload(1, 51));
+  EXPECT_TRUE(log_.has(64,
+                       "VERY BAD! DO Resize of the ReadBuffer size:20971620 bytes full: 100 bytes "
+                       "blocksize to insert:51 bytes!"));
 }
 
 TEST_F(KTRFileTest, TakingMoreThanIsBufferedTakesNothing) {
@@ -522,6 +530,30 @@ TEST_F(KTRFileTest, LongChainIsReadWholeThroughManyRefills) {
   EXPECT_GT(sliceSize(2), 0U);
   openReader();
   EXPECT_EQ(readAll(), range(0, 300));
+}
+
+TEST_F(KTRFileTest, EightBytesAreTooFewForARecord) {
+  writeRaw(0, KTDataBlock(rawRecord(KTDataBlock(), 1)));
+  openReader();
+  KTDataBlock frame;
+  EXPECT_EQ(reader_->readKTRData(frame), -1);
+  EXPECT_TRUE(log_.has(64, "[ readKTRData ] No more data availaible buffer size: 8 bytes!! "));
+  EXPECT_EQ(reader_->readBuffDataAvailableSize(), 8U);
+}
+
+TEST_F(KTRFileTest, RefillsByTenMebibytesWhenLessThanTwoAreLeft) {
+  constexpr unsigned int RECORD = 0x10000;  // the 160 records of a block end at its end
+  openWriter();
+  record(0, 400, RECORD - 8);
+  openReader();
+  KTDataBlock frame;
+  for (unsigned int i = 0; i < 129; ++i) {
+    ASSERT_GT(reader_->readKTRData(frame), 0);
+    EXPECT_EQ(reader_->pos(), 0xA00000) << i;
+  }
+  EXPECT_EQ(reader_->readBuffDataAvailableSize(), 0x1F0000U);
+  ASSERT_GT(reader_->readKTRData(frame), 0);
+  EXPECT_EQ(reader_->pos(), 0x1400000);
 }
 
 }  // namespace

@@ -1,5 +1,6 @@
 #include "tests/support/MariaDbServer.h"
 
+#include <errmsg.h>
 #include <fcntl.h>
 #include <mysql.h>
 #include <pwd.h>
@@ -59,15 +60,19 @@ std::string contents(const std::string& path) {
 // A connection for one statement, which no record of the library's own statements sees.
 class Connection {
  public:
-  explicit Connection(const std::string& socket) {
+  Connection(const std::string& user, const std::string& socket) {
     mysql_init(&mysql_);
-    open_ = mysql_real_connect(&mysql_, nullptr, "root", nullptr, nullptr, 0, socket.c_str(), 0);
+    open_ =
+        mysql_real_connect(&mysql_, nullptr, user.c_str(), nullptr, nullptr, 0, socket.c_str(), 0);
   }
   Connection(const Connection&) = delete;
   Connection& operator=(const Connection&) = delete;
   ~Connection() { mysql_close(&mysql_); }
 
   bool open() const { return open_ != nullptr; }
+  // The server itself has said no, which waiting does not change.
+  bool refused() { return mysql_errno(&mysql_) != 0 && mysql_errno(&mysql_) < CR_MIN_ERROR; }
+  std::string error() { return mysql_error(&mysql_); }
   unsigned long id() { return mysql_thread_id(&mysql_); }
 
   std::vector<MariaDbServer::Row> run(const std::string& sql) {
@@ -112,6 +117,7 @@ MariaDbServer::MariaDbServer() : dir_("/tmp/ktrdb-XXXXXX"), user_(getpwuid(geteu
     writeOptionFile();
     start();
   } catch (...) {
+    kill();
     removeDirectory();
     throw;
   }
@@ -130,17 +136,18 @@ void MariaDbServer::removeDirectory() {
 void MariaDbServer::install() {
   const std::string output = dir_ + "/install.log";
   std::filesystem::create_directory(temporaryFiles());
-  const int status =
-      awaitEnd(spawn({program("mariadb-install-db"), "--no-defaults", "--datadir=" + dir_ + "/data",
-                      "--auth-root-authentication-method=socket",
-                      "--auth-root-socket-user=" + user_, "--skip-test-db", "--user=" + user_,
-                      "--tmpdir=" + temporaryFiles(), "--innodb-log-file-size=4M"},
-                     output));
+  const int status = awaitEnd(
+      spawn({program("mariadb-install-db"), "--no-defaults", "--datadir=" + dir_ + "/data",
+             "--auth-root-authentication-method=socket", "--auth-root-socket-user=" + user_,
+             "--skip-test-db", "--user=" + user_, "--tmpdir=" + temporaryFiles(),
+             "--innodb-log-file-size=4M", "--debug-no-sync"},
+            output));
   if (status != 0) throw std::runtime_error("mariadb-install-db failed: " + contents(output));
 }
 
 void MariaDbServer::writeOptionFile() {
-  std::ofstream(dir_ + "/my.cnf") << "[client]\nuser=root\nsocket=" << socketPath() << "\n";
+  std::ofstream(dir_ + "/my.cnf") << "[client]\nuser=" << user_ << "\nsocket=" << socketPath()
+                                  << "\n";
   setenv("MARIADB_HOME", dir_.c_str(), 1);
   setenv("HOME", dir_.c_str(), 1);  // whose .my.cnf would have the last word
 }
@@ -155,11 +162,11 @@ std::vector<std::string> MariaDbServer::serverArguments() const {
           "--pid-file=" + dir_ + "/pid",
           "--skip-networking",
           "--skip-log-bin",
+          "--debug-no-sync",
           "--general-log=1",
           "--general-log-file=" + dir_ + "/general.log",
           "--innodb-buffer-pool-size=8M",
           "--innodb-log-file-size=4M",
-          "--innodb-flush-method=nosync",
           "--innodb-flush-log-at-trx-commit=2",  // a killed server keeps what was committed
           "--aria-pagecache-buffer-size=1M",
           "--key-buffer-size=1M"};
@@ -172,7 +179,10 @@ void MariaDbServer::start() {
 }
 
 void MariaDbServer::awaitAnswer() {
-  while (!Connection(socketPath()).open()) {
+  for (;;) {
+    Connection connection(user_, socketPath());
+    if (connection.open()) return;
+    if (connection.refused()) throw std::runtime_error(connection.error());
     if (waitpid(pid_, nullptr, WNOHANG) == pid_) {
       pid_ = -1;
       throw std::runtime_error("mariadbd ended: " + contents(dir_ + "/server.log"));
@@ -206,7 +216,7 @@ void MariaDbServer::exec(const std::string& sql) {
 }
 
 std::vector<MariaDbServer::Row> MariaDbServer::query(const std::string& sql) {
-  Connection connection(socketPath());
+  Connection connection(user_, socketPath());
   ownConnections_.push_back(connection.id());
   return connection.run(sql);
 }

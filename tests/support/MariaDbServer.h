@@ -68,7 +68,7 @@ class MariaDbServer {
   [[nodiscard]] std::string temporaryFiles() const { return dir_ + "/tmp"; }
 
   std::string dir_;
-  std::string user_;
+  std::string user_;  // of the system and, proved by the socket, of the server
   pid_t pid_ = -1;
   unsigned int databases_ = 0;
   std::vector<unsigned long> ownConnections_;

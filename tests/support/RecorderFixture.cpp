@@ -117,6 +117,14 @@ std::string RecorderFixture::value(const std::string& sql) {
   return all.empty() ? "" : all.front();
 }
 
+void RecorderFixture::evictFirstRow() {
+  for (unsigned int i = 1; i <= 101; ++i) {
+    exec("INSERT INTO recordSessions (streamID,settingsID,start_time,storage) VALUES (9,1," +
+         std::to_string(i) + ",'')");
+    db()->recordSessionTable()->updateEndTime(1 + i, START, 0);
+  }
+}
+
 unsigned int RecorderFixture::indexRows() {
   return static_cast<unsigned int>(std::stoul(value("SELECT count(*) FROM dataStreams")));
 }

@@ -64,6 +64,8 @@ class RecorderFixture : public testing::Test {
   [[nodiscard]] std::vector<std::string> rows(const std::string& sql);
   /** One column of the only row; fails the test when there is another number of rows. */
   [[nodiscard]] std::string value(const std::string& sql);
+  /** Makes the record session table forget the row that it holds in memory for session 1. */
+  void evictFirstRow();
   [[nodiscard]] unsigned int indexRows();
   [[nodiscard]] bool ended() const { return !session_->alive(); }
   /** The storage directory of START's day, with its last "/". */

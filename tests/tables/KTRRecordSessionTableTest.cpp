@@ -193,11 +193,15 @@ TEST_F(KTRRecordSessionTableTest, AFailedWriteIsNotTriedAgain) {
 }
 
 TEST_F(KTRRecordSessionTableTest, AFlushDropsTheOldestOfMoreThanAHundredCachedSessions) {
-  for (unsigned int i = 1; i <= 102; ++i) {
-    ASSERT_EQ(add(100 + i, 1000), i);
-    table->updateEndTime(i, 2000, 25);
-  }
-  table->updateDataBase(true);  // drops session 1 and leaves 101
+  for (unsigned int i = 1; i <= 100; ++i) ASSERT_EQ(add(100 + i, 1000), i);
+  for (unsigned int i = 1; i <= 100; ++i) table->updateEndTime(i, 2000, 25);
+  table->updateDataBase(true);
+  forget();
+  table->updateEndTime(1, 2001, 25);
+  EXPECT_TRUE(calls.statements().empty());
+
+  table->updateEndTime(add(300, 1000), 2000, 25);
+  table->updateDataBase(true);
   forget();
   table->updateEndTime(2, 2001, 25);
   EXPECT_TRUE(calls.statements().empty());
