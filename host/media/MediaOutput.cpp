@@ -126,11 +126,11 @@ bool MediaOutput::holdsAudio(const std::string& path) {
   return formOf(path).container != nullptr;
 }
 
+// Matroska holds all kinds that are stored; libavformat does not say so of G.711.
 bool MediaOutput::holdsAudio(const std::string& path, AudioCodec codec) {
-  const char* const container = formOf(path).container;
-  return container != nullptr &&
-         avformat_query_codec(av_guess_format(container, nullptr, nullptr), libAvCodecId(codec),
-                              FF_COMPLIANCE_NORMAL) == 1;
+  if (!holdsAudio(path)) return false;
+  if (path.ends_with(".mkv")) return true;
+  return codec != AudioCodec::PcmAlaw && codec != AudioCodec::PcmMulaw;
 }
 
 void MediaOutput::writeAudio(const AudioPacket& packet) {

@@ -29,8 +29,7 @@ class TestClip {
    * Makes a clip with a white picture and a beep at the same moment, every two seconds from second
    * 1 on; the rest is black and silent. audio is the encoder of the sound and its options.
    */
-  static std::string makeBeeps(const std::string& path, const std::string& audio,
-                               const Form& form = Form());
+  static std::string makeBeeps(const std::string& path, const std::string& audio, const Form& form);
   /** Makes a sound file without video. */
   static std::string makeSound(const std::string& path);
   /** Runs ffmpeg with these arguments. */
