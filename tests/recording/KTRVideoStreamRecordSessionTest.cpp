@@ -100,7 +100,8 @@ TEST_F(KTRVideoStreamRecordSessionTest, RowOfAKeyFrameIsWrittenWithTheNextOne) {
   keyEvery(1, 1);
   EXPECT_EQ(value("SELECT _id,_offset,_time,_fileIndex,_delayUsec FROM dataStreams"),
             "1,0," + std::to_string(START) + ",0,40000");
-  EXPECT_EQ(value("SELECT end_time FROM recordSessions"), std::to_string(START + 1));
+  EXPECT_EQ(value("SELECT end_time,realFps FROM recordSessions"),
+            std::to_string(START + 1) + ",15");
 }
 
 TEST_F(KTRVideoStreamRecordSessionTest, RowsPointAtTheirRecords) {
@@ -695,16 +696,39 @@ TEST_F(KTRVideoStreamRecordSessionTest, SwitchToByEventsStartsANewSessionAtTheNe
   EXPECT_EQ(rows("SELECT id FROM recordSessions"), (std::vector<std::string>{"1"}));
 }
 
-TEST_F(KTRVideoStreamRecordSessionTest, NewByEventsSessionCountsItsKeyFramesAnew) {
+TEST_F(KTRVideoStreamRecordSessionTest, NewSessionMakesItsFirstJpegRowAtOnce) {
+  begin();
+  frame(Format::Jpeg);
+  send(KTRMessageType::ByEvents);
+  settle();
+  for (const long seconds : {1, 4}) {
+    clock_.advanceSeconds(seconds);
+    frame(Format::Jpeg);
+  }
+  EXPECT_EQ(value("SELECT _id,_time FROM dataStreams"), "2," + std::to_string(START + 1));
+}
+
+TEST_F(KTRVideoStreamRecordSessionTest, NewSessionMayBeginAtAnEarlierStamp) {
+  begin();
+  key();
+  send(KTRMessageType::ByEvents);
+  settle();
+  frame(Format::Key, stampNow() - 5000);
+  key();
+  EXPECT_EQ(session_->progress().sessionId, 2U);
+}
+
+TEST_F(KTRVideoStreamRecordSessionTest, NewByEventsSessionCountsKeyFramesAndSlicesAnew) {
   beginByEvents(0);
   key();
-  keyEvery(1, 3);
+  keyEvery(1, 8);
   send(KTRMessageType::ByEvents);
   settle();
   keyEvery(1, 4);
   EXPECT_FALSE(std::filesystem::exists(slicePath(2, 1)));
   keyEvery(1, 1);
   EXPECT_TRUE(std::filesystem::exists(slicePath(2, 1)));
+  EXPECT_TRUE(std::filesystem::exists(slicePath(2, 0)));
 }
 
 TEST_F(KTRVideoStreamRecordSessionTest, MissingKeyFramesKeepAnUnconfirmedSession) {
