@@ -100,7 +100,8 @@ TEST_F(KTRVideoStreamRecordSessionTest, RowOfAKeyFrameIsWrittenWithTheNextOne) {
   keyEvery(1, 1);
   EXPECT_EQ(value("SELECT _id,_offset,_time,_fileIndex,_delayUsec FROM dataStreams"),
             "1,0," + std::to_string(START) + ",0,40000");
-  EXPECT_EQ(value("SELECT end_time FROM recordSessions"), std::to_string(START + 1));
+  EXPECT_EQ(value("SELECT end_time,realFps FROM recordSessions"),
+            std::to_string(START + 1) + ",15");
 }
 
 TEST_F(KTRVideoStreamRecordSessionTest, RowsPointAtTheirRecords) {
@@ -247,6 +248,28 @@ TEST_F(KTRVideoStreamRecordSessionTest, FirstMessageWithoutAKeyFrameEndsTheSessi
   EXPECT_TRUE(log_.has(64, "NO IFRAMES for 180 sec -> CLOSING 3  "));
 }
 
+TEST_F(KTRVideoStreamRecordSessionTest, MessageWithoutAFrameCountsAsAMissingKeyFrame) {
+  begin();
+  key();
+  for (int i = 0; i < 18; ++i) {
+    clock_.advanceSeconds(10);
+    send(KTRMessageType::FrameData, KTDataBlock(3));
+    settle();
+  }
+  EXPECT_FALSE(ended());
+  clock_.advanceSeconds(1);
+  send(KTRMessageType::FrameData, KTDataBlock(3));
+  settle();
+  EXPECT_TRUE(ended());
+}
+
+TEST_F(KTRVideoStreamRecordSessionTest, MessageWithoutAFrameIsNoArrival) {
+  begin();
+  send(KTRMessageType::FrameData, KTDataBlock(3));
+  settle();
+  EXPECT_FALSE(session_->dataArrived());
+}
+
 TEST_F(KTRVideoStreamRecordSessionTest, FrameAnHourAheadIsTakenAndOneSecondMoreEndsTheSession) {
   begin();
   frame(Format::Key, stampNow() + 3600 * 1000);
@@ -326,6 +349,22 @@ TEST_F(KTRVideoStreamRecordSessionTest, FrameClockThatRunsBackwardsStartsANewSes
   key();
   EXPECT_EQ(value("SELECT count(*) FROM recordSessions"), "2");
   EXPECT_EQ(session_->progress().sessionId, 2U);
+}
+
+TEST_F(KTRVideoStreamRecordSessionTest, NewSessionCountsAnewAndLeavesThePendingRowOfTheOldOne) {
+  begin();
+  key();
+  keyEvery(10, 1);
+  frame(Format::Key, stampNow() - 5000);
+  key();
+  keyEvery(1, 2);
+  const auto row = [](int session, long second, int delayUsec) {
+    return std::to_string(session) + "," + std::to_string(START + second) + "," +
+           std::to_string(delayUsec);
+  };
+  EXPECT_EQ(rows("SELECT _id,_time,_delayUsec FROM dataStreams ORDER BY _id,_time"),
+            (std::vector<std::string>{row(1, 0, 40000), row(1, 10, 5000000), row(2, 10, 40000),
+                                      row(2, 11, 500000)}));
 }
 
 TEST_F(KTRVideoStreamRecordSessionTest, OtherSessionKindsGoOnWhenTheFrameClockRunsBackwards) {
@@ -655,6 +694,41 @@ TEST_F(KTRVideoStreamRecordSessionTest, SwitchToByEventsStartsANewSessionAtTheNe
   EXPECT_EQ(session_->progress().sessionId, 2U);
   stop();
   EXPECT_EQ(rows("SELECT id FROM recordSessions"), (std::vector<std::string>{"1"}));
+}
+
+TEST_F(KTRVideoStreamRecordSessionTest, NewSessionMakesItsFirstJpegRowAtOnce) {
+  begin();
+  frame(Format::Jpeg);
+  send(KTRMessageType::ByEvents);
+  settle();
+  for (const long seconds : {1, 4}) {
+    clock_.advanceSeconds(seconds);
+    frame(Format::Jpeg);
+  }
+  EXPECT_EQ(value("SELECT _id,_time FROM dataStreams"), "2," + std::to_string(START + 1));
+}
+
+TEST_F(KTRVideoStreamRecordSessionTest, NewSessionMayBeginAtAnEarlierStamp) {
+  begin();
+  key();
+  send(KTRMessageType::ByEvents);
+  settle();
+  frame(Format::Key, stampNow() - 5000);
+  key();
+  EXPECT_EQ(session_->progress().sessionId, 2U);
+}
+
+TEST_F(KTRVideoStreamRecordSessionTest, NewByEventsSessionCountsKeyFramesAndSlicesAnew) {
+  beginByEvents(0);
+  key();
+  keyEvery(1, 8);
+  send(KTRMessageType::ByEvents);
+  settle();
+  keyEvery(1, 4);
+  EXPECT_FALSE(std::filesystem::exists(slicePath(2, 1)));
+  keyEvery(1, 1);
+  EXPECT_TRUE(std::filesystem::exists(slicePath(2, 1)));
+  EXPECT_TRUE(std::filesystem::exists(slicePath(2, 0)));
 }
 
 TEST_F(KTRVideoStreamRecordSessionTest, MissingKeyFramesKeepAnUnconfirmedSession) {
