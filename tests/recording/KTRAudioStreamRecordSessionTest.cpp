@@ -34,7 +34,8 @@ class KTRAudioStreamRecordSessionTest : public RecorderFixture {
   void header() {
     const auto* bytes = reinterpret_cast<const unsigned char*>(HEADER);
     send(KTRMessageType::FrameData,
-         KTRFrameWriter::build(Format::Audio, stampNow(), {{bytes, std::string(HEADER).size()}}));
+         KTRFrameWriter::build(Format::Audio, stampNow(),
+                               {{bytes, static_cast<unsigned int>(std::string(HEADER).size())}}));
     settle();
   }
   void beginWithHeader(const KTRStreamRecordParams& params) {
