@@ -206,12 +206,14 @@ TEST_F(KTRAudioStreamReadSessionTest, RecordWithoutAWholeFrameHeadIsAFailedRead)
 
 TEST_F(KTRAudioStreamReadSessionTest, SessionThatWasNeverLoadedHasNeitherFramesNorAHeader) {
   ASSERT_NE(db(), nullptr);
-  player_ = std::make_unique<KTRAudioStreamReadSession>("cam", 0);
-  EXPECT_EQ(nextFrame(), -1);
-  player_->lockFile();
-  EXPECT_FALSE(player().loadAudioHeader());
-  player_->unlockFile();
-  EXPECT_STREQ(player_->name(), "KTRAudioStreamReadSession");
+  KTRAudioStreamReadSession fresh("cam", 0);
+  KTDataBlock frame;
+  unsigned int unused = 0;
+  EXPECT_FALSE(fresh.getFrame(frame, unused));
+  fresh.lockFile();
+  EXPECT_FALSE(fresh.loadAudioHeader());
+  fresh.unlockFile();
+  EXPECT_STREQ(fresh.name(), "KTRAudioStreamReadSession");
 }
 
 TEST_F(KTRAudioStreamReadSessionTest, UnknownDatabaseHasNoHeader) {

@@ -32,9 +32,9 @@ class KTRAudioStreamRecordSessionTest : public RecorderFixture {
     return dynamic_cast<KTRAudioStreamRecordSession&>(*session_);
   }
   void header() {
-    const auto* bytes = reinterpret_cast<const unsigned char*>(HEADER);
+    const KTDataBlock bytes = KTString(HEADER).dataBlock();
     send(KTRMessageType::FrameData,
-         KTRFrameWriter::build(Format::Audio, stampNow(), {{bytes, std::string(HEADER).size()}}));
+         KTRFrameWriter::build(Format::Audio, stampNow(), {{bytes.data, bytes.size}}));
     settle();
   }
   void beginWithHeader(const KTRStreamRecordParams& params) {
