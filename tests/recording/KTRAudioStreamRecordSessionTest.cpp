@@ -243,6 +243,16 @@ TEST_F(KTRAudioStreamRecordSessionTest, SecondSessionOfOneSecondIsRefused) {
   EXPECT_EQ(value("SELECT count(*) FROM recordSessions"), "1");
 }
 
+TEST_F(KTRAudioStreamRecordSessionTest, RefusedInsertDoesNotTakeUpTheFormerSessionAgain) {
+  // With the index table there already, the last insert that the connection knows of is session 1.
+  ASSERT_NE(db()->createDataStreamTable(99), nullptr);
+  beginWithHeader();
+  send(KTRMessageType::ByEvents);
+  audio();
+  EXPECT_TRUE(ended());
+  EXPECT_TRUE(log_.has(128, "[AUDIO] Cant add RecorderSessionRow in DB error !!..."));
+}
+
 TEST_F(KTRAudioStreamRecordSessionTest, FifteenSecondsOfSilenceEndTheSession) {
   beginWithHeader();
   clock_.advanceSeconds(14);
