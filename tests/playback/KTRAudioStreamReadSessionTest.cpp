@@ -206,14 +206,13 @@ TEST_F(KTRAudioStreamReadSessionTest, RecordWithoutAWholeFrameHeadIsAFailedRead)
 
 TEST_F(KTRAudioStreamReadSessionTest, SessionThatWasNeverLoadedHasNeitherFramesNorAHeader) {
   ASSERT_NE(db(), nullptr);
-  KTRAudioStreamReadSession fresh("cam", 0);
-  KTDataBlock frame;
-  unsigned int unused = 0;
-  EXPECT_FALSE(fresh.getFrame(frame, unused));
-  fresh.lockFile();
-  EXPECT_FALSE(fresh.loadAudioHeader());
-  fresh.unlockFile();
-  EXPECT_STREQ(fresh.name(), "KTRAudioStreamReadSession");
+  player_ = std::make_unique<KTRAudioStreamReadSession>("cam", 0);
+  EXPECT_EQ(nextFrame(), -1);
+  KTRAudioStreamReadSession& audio = player();
+  audio.lockFile();
+  EXPECT_FALSE(audio.loadAudioHeader());
+  audio.unlockFile();
+  EXPECT_STREQ(audio.name(), "KTRAudioStreamReadSession");
 }
 
 TEST_F(KTRAudioStreamReadSessionTest, UnknownDatabaseHasNoHeader) {
