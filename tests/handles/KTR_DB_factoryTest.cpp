@@ -1,5 +1,6 @@
 #include "handles/KTR_DB_factory.h"
 
+#include <cstdint>
 #include <memory>
 #include <set>
 #include <string>
@@ -173,6 +174,17 @@ TEST_F(KTR_DB_factoryTest, HandlesOutliveTheFactory) {
   std::unique_ptr<KTR_DB_handle> handle(factory->loadDB(KTString(database)));
   factory = std::make_unique<KTR_DB_factory>();
   EXPECT_TRUE(handle->streamInstance(1) == nullptr && handle->isConnected());
+}
+
+TEST_F(KTR_DB_factoryTest, TheEndClosesTheConnectionAndKeepsTheInstance) {
+  const std::string connections =
+      "SELECT count(*) FROM information_schema.processlist WHERE command<>'Daemon' AND "
+      "id<>CONNECTION_ID()";
+  const auto former = reinterpret_cast<uintptr_t>(factory.get());
+  EXPECT_EQ(server.value(connections), "1");
+  factory.reset();
+  while (server.value(connections) != "0") std::this_thread::yield();  // the server notices later
+  EXPECT_EQ(reinterpret_cast<uintptr_t>(KTR_DB_factory::instance()), former);
 }
 
 TEST_F(KTR_DB_factoryTest, ListsTheRecorderDatabases) {

@@ -87,6 +87,15 @@ TEST_F(KTR_DB_handleTest, LogsThatAConnectionCannotBeInitialised) {
   EXPECT_TRUE(log.has(128, "[ KTR_DB_handle construct failed for " + database + " !]"));
 }
 
+TEST_F(KTR_DB_handleTest, LogsAtItsEndThatThereIsNoConnectionToClose) {
+  calls.failInit();
+  open(database);
+  log.clear();
+  close();
+  EXPECT_EQ(log.lines(), (std::vector<LogLine>{{128, "mysql_init failed: no memory"},
+                                               {128, "database not initialized !!"}}));
+}
+
 TEST_F(KTR_DB_handleTest, WithoutAConnectionThereAreNoTables) {
   const KTR_DB_handle& handle = open("nosuchdatabase");
   EXPECT_TRUE(log.has(128, "[ KTR_DB_handle construct failed for nosuchdatabase !]"));

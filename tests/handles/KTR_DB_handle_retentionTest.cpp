@@ -139,6 +139,16 @@ TEST_F(KTR_DB_handle_retentionTest, AMissingFileIsLoggedAndTheRowsGo) {
   EXPECT_EQ(indexedSlices(id), "4");
 }
 
+TEST_F(KTR_DB_handle_retentionTest, TheStartStaysWhenTheOldestFrameCannotBeFound) {
+  const unsigned int id = session(100, day("d"));
+  record(id, 3, 100);
+  record(id, 4, 110);
+  calls.failNextStatements({0, 0, 0, 0, 1105});  // all works but the last lookup
+  EXPECT_TRUE(handle.deleteOlderSlicesOfRecorderSession(id));
+  EXPECT_EQ(indexedSlices(id), "4");
+  EXPECT_EQ(startOf(id), "100");
+}
+
 TEST_F(KTR_DB_handle_retentionTest, CutsTheOldestSessionThatHasData) {
   const unsigned int newer = session(200, day("d"));
   const unsigned int older = session(100, day("d"));
@@ -308,6 +318,15 @@ TEST_F(KTR_DB_handle_retentionTest, ADirectoryStaysWhenItsSessionsCannotBeDelete
   EXPECT_FALSE(handle.deleteOlderDay());
   EXPECT_TRUE(fs::exists(day("old")));
   EXPECT_EQ(log.countContaining("[deleteCmd]"), 0U);
+}
+
+TEST_F(KTR_DB_handle_retentionTest, NothingGoesWhenTheOldestDirectoryCannotBeFound) {
+  session(1000, day("old"));
+  session(2800, day("new"));
+  calls.failNextStatements({0, 1105});
+  EXPECT_FALSE(handle.deleteOlderDay());
+  EXPECT_EQ(sessions(), "1,2");
+  EXPECT_TRUE(fs::exists(day("old")));
 }
 
 TEST_F(KTR_DB_handle_retentionTest, AHostileDirectoryIsRefusedBeforeItsSessionsAreDeleted) {

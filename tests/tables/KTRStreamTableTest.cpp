@@ -197,6 +197,13 @@ TEST_F(KTRStreamTableTest, TellsTheOldestFrameAndItsSlice) {
   EXPECT_EQ(sent("SELECT _fileIndex FROM dataStreams WHERE _id=7 ORDER BY _time LIMIT 1"), 1U);
 }
 
+TEST_F(KTRStreamTableTest, TheGreatestValuesComeBackUnsigned) {
+  EXPECT_EQ(index(7, 4294967295L, 255, -1, 4294967295U), 0U);
+  EXPECT_EQ(find(4294967290L, true, 0), (Frame{4294967295L, 255, 4294967295U}));
+  EXPECT_EQ(table.getDelayBetweenFrame(4294967295U, 255), 4294967295U);
+  EXPECT_EQ(table.getOlderKFrameTime(), 4294967295U);
+}
+
 TEST_F(KTRStreamTableTest, ASessionWithoutRowsHasNothingToTell) {
   forget();
   EXPECT_EQ(table.getOlderKFrameTime(), 0U);
@@ -210,6 +217,8 @@ TEST_F(KTRStreamTableTest, LookupsInAMissingTableAnswerNothing) {
   int first = -1, second = -1;
   EXPECT_EQ(find(1, true, 0, false), (Frame{1, UNTOUCHED.fileIndex, UNTOUCHED.offset}));
   EXPECT_FALSE(table.getStreamIndexesList(1, 1, first, second));
+  EXPECT_EQ(table.getDelayBetweenFrame(1, 0), 0U);
+  EXPECT_EQ(table.getOlderKFrameTime(), 0U);
   EXPECT_EQ(table.getOlderFileID(), -1);
 }
 
