@@ -137,6 +137,13 @@ TEST_F(KTR_MYSQL_apiConnectionTest, ConnectsWithoutADatabase) {
   other.db_disconnect();
 }
 
+TEST_F(KTR_MYSQL_apiConnectionTest, ATextIsOneStatementOnly) {
+  exec("CREATE TABLE t (a INT)");
+  EXPECT_EQ(api.db_do_query("INSERT INTO t VALUES (1); DROP TABLE t"), 1);
+  EXPECT_TRUE(api.tb_isempty("t"));
+  EXPECT_TRUE(api.tb_exists("t"));
+}
+
 TEST_F(KTR_MYSQL_apiConnectionTest, AFailedConnectIsLogged) {
   KTR_MYSQL_api other;
   EXPECT_EQ(other.db_connect("nothing"), nullptr);

@@ -29,6 +29,13 @@ class KTR_DB_factoryTest : public DatabaseFixture {
   bool exists(const std::string& name) {
     return server.value("SHOW DATABASES LIKE '" + name + "'") == name;
   }
+  // The server needs a moment to notice that a connection has ended.
+  void awaitConnections(const std::string& number) {
+    while (server.value("SELECT count(*) FROM information_schema.processlist WHERE "
+                        "command<>'Daemon' AND id<>CONNECTION_ID()") != number) {
+      std::this_thread::yield();
+    }
+  }
   std::vector<std::string> list() {
     KTDLList<KTString> names;
     const unsigned int count = factory->dbList(names);
@@ -177,13 +184,10 @@ TEST_F(KTR_DB_factoryTest, HandlesOutliveTheFactory) {
 }
 
 TEST_F(KTR_DB_factoryTest, TheEndClosesTheConnectionAndKeepsTheInstance) {
-  const std::string connections =
-      "SELECT count(*) FROM information_schema.processlist WHERE command<>'Daemon' AND "
-      "id<>CONNECTION_ID()";
+  awaitConnections("1");
   const auto former = reinterpret_cast<uintptr_t>(factory.get());
-  EXPECT_EQ(server.value(connections), "1");
   factory.reset();
-  while (server.value(connections) != "0") std::this_thread::yield();  // the server notices later
+  awaitConnections("0");
   EXPECT_EQ(reinterpret_cast<uintptr_t>(KTR_DB_factory::instance()), former);
 }
 

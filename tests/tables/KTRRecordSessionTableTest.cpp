@@ -183,6 +183,9 @@ TEST_F(KTRRecordSessionTableTest, DataAvailabilityWaitsForTheFlushEvenOfAnUnsetS
   clock.advanceSeconds(11);
   EXPECT_EQ(table->updateDataAvailable(1, 0), 0U);
   EXPECT_EQ(column("dataAvailable"), "0");
+  EXPECT_EQ(table->updateDataAvailable(1, 2), 0U);
+  table->updateDataBase(true);
+  EXPECT_EQ(column("dataAvailable"), "2");
 }
 
 TEST_F(KTRRecordSessionTableTest, DestructionWritesWhatIsChanged) {

@@ -88,7 +88,7 @@ TEST_F(KTRStreamTableTest, TheFirstRowOfASecondStays) {
 
 TEST_F(KTRStreamTableTest, AddingToAMissingTableFails) {
   server.exec("DROP TABLE " + in("dataStreams"));
-  EXPECT_NE(index(7, 100, 0, 10, 1), 0U);
+  EXPECT_EQ(index(7, 100, 0, 10, 1), 1U);
 }
 
 TEST_F(KTRStreamTableTest, FromTheStartFindsTheFirstFrameAtOrAfterATime) {
@@ -173,6 +173,14 @@ TEST_F(KTRStreamTableTest, AStepBeyondTheIndexIsLoggedWithItsQuery) {
   EXPECT_TRUE(log.has(128,
                       "[ getPrevKFrameList ] Failed !!! SELECT * FROM dataStreams WHERE _id=7 AND "
                       "_time<100 ORDER BY _time DESC LIMIT 1"));
+}
+
+TEST_F(KTRStreamTableTest, AStepToARowWithoutAnOffsetFails) {
+  server.exec("INSERT INTO " + in("dataStreams") + " (_id,_time) VALUES (7,100)");
+  int first = -1, second = -2;
+  EXPECT_FALSE(table.getStreamIndexesList(110, 0, first, second));
+  EXPECT_EQ(first, -1);
+  EXPECT_EQ(second, -2);
 }
 
 TEST_F(KTRStreamTableTest, TellsTheDelayOfTheLastFrameAtOrBeforeAnOffset) {
