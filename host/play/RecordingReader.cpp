@@ -137,12 +137,14 @@ void RecordingReader::enter(const Row& row, const Frame& first) {
 }
 
 // Reads on to the moment, keeping what a decoder needs there: the frames since the last key frame.
+// A key frame behind the moment takes their place only where nothing was recorded at the moment.
 bool RecordingReader::skipTo(std::int64_t timeMs) {
   std::deque<Frame> kept;
   Frame frame;
   bool reached = false;
   while (!reached && next(frame)) {
-    if (startsPlayback(frame)) kept.clear();
+    const bool inside = !kept.empty() && kept.back().session == frame.session;
+    if (startsPlayback(frame) && (frame.timeMs <= timeMs || !inside)) kept.clear();
     kept.push_back(frame);
     reached = frame.timeMs >= timeMs;
   }
@@ -173,6 +175,7 @@ bool RecordingReader::read(Frame& frame) {
   if (!read.frame.parse(data)) return false;
   read.timeMs = stamps_.unwrap(read.frame.timeStamp());
   read.codec = codec_;
+  read.session = session_.recordSession().id;
   frame = std::move(read);
   return true;
 }

@@ -23,8 +23,9 @@ class RecordingReader {
  public:
   struct Frame {
     KTRVideoFrame frame;
-    std::int64_t timeMs = 0;  // since the epoch, decoding time
-    KTString codec;           // as codec()
+    std::int64_t timeMs = 0;   // since the epoch, decoding time
+    KTString codec;            // as codec()
+    unsigned int session = 0;  // id of its record session
   };
 
   RecordingReader(const KTString& recorder, unsigned char stream);
