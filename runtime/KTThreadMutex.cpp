@@ -2,7 +2,6 @@
 
 #include <cstdio>
 #include <cstdlib>
-#include <vector>
 
 namespace {
 
@@ -10,38 +9,45 @@ namespace {
 struct HeldMutex {
   const KTThreadMutex* mutex;
   KTThreadMutex::Rank rank;
+  unsigned int depth;
 };
 
-thread_local std::vector<HeldMutex> heldMutexes;
+// Plain storage without a destructor: mutexes are still taken when static objects are destroyed,
+// and by then the main thread's objects with destructors are gone.
+constexpr unsigned int MOST_HELD = 32;
+thread_local HeldMutex heldMutexes[MOST_HELD];
+thread_local unsigned int heldCount = 0;
 
-bool holds(const KTThreadMutex* mutex) {
-  for (const HeldMutex& held : heldMutexes) {
-    if (held.mutex == mutex) return true;
+HeldMutex* findHeld(const KTThreadMutex* mutex) {
+  for (unsigned int i = 0; i < heldCount; ++i) {
+    if (heldMutexes[i].mutex == mutex) return &heldMutexes[i];
   }
-  return false;
+  return nullptr;
 }
 
 // Relocking what the thread holds already cannot deadlock, so only a first lock is judged.
 void checkOrder(const KTThreadMutex* mutex, KTThreadMutex::Rank rank) {
-  if (holds(mutex)) return;
-  for (const HeldMutex& held : heldMutexes) {
-    if (held.rank <= rank) continue;
+  if (findHeld(mutex) != nullptr) return;
+  for (unsigned int i = 0; i < heldCount; ++i) {
+    if (heldMutexes[i].rank <= rank) continue;
     std::fprintf(stderr, "KTThreadMutex: lock order broken: rank %d taken while %d is held\n", rank,
-                 held.rank);
+                 heldMutexes[i].rank);
     std::abort();
   }
 }
 
 void noteLocked(const KTThreadMutex* mutex, KTThreadMutex::Rank rank) {
-  heldMutexes.push_back({mutex, rank});
+  if (HeldMutex* held = findHeld(mutex)) {
+    ++held->depth;
+  } else if (heldCount < MOST_HELD) {
+    heldMutexes[heldCount++] = {mutex, rank, 1};
+  }
 }
 
 void noteUnlocked(const KTThreadMutex* mutex) {
-  for (size_t i = heldMutexes.size(); i-- > 0;) {
-    if (heldMutexes[i].mutex != mutex) continue;
-    heldMutexes.erase(heldMutexes.begin() + static_cast<std::ptrdiff_t>(i));
-    return;
-  }
+  HeldMutex* held = findHeld(mutex);
+  if (held == nullptr || --held->depth != 0) return;
+  *held = heldMutexes[--heldCount];
 }
 #else
 void checkOrder(const KTThreadMutex*, KTThreadMutex::Rank) {}

@@ -34,10 +34,14 @@ KTRFile::~KTRFile() {
   flushAndClose();
 }
 
+// Both compilers warn of the '#', which changes nothing before a d.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat"
 void KTRFile::setVideoFileName(const KTString& prefix, unsigned int index) {
   KTString sliceName;
-  name(sliceName.format("%sF%d.dat", prefix.c_str(), index));
+  name(sliceName.format("%sF%#d.dat", prefix.c_str(), static_cast<int>(index)));
 }
+#pragma GCC diagnostic pop
 
 void KTRFile::_remove() {
   if (remove() != 0) {

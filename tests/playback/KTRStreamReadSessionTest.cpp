@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "playback/KTRVideoStreamReadSession.h"
 #include "tests/playback/PlaybackFixture.h"
 
 namespace {
@@ -12,6 +13,24 @@ class KTRStreamReadSessionTest : public PlaybackFixture {
  protected:
   // Ends the session that is recorded and begins another one some seconds later.
   void pauseRecording(long seconds) { clock_.advanceSeconds(seconds); }
+  // Records five seconds of the stream in another size.
+  void recordOther(const char* size) {
+    KTRStreamRecordParams other = params();
+    other.videoSettings = KTRVideoSettingsRow("clip", 25, 0, "h264", size, "");
+    begin(other);
+    key();
+    keyEvery(1, 4);
+    stop();
+    db()->recordSessionTable()->updateDataBase(true);
+  }
+  // Records a key frame every ten seconds.
+  void recordSparsely(int count) {
+    begin();
+    key();
+    keyEvery(10, count - 1);
+    stop();
+    db()->recordSessionTable()->updateDataBase(true);
+  }
 };
 
 TEST_F(KTRStreamReadSessionTest, LoadBeginsAtTheFirstIndexedFrameOfTheWindow) {
@@ -19,6 +38,33 @@ TEST_F(KTRStreamReadSessionTest, LoadBeginsAtTheFirstIndexedFrameOfTheWindow) {
   ASSERT_TRUE(play(START + 7, 5));
   EXPECT_EQ(nextFrame(), 7);
   EXPECT_EQ(nextFrame(), 8);
+}
+
+TEST_F(KTRStreamReadSessionTest, EmptyWindowBeginsAtTheIndexedFrameBefore) {
+  recordSparsely(4);
+  ASSERT_TRUE(play(START + 12));
+  EXPECT_EQ(player_->startTime(), START + 10);
+  EXPECT_EQ(nextFrame(), 10);
+}
+
+TEST_F(KTRStreamReadSessionTest, AudioSettingsBeginAtTheIndexedFrameBehind) {
+  recordSparsely(4);
+  exec("UPDATE streamSettings SET streamType='1'");
+  ASSERT_TRUE(play(START + 8));
+  EXPECT_EQ(player_->startTime(), START + 10);
+  EXPECT_EQ(nextFrame(), 10);
+}
+
+TEST_F(KTRStreamReadSessionTest, DummyloadLooksFromTheStartOfTheRecordSession) {
+  recordSparsely(4);
+  exec("UPDATE streamSettings SET streamType='1'");
+  exec("DELETE FROM dataStreams WHERE _time>" + std::to_string(START));
+  player_ = std::make_unique<KTRVideoStreamReadSession>("cam", 0);
+  EXPECT_TRUE(player_->dummyload(at(START + 8)));
+  EXPECT_EQ(player_->settings().settings, "25,0,h264,640x360,") << "the one thing that it writes";
+  EXPECT_EQ(player_->recordSession().id, 0U);
+  EXPECT_EQ(player_->startTime(), 0);
+  EXPECT_FALSE(play(START + 8));
 }
 
 TEST_F(KTRStreamReadSessionTest, StartBeforeTheRecordingPlaysFromItsStart) {
@@ -53,10 +99,14 @@ TEST_F(KTRStreamReadSessionTest, SettingsIdNarrowsTheSearch) {
 
 TEST_F(KTRStreamReadSessionTest, SizePicksTheSessionThatHasIt) {
   recordSeconds(10);
-  Parameters sized = at(START, 5);
-  sized["size"] = "640x360";
+  recordOther("1280x720");
+  exec("UPDATE recordSessions SET end_time=" + std::to_string(now()));
+  Parameters sized = at(START + 10);
+  sized["size"] = "1280x720";
   ASSERT_TRUE(play(sized));
-  EXPECT_EQ(player_->settings().settings, "25,0,h264,640x360,");
+  EXPECT_EQ(player_->settings().settings, "25,0,h264,1280x720,");
+  EXPECT_EQ(nextFrame(), 10);
+  EXPECT_TRUE(player_->dummyload(sized));
 }
 
 TEST_F(KTRStreamReadSessionTest, LoadedSessionResumesWithoutALookup) {
@@ -107,6 +157,16 @@ TEST_F(KTRStreamReadSessionTest, NextRecordSessionGoesOnWhereTheStreamDoes) {
   EXPECT_EQ(drain(), 4);
 }
 
+TEST_F(KTRStreamReadSessionTest, NextRecordSessionHasTheSameSettings) {
+  recordSeconds(5);
+  pauseRecording(100);
+  recordOther("1280x720");
+  ASSERT_TRUE(play(START));
+  EXPECT_FALSE(player_->loadNextRecordSession());
+  ASSERT_TRUE(play(START + 104));
+  EXPECT_EQ(nextFrame(), 104);
+}
+
 TEST_F(KTRStreamReadSessionTest, BehindTheLastRecordSessionThereIsNone) {
   recordSeconds(5);
   player_ = std::make_unique<KTRVideoStreamReadSession>("cam", 0);
@@ -126,7 +186,7 @@ TEST_F(KTRStreamReadSessionTest, StopReturnsToTheLoadPointAndDoesNotPlay) {
   EXPECT_EQ(nextFrame(), 3);
 }
 
-TEST_F(KTRStreamReadSessionTest, SeekZeroReturnsToTheLoadPointAlsoAfterMoves) {
+TEST_F(KTRStreamReadSessionTest, SeekZeroReturnsToTheLoadPoint) {
   recordSeconds(10);
   ASSERT_TRUE(play(START + 3));
   EXPECT_EQ(nextFrame(), 3);
@@ -135,6 +195,28 @@ TEST_F(KTRStreamReadSessionTest, SeekZeroReturnsToTheLoadPointAlsoAfterMoves) {
   ASSERT_TRUE(play(START + 3));
   EXPECT_TRUE(player_->seek(0));
   EXPECT_EQ(nextFrame(), 3);
+}
+
+TEST_F(KTRStreamReadSessionTest, SeekZeroAndStopReturnToTheLoadPointAfterMoves) {
+  recordSeconds(10);
+  exec("UPDATE dataStreams SET _time=0 WHERE _time=" + std::to_string(START));
+  for (const bool stopped : {false, true}) {
+    ASSERT_TRUE(play(START + 3));
+    EXPECT_EQ(nextFrame(), 3);
+    EXPECT_FALSE(player_->forward(100));
+    ASSERT_TRUE(player_->rewind(4)) << "to the row whose time is that of slice 0";
+    ASSERT_TRUE(stopped ? player_->stop() : player_->seek(0));
+    EXPECT_EQ(nextFrame(), stopped ? -1 : 3);
+    ASSERT_TRUE(player_->load(Parameters()));
+    EXPECT_EQ(nextFrame(), stopped ? 3 : 4);
+  }
+}
+
+TEST_F(KTRStreamReadSessionTest, LongestRewindFails) {
+  recordSeconds(10);
+  ASSERT_TRUE(play(START + 3));
+  EXPECT_EQ(nextFrame(), 3);
+  EXPECT_FALSE(player_->rewind(0x80000000U));
 }
 
 TEST_F(KTRStreamReadSessionTest, SeekBeforeAFrameWasReadFails) {
@@ -180,6 +262,7 @@ TEST_F(KTRStreamReadSessionTest, ForwardPastTheEndFailsAndPlaysOn) {
   recordSeconds(10);
   ASSERT_TRUE(play(START));
   EXPECT_EQ(nextFrame(), 0);
+  player_->pause();
   log_.clear();
   EXPECT_FALSE(player_->forward(100));
   EXPECT_TRUE(log_.has(64, "[ SEEK ] Failed !!! "));
@@ -218,7 +301,9 @@ TEST_F(KTRStreamReadSessionTest, UnknownDatabaseIsNeverCreatedAndAnswersFalse) {
 }
 
 TEST_F(KTRStreamReadSessionTest, BaseDeliversNoFrames) {
+  ASSERT_NE(db(), nullptr);
   KTRStreamReadSession base("cam", 0);
+  EXPECT_TRUE(base.databaseAvailable());
   KTDataBlock frame;
   unsigned int stamp = 0;
   EXPECT_FALSE(base.getFrame(frame, stamp));
@@ -243,10 +328,13 @@ TEST_F(KTRStreamReadSessionTest, MissingIndexFailsTheLoad) {
   EXPECT_FALSE(play(START));
 }
 
-TEST_F(KTRStreamReadSessionTest, MissingDataFileFailsTheLoad) {
+TEST_F(KTRStreamReadSessionTest, MissingDataFileFailsTheLoadAndStaysLoaded) {
   recordSeconds(5);
+  ASSERT_TRUE(play(START));
   std::filesystem::remove(slicePath(1, 0));
   EXPECT_FALSE(play(START));
+  EXPECT_EQ(nextFrame(), -1);
+  EXPECT_TRUE(player_->load(Parameters()));
 }
 
 }  // namespace

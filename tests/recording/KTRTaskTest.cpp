@@ -57,4 +57,38 @@ TEST(KTRTaskTest, EndedTaskRefusesMessages) {
   EXPECT_EQ(task.queueLength(), 0U);
 }
 
+// Takes nothing by itself: what is committed waits until the test looks at it.
+class IdleTask : public KTRTask {
+ public:
+  KTString name() const override { return "IdleTask"; }
+  int run() override { return 0; }
+  [[nodiscard]] int takeType() {
+    const KTMessage* message = queue_.deq(KTTimeValue(0, 0));
+    const int type = message->type;
+    message->destroy();
+    return type;
+  }
+  void endAndDrain() {
+    queue_.disable();
+    drainQueue();
+  }
+};
+
+TEST(KTRTaskTest, PriorityIsPassedToTheQueue) {
+  IdleTask task;
+  ASSERT_EQ(task.commit(KTDataBlock(1), 0x80, KTMessage::NormalPriority), 0);
+  ASSERT_EQ(task.commit(KTDataBlock(1), 0x20, KTMessage::UrgentPriority), 0);
+  EXPECT_EQ(task.takeType(), 0x20);
+  EXPECT_EQ(task.takeType(), 0x80);
+}
+
+TEST(KTRTaskTest, DrainingLeavesNothingInTheQueue) {
+  IdleTask task;
+  for (int i = 0; i < 3; ++i) {
+    ASSERT_EQ(task.commit(KTDataBlock(1), 0x80, KTMessage::NormalPriority), 0);
+  }
+  task.endAndDrain();
+  EXPECT_EQ(task.queueLength(), 0U);
+}
+
 }  // namespace

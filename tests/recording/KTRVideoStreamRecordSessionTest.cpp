@@ -1,15 +1,17 @@
 #include "recording/KTRVideoStreamRecordSession.h"
 
 #include <gmock/gmock.h>
-#include <signal.h>
-#include <sys/resource.h>
 
+#include <algorithm>
+#include <cstdint>
 #include <filesystem>
 #include <mutex>
 
 #include "runtime/KTRFrameWriter.h"
 #include "tests/support/ClientCalls.h"
+#include "tests/support/FileSizeLimit.h"
 #include "tests/support/RecorderFixture.h"
+#include "tests/support/TableBlock.h"
 
 namespace {
 
@@ -19,20 +21,7 @@ constexpr const char* UNKNOWN = "[ KTRVideoStreamRecordSession::run() ] : UNKNOW
 
 class KTRVideoStreamRecordSessionTest : public RecorderFixture {
  protected:
-  [[nodiscard]] unsigned int indexRows() {
-    return std::stoul(value("SELECT count(*) FROM dataStreams"));
-  }
-  [[nodiscard]] std::string sessionId() { return std::to_string(session_->progress().sessionId); }
-  [[nodiscard]] bool ended() const { return !session_->alive(); }
-  void beginByEvents(int preEventKeyFrames) {
-    KTRStreamRecordParams byEvents = params();
-    byEvents.recordMode = KTRStreamRecordParams::ByEvents;
-    byEvents.preEventKeyFrames = preEventKeyFrames;
-    begin(byEvents);
-  }
-  [[nodiscard]] bool sliceExists(unsigned int slice) const {
-    return std::filesystem::exists(slicePath(1, slice));
-  }
+  ClientCalls calls_;
 };
 
 TEST_F(KTRVideoStreamRecordSessionTest, FirstKeyFrameOpensASessionAtItsTime) {
@@ -52,21 +41,18 @@ TEST_F(KTRVideoStreamRecordSessionTest, SessionRowNamesSettingsStorageAndFrameRa
   EXPECT_EQ(value("SELECT s.realFps,s.settingsID=t.id FROM recordSessions s, streamSettings t"),
             "15,1")
       << "a cached row has the fixed frame rate";
-  EXPECT_EQ(value("SELECT storage FROM recordSessions"),
-            dir_.path() + KTTimeValue(START, 0).asString("/%Y/%m/%d/").c_str());
+  EXPECT_EQ(value("SELECT storage FROM recordSessions"), dayDirectory());
 }
 
 TEST_F(KTRVideoStreamRecordSessionTest, SessionRowIsInsertedWithItsFirstValues) {
-  const ClientCalls calls;
   begin();
   key();
   const std::string time = std::to_string(START);
-  const std::string storage = dir_.path() + KTTimeValue(START, 0).asString("/%Y/%m/%d/").c_str();
-  EXPECT_THAT(calls.statements(),
+  EXPECT_THAT(calls_.statements(),
               testing::Contains("INSERT INTO recordSessions  ( streamID, settingsID, start_time,"
                                 "end_time,update_time, dataAvailable,storage,streamType,realFps) "
                                 "VALUES ( 3,1,0,0," +
-                                time + ",2,'" + storage + "',0,25 ) "));
+                                time + ",2,'" + dayDirectory() + "',0,25 ) "));
 }
 
 TEST_F(KTRVideoStreamRecordSessionTest, FramesBeforeTheFirstKeyFrameAreDropped) {
@@ -86,7 +72,8 @@ TEST_F(KTRVideoStreamRecordSessionTest, RowOfAKeyFrameIsWrittenWithTheNextOne) {
   keyEvery(1, 1);
   EXPECT_EQ(value("SELECT _id,_offset,_time,_fileIndex,_delayUsec FROM dataStreams"),
             "1,0," + std::to_string(START) + ",0,40000");
-  EXPECT_EQ(value("SELECT end_time FROM recordSessions"), std::to_string(START + 1));
+  EXPECT_EQ(value("SELECT end_time,realFps FROM recordSessions"),
+            std::to_string(START + 1) + ",15");
 }
 
 TEST_F(KTRVideoStreamRecordSessionTest, RowsPointAtTheirRecords) {
@@ -148,10 +135,7 @@ TEST_F(KTRVideoStreamRecordSessionTest, FramesReachTheDiskAsTheyWereCommitted) {
   delta();
   const unsigned int stamp = stampNow();
   stop();
-  KTRFile reader(KTString((dir_.path() + KTTimeValue(START, 0).asString("/%Y/%m/%d").c_str() +
-                           "/record_ktr_cam_R1_")
-                              .c_str()),
-                 0, KTRFile::READ_FLAGS, KTRFile::READ_SLICE_SIZE);
+  KTRFile reader(KTString(prefix(1)), 0, KTRFile::READ_FLAGS, KTRFile::READ_SLICE_SIZE);
   KTDataBlock stored;
   ASSERT_GT(reader.readKTRData(stored), 0);
   EXPECT_EQ(stored, makeFrame(Format::Key, stamp));
@@ -233,6 +217,28 @@ TEST_F(KTRVideoStreamRecordSessionTest, FirstMessageWithoutAKeyFrameEndsTheSessi
   EXPECT_TRUE(log_.has(64, "NO IFRAMES for 180 sec -> CLOSING 3  "));
 }
 
+TEST_F(KTRVideoStreamRecordSessionTest, MessageWithoutAFrameCountsAsAMissingKeyFrame) {
+  begin();
+  key();
+  for (int i = 0; i < 18; ++i) {
+    clock_.advanceSeconds(10);
+    send(KTRMessageType::FrameData, KTDataBlock(3));
+    settle();
+  }
+  EXPECT_FALSE(ended());
+  clock_.advanceSeconds(1);
+  send(KTRMessageType::FrameData, KTDataBlock(3));
+  settle();
+  EXPECT_TRUE(ended());
+}
+
+TEST_F(KTRVideoStreamRecordSessionTest, MessageWithoutAFrameIsNoArrival) {
+  begin();
+  send(KTRMessageType::FrameData, KTDataBlock(3));
+  settle();
+  EXPECT_FALSE(session_->dataArrived());
+}
+
 TEST_F(KTRVideoStreamRecordSessionTest, FrameAnHourAheadIsTakenAndOneSecondMoreEndsTheSession) {
   begin();
   frame(Format::Key, stampNow() + 3600 * 1000);
@@ -256,6 +262,36 @@ TEST_F(KTRVideoStreamRecordSessionTest, FrameFiveMinutesLateIsTakenAndOneSecondM
       log_.has(64, "Recording is too slow => closing session serverTime:" + std::to_string(START) +
                        " currentFrameTime:" + std::to_string(START - 301) +
                        " queue_size:0 messages videoFrameParser_.size:0 bytes"));
+}
+
+TEST_F(KTRVideoStreamRecordSessionTest, ReportOfALateFrameCountsWhatWaitsBehindIt) {
+  begin();
+  key();
+  const unsigned int late = stampNow() - 301 * 1000;
+  std::mutex gate;
+  log_.whenLogged(UNKNOWN, [&gate] { const std::lock_guard wait(gate); });
+  {
+    const std::lock_guard closed(gate);
+    send(0x200);
+    send(KTRMessageType::FrameData, makeFrame(Format::Key, late) + makeFrame(Format::Delta, late));
+    send(KTRMessageType::Ignored);
+  }
+  settle();
+  EXPECT_TRUE(
+      log_.has(64, "Recording is too slow => closing session serverTime:" + std::to_string(START) +
+                       " currentFrameTime:" + std::to_string(START - 301) +
+                       " queue_size:1 messages videoFrameParser_.size:" +
+                       std::to_string(makeFrame(Format::Delta, late).size) + " bytes"));
+}
+
+TEST_F(KTRVideoStreamRecordSessionTest, ThreadIsMadeKnownToTheClientLibrary) {
+  calls_.forget();
+  begin();
+  EXPECT_EQ(calls_.threadInits(), 1U);
+  EXPECT_EQ(calls_.threadEnds(), 0U);
+  stop();
+  EXPECT_EQ(calls_.threadInits(), 1U);
+  EXPECT_EQ(calls_.threadEnds(), 1U);
 }
 
 TEST_F(KTRVideoStreamRecordSessionTest, TimeMessageSetsTheGatewayClock) {
@@ -282,6 +318,22 @@ TEST_F(KTRVideoStreamRecordSessionTest, FrameClockThatRunsBackwardsStartsANewSes
   key();
   EXPECT_EQ(value("SELECT count(*) FROM recordSessions"), "2");
   EXPECT_EQ(session_->progress().sessionId, 2U);
+}
+
+TEST_F(KTRVideoStreamRecordSessionTest, NewSessionCountsAnewAndLeavesThePendingRowOfTheOldOne) {
+  begin();
+  key();
+  keyEvery(10, 1);
+  frame(Format::Key, stampNow() - 5000);
+  key();
+  keyEvery(1, 2);
+  const auto row = [](int session, long second, int delayUsec) {
+    return std::to_string(session) + "," + std::to_string(START + second) + "," +
+           std::to_string(delayUsec);
+  };
+  EXPECT_EQ(rows("SELECT _id,_time,_delayUsec FROM dataStreams ORDER BY _id,_time"),
+            (std::vector<std::string>{row(1, 0, 40000), row(1, 10, 5000000), row(2, 10, 40000),
+                                      row(2, 11, 500000)}));
 }
 
 TEST_F(KTRVideoStreamRecordSessionTest, OtherSessionKindsGoOnWhenTheFrameClockRunsBackwards) {
@@ -339,8 +391,12 @@ TEST_F(KTRVideoStreamRecordSessionTest, LongQueueIsReportedAtEveryStoredFrame) {
   }
   settle();
   // 24, 23, 22 and 21 messages waited behind the first four frames.
-  EXPECT_EQ(log_.countContaining("]QUEUE SIZE IS GROWING  !! size:2"), 4U);
-  EXPECT_EQ(log_.countContaining("]QUEUE SIZE IS GROWING  !! size:21"), 1U);
+  const auto identity = static_cast<unsigned int>(reinterpret_cast<std::uintptr_t>(session_.get()));
+  const std::string text = "[" + std::to_string(identity) + "]QUEUE SIZE IS GROWING  !! size:";
+  for (unsigned int waiting = 21; waiting <= 24; ++waiting) {
+    EXPECT_EQ(log_.count(64, text + std::to_string(waiting)), 1U);
+  }
+  EXPECT_EQ(log_.countContaining("QUEUE SIZE IS GROWING"), 4U);
 }
 
 TEST_F(KTRVideoStreamRecordSessionTest, SlicesRollAtTheirSize) {
@@ -356,17 +412,11 @@ TEST_F(KTRVideoStreamRecordSessionTest, SlicesRollAtTheirSize) {
 TEST_F(KTRVideoStreamRecordSessionTest, FailedWriteEndsTheSession) {
   begin();
   key();
-  const rlimit former = [] {
-    rlimit limit{};
-    getrlimit(RLIMIT_FSIZE, &limit);
-    return limit;
-  }();
-  signal(SIGXFSZ, SIG_IGN);
-  const rlimit none{1, former.rlim_max};
-  setrlimit(RLIMIT_FSIZE, &none);
-  clock_.advanceSeconds(11);
-  delta();
-  setrlimit(RLIMIT_FSIZE, &former);
+  {
+    const FileSizeLimit full(1);
+    clock_.advanceSeconds(11);
+    delta();
+  }
   EXPECT_TRUE(ended());
   const unsigned int record = makeFrame(Format::Key, 0).size + 8;
   EXPECT_TRUE(
@@ -414,6 +464,15 @@ TEST_F(KTRVideoStreamRecordSessionTest, SettingsThatCannotBeStoredEndTheSession)
   EXPECT_TRUE(log_.has(128, "Cant add videoSettings in DB error !!."));
 }
 
+TEST_F(KTRVideoStreamRecordSessionTest, IndexTableThatCannotBeCreatedEndsTheSession) {
+  ASSERT_NE(db(), nullptr);
+  const TableBlock block("ktr_cam", "dataStreams");
+  begin();
+  key();
+  EXPECT_TRUE(ended());
+  EXPECT_TRUE(log_.has(128, "Cant create createVideoStreamTabl in DB error !!."));
+}
+
 TEST_F(KTRVideoStreamRecordSessionTest, HalfBornRowOfACrashIsReplaced) {
   begin();
   key();
@@ -423,7 +482,69 @@ TEST_F(KTRVideoStreamRecordSessionTest, HalfBornRowOfACrashIsReplaced) {
   key();
   EXPECT_EQ(rows("SELECT start_time>0 FROM recordSessions"), (std::vector<std::string>{"1"}));
   EXPECT_GT(session_->progress().sessionId, 1U);
-  EXPECT_EQ(log_.countContaining("insert= ( streamID, settingsID"), 1U);
+  const std::string insert =
+      "insert= ( streamID, settingsID, start_time,end_time,update_time, dataAvailable,storage,"
+      "streamType,realFps) VALUES ( 3,1,0,0," +
+      std::to_string(START) + ",2,'" + dayDirectory() + "',0,25 ) ";
+  EXPECT_EQ(log_.count(128, insert), 1U);
+}
+
+TEST_F(KTRVideoStreamRecordSessionTest, HalfBornRowThatCannotBeDeletedEndsTheSession) {
+  begin();
+  key();
+  stop();
+  exec("UPDATE recordSessions SET start_time=0,end_time=0");
+  exec(
+      "CREATE TRIGGER keep BEFORE DELETE ON recordSessions FOR EACH ROW "
+      "SIGNAL SQLSTATE '45000' SET MESSAGE_TEXT='kept'");
+  begin();
+  key();
+  EXPECT_TRUE(ended());
+  EXPECT_TRUE(log_.has(128, "Cant delete wrong RecorderSessionRow in DB sessionID=1"));
+  EXPECT_TRUE(log_.has(128, "Can't add RecorderSessionRow in DB recordid=0"));
+  EXPECT_EQ(log_.countContaining("insert= ( streamID"), 2U);
+  EXPECT_EQ(rows("SELECT id FROM recordSessions"), (std::vector<std::string>{"1"}));
+}
+
+TEST_F(KTRVideoStreamRecordSessionTest, SettingsThatAreNotFoundAgainEndTheSession) {
+  ASSERT_NE(db(), nullptr);
+  exec(
+      "INSERT INTO streamSettings (name,settings,streamType) VALUES "
+      "('other','25,0,h264,640x360,','0')");
+  begin();
+  key();
+  EXPECT_TRUE(ended());
+  EXPECT_TRUE(log_.has(128, "Cant find videoSettings in DB error !!."));
+  EXPECT_EQ(value("SELECT count(*) FROM recordSessions"), "0");
+}
+
+TEST_F(KTRVideoStreamRecordSessionTest, DataFileThatCannotBeOpenedEndsTheSession) {
+  std::filesystem::create_directories(slicePath(1, 0));
+  begin();
+  key();
+  EXPECT_TRUE(ended());
+  EXPECT_TRUE(
+      log_.has(128, "KTRFile " + dayDirectory() + "/record_ktr_cam_R1_F0.dat opened Failed !!!!"));
+  EXPECT_EQ(log_.countContaining("[x] Start Video"), 0U);
+}
+
+TEST_F(KTRVideoStreamRecordSessionTest, StartTimeThatCannotBeSetEndsTheSession) {
+  log_.whenLogged("[x] Start Video SessionID:1 for StreamID:3",
+                  [this] { exec("DELETE FROM recordSessions"); });
+  begin();
+  key();
+  EXPECT_TRUE(ended());
+  EXPECT_TRUE(log_.has(128, "Cant update RecorderSessionRow in DB sessionID=1"));
+}
+
+TEST_F(KTRVideoStreamRecordSessionTest, EndTimeThatCannotBeSetEndsTheSession) {
+  begin();
+  key();
+  evictFirstRow();
+  exec("DELETE FROM recordSessions WHERE id=1");
+  keyEvery(1, 1);
+  EXPECT_TRUE(ended());
+  EXPECT_TRUE(log_.has(128, "Cant update RecorderSessionRow in DB sessionID=1"));
 }
 
 TEST_F(KTRVideoStreamRecordSessionTest, LostSessionTableEndsTheSessionWithBothReports) {
@@ -433,87 +554,6 @@ TEST_F(KTRVideoStreamRecordSessionTest, LostSessionTableEndsTheSessionWithBothRe
   key();
   EXPECT_TRUE(ended());
   EXPECT_TRUE(log_.has(128, "Cant find duplicate RecorderSessionRow in DB streamID=3 startTime=0"));
-}
-
-TEST_F(KTRVideoStreamRecordSessionTest, ByEventsKeepsARollingWindowOfSlices) {
-  beginByEvents(10);
-  key();
-  keyEvery(1, 13);
-  EXPECT_TRUE(sliceExists(0));
-  EXPECT_TRUE(sliceExists(1));
-  keyEvery(1, 1);
-  EXPECT_FALSE(sliceExists(0)) << "the third slice was complete";
-  EXPECT_TRUE(sliceExists(1));
-  EXPECT_TRUE(sliceExists(3));
-}
-
-TEST_F(KTRVideoStreamRecordSessionTest, ByEventsDefaultsKeepOneFullSlice) {
-  beginByEvents(0);
-  key();
-  keyEvery(1, 8);
-  EXPECT_TRUE(sliceExists(0));
-  keyEvery(1, 1);
-  EXPECT_FALSE(sliceExists(0));
-  EXPECT_TRUE(sliceExists(1));
-}
-
-TEST_F(KTRVideoStreamRecordSessionTest, CutSliceMovesTheSessionStart) {
-  beginByEvents(0);
-  key();
-  keyEvery(1, 9);
-  db()->recordSessionTable()->updateDataBase(true);
-  EXPECT_EQ(value("SELECT start_time FROM recordSessions"), std::to_string(START + 5));
-}
-
-TEST_F(KTRVideoStreamRecordSessionTest, UnconfirmedByEventsSessionIsRemovedAtTheEnd) {
-  beginByEvents(10);
-  key();
-  keyEvery(1, 3);
-  stop();
-  EXPECT_EQ(value("SELECT count(*) FROM recordSessions"), "0");
-  EXPECT_EQ(indexRows(), 0U);
-  EXPECT_TRUE(
-      log_.has(16, "KTRVideoStreamRecordSession::run() remove session 1 because of ByEvents"));
-}
-
-TEST_F(KTRVideoStreamRecordSessionTest, ConfirmedEventKeepsTheSession) {
-  beginByEvents(10);
-  key();
-  keyEvery(1, 1);
-  send(KTRMessageType::EventConfirmed);
-  settle();
-  keyEvery(1, 20);
-  EXPECT_TRUE(sliceExists(0)) << "a confirmed session is cut no more";
-  stop();
-  db()->recordSessionTable()->updateDataBase(true);
-  EXPECT_EQ(value("SELECT dataAvailable FROM recordSessions"), "1");
-}
-
-TEST_F(KTRVideoStreamRecordSessionTest, SwitchToByEventsStartsANewSessionAtTheNextKeyFrame) {
-  begin();
-  key();
-  send(KTRMessageType::ByEvents);
-  settle();
-  clock_.advanceSeconds(1);
-  delta();
-  EXPECT_EQ(session_->progress().sessionId, 1U);
-  key();
-  EXPECT_EQ(session_->progress().sessionId, 2U);
-  stop();
-  EXPECT_EQ(rows("SELECT id FROM recordSessions"), (std::vector<std::string>{"1"}));
-}
-
-TEST_F(KTRVideoStreamRecordSessionTest, MissingKeyFramesKeepAnUnconfirmedSession) {
-  beginByEvents(10);
-  key();
-  clock_.advanceSeconds(10);
-  for (int i = 0; i < 18; ++i) {
-    delta();
-    clock_.advanceSeconds(10);
-  }
-  delta();
-  session_->wait();
-  EXPECT_EQ(value("SELECT count(*) FROM recordSessions"), "1");
 }
 
 TEST_F(KTRVideoStreamRecordSessionTest, MidnightOfTheGatewayStartsANewSession) {

@@ -121,4 +121,20 @@ TEST_F(KTThreadMutexTest, RanksOfOtherThreadsDoNotCount) {
 }
 #endif
 
+// The main thread's objects with destructors are gone when static objects are destroyed.
+TEST_F(KTThreadMutexTest, RankedMutexesAreTakenWhileStaticObjectsAreDestroyed) {
+  GTEST_FLAG_SET(death_test_style, "threadsafe");
+  struct LocksAtExit {
+    KTThreadMutex mutex{KTThreadMutex::Recursive, KTThreadMutex::Connection};
+    LocksAtExit() { const KTCriticalCode guard(mutex); }
+    ~LocksAtExit() { const KTCriticalCode guard(mutex); }
+  };
+  EXPECT_EXIT(
+      {
+        static const LocksAtExit last;
+        std::exit(0);
+      },
+      testing::ExitedWithCode(0), "");
+}
+
 }  // namespace

@@ -191,6 +191,14 @@ TEST_F(KTRFileTest, CloseFlushesWhatIsBuffered) {
   EXPECT_EQ(writer_->_close(), 0);
 }
 
+TEST_F(KTRFileTest, CloseOfAFullSliceOpensNoOther) {
+  openWriter(10);
+  ASSERT_EQ(writer_->writeKTRData(payload(0)), 0);
+  EXPECT_EQ(writer_->_close(), 0);
+  EXPECT_EQ(writer_->fileIndex(), 0);
+  EXPECT_FALSE(std::filesystem::exists(slice(1)));
+}
+
 TEST_F(KTRFileTest, DestructionFlushesWhatIsBuffered) {
   openWriter();
   ASSERT_EQ(writer_->writeKTRData(payload(0)), 0);
@@ -260,6 +268,24 @@ TEST_F(KTRFileTest, LogicalOffsetRunsOnOverAChangeOfSlice) {
   EXPECT_EQ(reader_->curReadOffset(), 3U * 108);
 }
 
+TEST_F(KTRFileTest, PositionsAreThoseOfTheSliceThatReadAheadHasReached) {
+  openWriter();
+  record(0, 2, 100);
+  writer_->createNextSlice();
+  record(2, 3, 100);
+  openReader();
+  KTDataBlock frame;
+  ASSERT_EQ(reader_->readKTRData(frame), 100);
+  EXPECT_EQ(reader_->fileIndex(), 0);
+  ASSERT_EQ(reader_->readKTRData(frame), 100);
+  EXPECT_EQ(reader_->fileIndex(), 1);
+  EXPECT_EQ(reader_->curFileIndex(), 0U);
+  ASSERT_EQ(reader_->go_to_pos(0), 0);
+  EXPECT_EQ(reader_->curFileIndex(), 1U);
+  ASSERT_EQ(reader_->readKTRData(frame), 100);
+  EXPECT_EQ(frame, payload(2, 100));
+}
+
 TEST_F(KTRFileTest, ReaderBeginsInAnySlice) {
   openWriter();
   record(0, 5);
@@ -311,6 +337,16 @@ TEST_F(KTRFileTest, ReaderAtTheEndStaysThereUntilItIsBuiltAnew) {
   EXPECT_EQ(readAll().size(), 0U);
   openReader();
   EXPECT_EQ(readAll().size(), 2U);
+}
+
+TEST_F(KTRFileTest, NextSliceLetsAReaderAtTheEndGoOn) {
+  writeRaw(0, rawRecord(payload(0), 64));
+  writeRaw(2, rawRecord(payload(2), 64));
+  openReader();
+  EXPECT_EQ(readAll(), range(0, 1));
+  reader_->createNextSlice();
+  EXPECT_EQ(reader_->fileIndex(), 2);
+  EXPECT_EQ(readAll(), range(2, 3));
 }
 
 TEST_F(KTRFileTest, LargestFrameComesBackWhole) {
@@ -409,9 +445,13 @@ TEST_F(KTRFileTest, FullWriteBufferGrowsByTwiceTheBlock) {
   EXPECT_TRUE(log_.has(64,
                        "VERY BAD! DO Resize of the WriteBuffer size:512000 bytes full: 511016 "
                        "bytes blocksize to insert:2000 bytes!"));
+  ASSERT_EQ(writer_->writeKTRData(payload(2, 3000)), 0);
+  EXPECT_TRUE(log_.has(64,
+                       "VERY BAD! DO Resize of the WriteBuffer size:516000 bytes full: 513024 "
+                       "bytes blocksize to insert:3000 bytes!"));
   ASSERT_EQ(writer_->_writeWriteBuffer(), 0);
   openReader();
-  EXPECT_EQ(readAll(), range(0, 2));
+  EXPECT_EQ(readAll(), range(0, 3));
 }
 
 TEST_F(KTRFileTest, FullReadBufferGrowsByTwiceTheBlock) {
@@ -425,6 +465,10 @@ TEST_F(KTRFileTest, FullReadBufferGrowsByTwiceTheBlock) {
                        "VERY BAD! DO Resize of the ReadBuffer size:20971520 bytes full: 100 bytes "
                        "blocksize to insert:50 bytes!"));
   EXPECT_EQ(reader_->readBuffDataAvailableSize(), 20971520U - 100 + 50);
+  reader_->addtoReadBuffer(payload(1, 51));
+  EXPECT_TRUE(log_.has(64,
+                       "VERY BAD! DO Resize of the ReadBuffer size:20971620 bytes full: 100 bytes "
+                       "blocksize to insert:51 bytes!"));
 }
 
 TEST_F(KTRFileTest, TakingMoreThanIsBufferedTakesNothing) {
@@ -522,6 +566,30 @@ TEST_F(KTRFileTest, LongChainIsReadWholeThroughManyRefills) {
   EXPECT_GT(sliceSize(2), 0U);
   openReader();
   EXPECT_EQ(readAll(), range(0, 300));
+}
+
+TEST_F(KTRFileTest, EightBytesAreTooFewForARecord) {
+  writeRaw(0, KTDataBlock(rawRecord(KTDataBlock(), 1)));
+  openReader();
+  KTDataBlock frame;
+  EXPECT_EQ(reader_->readKTRData(frame), -1);
+  EXPECT_TRUE(log_.has(64, "[ readKTRData ] No more data availaible buffer size: 8 bytes!! "));
+  EXPECT_EQ(reader_->readBuffDataAvailableSize(), 8U);
+}
+
+TEST_F(KTRFileTest, RefillsByTenMebibytesWhenLessThanTwoAreLeft) {
+  constexpr unsigned int RECORD = 0x10000;  // the 160 records of a block end at its end
+  openWriter();
+  record(0, 400, RECORD - 8);
+  openReader();
+  KTDataBlock frame;
+  for (unsigned int i = 0; i < 129; ++i) {
+    ASSERT_GT(reader_->readKTRData(frame), 0);
+    EXPECT_EQ(reader_->pos(), 0xA00000) << i;
+  }
+  EXPECT_EQ(reader_->readBuffDataAvailableSize(), 0x1F0000U);
+  ASSERT_GT(reader_->readKTRData(frame), 0);
+  EXPECT_EQ(reader_->pos(), 0x1400000);
 }
 
 }  // namespace

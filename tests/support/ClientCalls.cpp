@@ -13,6 +13,8 @@ struct Calls {
   std::mutex mutex;
   std::vector<std::string> statements;
   unsigned int connects = 0;
+  unsigned int threadInits = 0;
+  unsigned int threadEnds = 0;
   bool recording = false;
   bool initFails = false;
   bool threadSafetyDenied = false;
@@ -49,6 +51,11 @@ void noteConnect() {
   if (calls().recording) ++calls().connects;
 }
 
+void noteThread(unsigned int Calls::*count) {
+  const std::lock_guard lock(calls().mutex);
+  if (calls().recording) ++(calls().*count);
+}
+
 }  // namespace
 
 // The test program's definitions come before the client library's own for every caller, provided
@@ -72,6 +79,18 @@ MYSQL* STDCALL mysql_real_connect(MYSQL* mysql, const char* host, const char* us
   static auto* const next = real(&mysql_real_connect, "mysql_real_connect");
   noteConnect();
   return next(mysql, host, user, passwd, db, port, unix_socket, clientflag);
+}
+
+my_bool STDCALL mysql_thread_init(void) {
+  static auto* const next = real(&mysql_thread_init, "mysql_thread_init");
+  noteThread(&Calls::threadInits);
+  return next();
+}
+
+void STDCALL mysql_thread_end(void) {
+  static auto* const next = real(&mysql_thread_end, "mysql_thread_end");
+  noteThread(&Calls::threadEnds);
+  next();
 }
 
 int STDCALL mysql_real_query(MYSQL* mysql, const char* query, unsigned long length) {
@@ -114,10 +133,20 @@ unsigned int ClientCalls::connects() const {
   return calls().connects;
 }
 
+unsigned int ClientCalls::threadInits() const {
+  const std::lock_guard lock(calls().mutex);
+  return calls().threadInits;
+}
+
+unsigned int ClientCalls::threadEnds() const {
+  const std::lock_guard lock(calls().mutex);
+  return calls().threadEnds;
+}
+
 void ClientCalls::forget() {
   const std::lock_guard lock(calls().mutex);
   calls().statements.clear();
-  calls().connects = 0;
+  calls().connects = calls().threadInits = calls().threadEnds = 0;
 }
 
 void ClientCalls::failInit() {

@@ -20,6 +20,9 @@ class ClientCalls {
   [[nodiscard]] std::vector<std::string> statements() const;
   /** The attempts to connect so far, those of the test's own tools included. */
   [[nodiscard]] unsigned int connects() const;
+  /** How many threads have made themselves known to the library so far, and taken their leave. */
+  [[nodiscard]] unsigned int threadInits() const;
+  [[nodiscard]] unsigned int threadEnds() const;
   void forget();
 
   /** From now on no connection structure can be initialised. */
