@@ -85,6 +85,7 @@ int RecordCommand::run(HostContext& context) {
   watch(recorders, display, signal);
   context.log()->setLinePrefix("");
   display.summary(statusOf(recorders));
+  checkResults(recorders);
   return status_;
 }
 
@@ -133,5 +134,14 @@ void RecordCommand::reportErrors(const Recorders& recorders, RecordDisplay& disp
     if (error.empty()) continue;
     display.error(recorder->stream(), error);
     status_ = HostError::Failed;
+  }
+}
+
+void RecordCommand::checkResults(const Recorders& recorders) {
+  for (const auto& recorder : recorders) {
+    const SessionFeed::Progress progress = recorder->status().progress;
+    if (progress.stored.frames != 0 || progress.lost == 0) continue;
+    throw failure("nothing of stream " + std::to_string(recorder->stream()) + " could be stored",
+                  "mend what the messages above name and record again");
   }
 }

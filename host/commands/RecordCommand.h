@@ -27,6 +27,7 @@ class RecordCommand : public Command {
   [[nodiscard]] Recorders makeRecorders(const std::vector<StreamSource>& sources) const;
   void watch(const Recorders& recorders, RecordDisplay& display, StopSignal& signal);
   [[nodiscard]] static std::vector<RecordDisplay::Stream> statusOf(const Recorders& recorders);
+  static void checkResults(const Recorders& recorders);
   void reportErrors(const Recorders& recorders, RecordDisplay& display);
 
   CommonOptions options_;
