@@ -189,3 +189,33 @@ TEST_F(KtrRecordTest, RefusesPlacesWhereNothingCanBeWritten) {
   EXPECT_EQ(1, shell("$K record --root $R --recorder cam --frame-log $D/no/log 1=$D/short.mp4"));
   EXPECT_THAT(err(), MatchesRegex("ktr: cannot write the frame log [^\n]*log.1: No such [^\n]*\n"));
 }
+
+TEST_F(KtrRecordTest, RecordsAndPlaysSound) {
+  const std::string clip = TestClip::makeBeeps(path("beeps.mp4"), "aac", {.seconds = 4});
+  ASSERT_EQ(0, shell("$K server start --root $R; $K record --root $R --recorder sound 5=" + clip +
+                     " --frame-log $D/in"))
+      << err();
+  EXPECT_THAT(err(), testing::AllOf(HasSubstr("stream 5: recorded 100 frames"),
+                                    HasSubstr("stream 133: recorded")));
+  EXPECT_NE("", contents("in.133"));
+  const std::string play = "$K play --root $R --recorder sound --stream 5 --at -1h -o $D/";
+  ASSERT_EQ(0, shell(play + "a.mp4 && " + play + "b.mp4 --no-audio")) << err();
+  EXPECT_EQ("aac", TestClip::audioStream(path("a.mp4"), "codec_name"));
+  EXPECT_EQ("", TestClip::audioStream(path("b.mp4"), "codec_name"));
+  const std::vector<double> flashes = TestClip::flashes(path("a.mp4"));
+  const std::vector<double> beeps = TestClip::beeps(path("a.mp4"));
+  ASSERT_LE(2U, std::min(flashes.size(), beeps.size()));
+  for (size_t i = 0; i < 2; ++i) EXPECT_NEAR(flashes[i], beeps[i], 1024.0 / 48000);
+  EXPECT_EQ(0, shell("$K server stop --root $R")) << err();
+}
+
+TEST_F(KtrRecordTest, KeepsToThePicturesWhenTold) {
+  const std::string clip = TestClip::makeBeeps(path("beeps.mp4"), "aac", {.seconds = 1});
+  const std::string record = "$K record --root $R --recorder silent 200=" + clip;
+  EXPECT_EQ(2, shell(record));
+  EXPECT_THAT(err(),
+              HasSubstr("stream 200 is kept for the sound of stream 72: give a number from 0 "
+                        "to 127, or --no-audio"));
+  EXPECT_EQ(0, shell(record + " --no-audio")) << err();
+  EXPECT_THAT(err(), Not(HasSubstr("stream 72")));
+}

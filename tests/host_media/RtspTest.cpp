@@ -145,4 +145,31 @@ TEST_F(RtspTest, PasswordOfTheUrlOpensTheCamera) {
   EXPECT_EQ(input.name(), camera.url());
 }
 
+TEST_F(RtspTest, SoundArrivesBesideThePictures) {
+  for (const char* audio : {"aac", "libopus", "pcm_alaw -ar 8000", "pcm_mulaw -ar 8000"}) {
+    SCOPED_TRACE(audio);
+    const std::string source =
+        TestClip::makeBeeps(dir_.path() + "/a.mkv", audio, {.seconds = 3, .keyInterval = 5});
+    const StoredSound expected = soundOf(source);
+    const TestRtspServer camera(source, TestRtspServer::PlayAndClose);
+    const StoredSound received = soundOf(camera.url());
+    ASSERT_TRUE(received.header.has_value());
+    EXPECT_EQ(received.header->codec, expected.header->codec);
+    EXPECT_EQ(received.header->sampleRate, expected.header->sampleRate);
+    std::uint64_t bytes = 0;
+    std::uint64_t sent = 0;
+    for (const AudioPacket& packet : received.packets) bytes += packet.bytes.size;
+    for (const AudioPacket& packet : expected.packets) sent += packet.bytes.size;
+    EXPECT_EQ(bytes, sent);
+    for (const AudioPacket& packet : received.packets) EXPECT_GT(packet.durationUs, 0);
+  }
+}
+
+TEST_F(RtspTest, SoundIsNotAskedForWhenItIsNotWanted) {
+  const std::string source = TestClip::makeBeeps(dir_.path() + "/a.mkv", "aac", {});
+  const TestRtspServer camera(source, TestRtspServer::PlayAndClose);
+  EXPECT_EQ(unitsOf(camera.url()).size(), 50U);
+  EXPECT_EQ(camera.tracks().size(), 1U);
+}
+
 }  // namespace

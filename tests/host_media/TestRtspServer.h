@@ -1,14 +1,16 @@
 #pragma once
 
 #include <atomic>
+#include <set>
 #include <string>
 #include <thread>
 
 #include "tests/host_media/TestListener.h"
 
 /**
- * A camera on the loopback interface: an RTSP server that sends the video of a clip to each client,
- * RTP interleaved in the TCP connection. libavformat makes the RTP packets; the RTSP part is here.
+ * A camera on the loopback interface: an RTSP server that sends the video and sound of a clip to
+ * each client, RTP interleaved in the TCP connection. libavformat makes the RTP packets; the RTSP
+ * part is here.
  *
  * Owns: its sockets and its thread; one client at a time.
  * Threads: any thread; the server has one of its own.
@@ -33,6 +35,8 @@ class TestRtspServer {
   void awaitSent() const { sent_.wait(false); }
   /** Blocks until a client is connected. */
   void awaitClient() const { connected_.wait(false); }
+  /** The tracks that the client has set up. */
+  [[nodiscard]] const std::set<int>& tracks() const { return tracks_; }
   /** How the client asked for the data, from its SETUP. */
   [[nodiscard]] const std::string& transport() const { return transport_; }
 
@@ -47,6 +51,7 @@ class TestRtspServer {
   Behaviour behaviour_;
   std::string sdp_;
   std::string transport_;
+  std::set<int> tracks_;  // that the client has set up
   TestListener listener_;
   std::atomic<bool> sent_{false};
   std::atomic<bool> connected_{false};
