@@ -83,7 +83,7 @@ int main(int argc, char** argv) {
   if (database == nullptr) return 1;
 
   const long start = KTTimeValue::now().tv_sec;
-  const std::uint64_t recorded = record(argv[1], argv[2], startMs);
+  const std::uint64_t recorded = record(argv[1], argv[2]);
   database->recordSessionTable()->updateDataBase(true);  // or wait: it is written by itself
   const unsigned int played = play(argv[1], start);
   factory.destroy(database);
