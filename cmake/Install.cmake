@@ -23,6 +23,10 @@ string(REGEX REPLACE "/$" "" KTR_PC_PREFIX "${KTR_PC_PREFIX}")
 configure_file(cmake/ktrstorage.pc.in ktrstorage.pc @ONLY)
 install(FILES ${PROJECT_BINARY_DIR}/ktrstorage.pc DESTINATION ${pkgconfig_dir} COMPONENT development)
 
+install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
+install(DIRECTORY docs examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development
+  PATTERN reference EXCLUDE)
+
 if(TARGET ktr)
   # The library's place as seen from the program's; where the loader looks anyway nothing is needed.
   file(RELATIVE_PATH library_from_program /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
