@@ -25,7 +25,7 @@ install(FILES ${PROJECT_BINARY_DIR}/ktrstorage.pc DESTINATION ${pkgconfig_dir} C
 
 install(FILES README.md CHANGELOG.md DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development)
 install(DIRECTORY docs examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT development
-  PATTERN reference EXCLUDE)
+  PATTERN Doxyfile.in EXCLUDE)
 
 if(TARGET ktr)
   # The library's place as seen from the program's; where the loader looks anyway nothing is needed.
