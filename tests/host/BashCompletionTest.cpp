@@ -41,7 +41,8 @@ class BashCompletionTest : public testing::Test {
     std::ofstream(dir_.path() + "/script")
         << "set -eu\ncd " << dir_.path() << "\n. ./ktr.bash\nCOMP_WORDS=(ktr" << list
         << ")\nCOMP_CWORD=" << words.size()
-        << "\n_ktr || exit 1\n((${#COMPREPLY[@]} == 0)) || printf '%s\\n' \"${COMPREPLY[@]}\" >offered\n";
+        << "\n_ktr || exit 1\n((${#COMPREPLY[@]} == 0)) || printf '%s\\n' \"${COMPREPLY[@]}\" "
+           ">offered\n";
     EXPECT_EQ(std::system(("bash --norc " + dir_.path() + "/script").c_str()), 0);
     std::ifstream offered(dir_.path() + "/offered");
     Words found;
