@@ -70,28 +70,31 @@ int RecordCommand::run(HostContext& context) {
   const std::vector<StreamSource> sources = StreamSource::parseAll(sources_);
   (void)limitSeconds();
   (void)sliceBytes();
+  for (const StreamSource& source : sources) MediaInput::check(source.url);
 
   StopSignal signal;
   context.open(options_, HostContext::Recording);
   const RecorderLock lock(root, name);
+  const Recorders recorders = makeRecorders(sources);
   (void)context.createRecorder(name);
 
   const bool terminal = isatty(STDERR_FILENO) != 0;
   RecordDisplay display(context.err(), terminal);
   if (terminal) context.log()->setLinePrefix(RecordDisplay::CLEAR_LINE);
-  const Recorders recorders = start(sources);
+  for (const auto& recorder : recorders) recorder->start();
   watch(recorders, display, signal);
   context.log()->setLinePrefix("");
   display.summary(statusOf(recorders));
-  return reportErrors(recorders, context);
+  checkResults(recorders);
+  return status_;
 }
 
-RecordCommand::Recorders RecordCommand::start(const std::vector<StreamSource>& sources) {
+RecordCommand::Recorders RecordCommand::makeRecorders(
+    const std::vector<StreamSource>& sources) const {
   StreamRecorder::Options options;
   options.recorder = options_.recorderName().text();
   options.storageDirectory = options_.storageRoot().recorderDirectory(options_.recorderName());
   options.sliceSize = sliceBytes();
-  options.stop = &stop_;
   Recorders recorders;
   for (const StreamSource& source : sources) {
     options.stream = source.stream;
@@ -108,10 +111,12 @@ void RecordCommand::watch(const Recorders& recorders, RecordDisplay& display, St
   const auto isDone = [](const auto& recorder) { return recorder->status().done; };
   while (!std::all_of(recorders.begin(), recorders.end(), isDone)) {
     if (signal.waitFor(STEP_MS) || KTClock::instance()->elapsed() >= end) break;
+    reportErrors(recorders, display);
     display.update(statusOf(recorders));
   }
-  stop_ = true;
+  for (const auto& recorder : recorders) recorder->stop();
   for (const auto& recorder : recorders) recorder->join();
+  reportErrors(recorders, display);
 }
 
 std::vector<RecordDisplay::Stream> RecordCommand::statusOf(const Recorders& recorders) {
@@ -122,14 +127,21 @@ std::vector<RecordDisplay::Stream> RecordCommand::statusOf(const Recorders& reco
   return streams;
 }
 
-int RecordCommand::reportErrors(const Recorders& recorders, HostContext& context) {
-  int status = 0;
+// At once, since the other streams may go on for months.
+void RecordCommand::reportErrors(const Recorders& recorders, RecordDisplay& display) {
   for (const auto& recorder : recorders) {
-    const std::string error = recorder->status().error;
+    const std::string error = recorder->takeError();
     if (error.empty()) continue;
-    context.err() << "ktr: stream " << static_cast<int>(recorder->stream()) << ": " << error
-                  << std::endl;
-    status = HostError::Failed;
+    display.error(recorder->stream(), error);
+    status_ = HostError::Failed;
   }
-  return status;
+}
+
+void RecordCommand::checkResults(const Recorders& recorders) {
+  for (const auto& recorder : recorders) {
+    const SessionFeed::Progress progress = recorder->status().progress;
+    if (progress.stored.frames != 0 || progress.lost == 0) continue;
+    throw failure("nothing of stream " + std::to_string(recorder->stream()) + " could be stored",
+                  "mend what the messages above name and record again");
+  }
 }

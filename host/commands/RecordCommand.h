@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <memory>
 #include <string>
 #include <vector>
@@ -25,15 +24,16 @@ class RecordCommand : public Command {
 
   [[nodiscard]] long limitSeconds() const;
   [[nodiscard]] int sliceBytes() const;
-  [[nodiscard]] Recorders start(const std::vector<StreamSource>& sources);
+  [[nodiscard]] Recorders makeRecorders(const std::vector<StreamSource>& sources) const;
   void watch(const Recorders& recorders, RecordDisplay& display, StopSignal& signal);
   [[nodiscard]] static std::vector<RecordDisplay::Stream> statusOf(const Recorders& recorders);
-  [[nodiscard]] static int reportErrors(const Recorders& recorders, HostContext& context);
+  static void checkResults(const Recorders& recorders);
+  void reportErrors(const Recorders& recorders, RecordDisplay& display);
 
   CommonOptions options_;
   std::vector<std::string> sources_;
   std::string limit_;
   std::string sliceSize_;
   std::string frameLog_;
-  std::atomic<bool> stop_{false};
+  int status_ = 0;
 };
