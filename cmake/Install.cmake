@@ -28,10 +28,8 @@ install(DIRECTORY docs examples DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT de
   PATTERN Doxyfile.in EXCLUDE)
 
 if(TARGET ktr)
-  # The library's place as seen from the program's; where the loader looks anyway nothing is needed.
+  # The library's place as seen from the program's.
   file(RELATIVE_PATH library_from_program /${CMAKE_INSTALL_BINDIR} /${CMAKE_INSTALL_LIBDIR})
-  if(NOT CMAKE_INSTALL_PREFIX STREQUAL "/usr")
-    set_target_properties(ktr PROPERTIES INSTALL_RPATH "$ORIGIN/${library_from_program}")
-  endif()
+  set_target_properties(ktr PROPERTIES INSTALL_RPATH "$ORIGIN/${library_from_program}")
   install(TARGETS ktr COMPONENT tools)
 endif()

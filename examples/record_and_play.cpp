@@ -63,6 +63,7 @@ unsigned int play(const KTString& recorder, long start) {
   KTRStreamReadSession::Parameters parameters;
   parameters["streamid"] = KTString(std::to_string(STREAM));
   parameters["starttime"] = KTString(std::to_string(start));
+  parameters["duration"] = "5";  // a recording that begins so many seconds later will do
   KTRVideoStreamReadSession session(recorder, 0);
   if (session.load(parameters) == 0) return 0;
 
