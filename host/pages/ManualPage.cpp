@@ -32,9 +32,7 @@ The recordings of recorder NAME, in a directory for each day.
 The private database server: its option file, its log and the index of all recordings.
 .TP
 .I ~/.my.cnf
-Names the server that
-.B \-\-server client
-uses, in its part [client].
+Names, in its part [client], a production server for the commands that are told to use it.
 )";
 
 // The characters that troff would turn into others, or take for its own.
