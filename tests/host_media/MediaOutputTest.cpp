@@ -226,20 +226,21 @@ TEST_F(MediaOutputTest, RawOutputPassesOverSound) {
   writeWithSound(source, soundOf(source), path("b.h264"));
   writeFrames(framesOf(source), path("c.h264"), MediaCodec::H264);
   EXPECT_EQ(system(("cmp " + path("b.h264") + " " + path("c.h264")).c_str()), 0);
+}
 
-  TEST_F(MediaOutputTest, ChecksNameAndPlaceWithoutMakingAnything) {
-    for (const char* name : {"a.mp4", "a.mkv", "a.h264", "a.hevc", "a.mjpg"}) {
-      EXPECT_EQ(checkErrorOf(path(name)), "");
-      EXPECT_FALSE(std::filesystem::exists(path(name)));
-    }
-    EXPECT_EQ(checkErrorOf("-"), "");
-    EXPECT_EQ(checkErrorOf("relative.mp4"), "");
-    EXPECT_THAT(checkErrorOf(path("a.avi")), HasSubstr("does not say what to write"));
-    EXPECT_EQ(checkErrorOf(path("no/a.mp4")),
-              "cannot write " + path("no/a.mp4") +
-                  ": No such file or directory: choose another place for the output");
-    std::filesystem::create_directory(path("folder.mp4"));
-    EXPECT_THAT(checkErrorOf(path("folder.mp4")), HasSubstr("folder.mp4: Is a directory"));
+TEST_F(MediaOutputTest, ChecksNameAndPlaceWithoutMakingAnything) {
+  for (const char* name : {"a.mp4", "a.mkv", "a.h264", "a.hevc", "a.mjpg"}) {
+    EXPECT_EQ(checkErrorOf(path(name)), "");
+    EXPECT_FALSE(std::filesystem::exists(path(name)));
   }
+  EXPECT_EQ(checkErrorOf("-"), "");
+  EXPECT_EQ(checkErrorOf("relative.mp4"), "");
+  EXPECT_THAT(checkErrorOf(path("a.avi")), HasSubstr("does not say what to write"));
+  EXPECT_EQ(checkErrorOf(path("no/a.mp4")),
+            "cannot write " + path("no/a.mp4") +
+                ": No such file or directory: choose another place for the output");
+  std::filesystem::create_directory(path("folder.mp4"));
+  EXPECT_THAT(checkErrorOf(path("folder.mp4")), HasSubstr("folder.mp4: Is a directory"));
+}
 
 }  // namespace
