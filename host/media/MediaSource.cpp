@@ -108,17 +108,16 @@ bool MediaSource::isNetwork(const std::string& url) {
   return schemeOf(url) != "file";
 }
 
-// rtsp:// is a form of input of libavformat and not one of its protocols, unlike all the others.
+// rtsp:// is a form of input of libavformat and not one of its protocols, unlike all the others. Of
+// these, files alone can be looked at without opening them.
 void MediaSource::check(const std::string& url) {
   prepareLibAv();
-  int result = 0;
-  if (!isNetwork(url)) {
-    result = std::min(avio_check(url.c_str(), AVIO_FLAG_READ), 0);
-    if (result == AVERROR(ENOSYS)) result = 0;  // a protocol that cannot tell
-  } else if (!schemeOf(url).starts_with("rtsp") &&
-             avio_find_protocol_name(url.c_str()) == nullptr) {
-    result = AVERROR_PROTOCOL_NOT_FOUND;
-  }
+  if (schemeOf(url).starts_with("rtsp")) return;
+  const char* const protocol = avio_find_protocol_name(url.c_str());
+  const bool isFile = protocol != nullptr && std::string_view(protocol) == "file";
+  const int result = protocol == nullptr ? AVERROR_PROTOCOL_NOT_FOUND
+                     : isFile            ? avio_check(url.c_str(), AVIO_FLAG_READ)
+                                         : 0;
   if (result >= 0) return;
   throw MediaError("cannot open " + withoutPassword(url) + ": " + libAvError(result),
                    adviceFor(result, isNetwork(url)));

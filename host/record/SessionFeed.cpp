@@ -96,7 +96,6 @@ void SessionFeed::finish() {
 void SessionFeed::close() {
   session_->wait();
   const KTRRecordProgress stored = session_->progress();
-  const bool complete = stored.frames == fed_;
   const long lastTime = session_->getRealTime(lastStampMs_);
   fedBytes_ = 0;
   std::unique_ptr<KTRVideoStreamRecordSession> ended;
@@ -107,15 +106,15 @@ void SessionFeed::close() {
     ended = std::move(session_);
   }
   ended.reset();  // closes the file: not while progress() waits
-  if (stored.frames != 0) writeEnd(stored.sessionId, complete, lastTime);
+  if (stored.frames != 0) writeEnd(stored.sessionId, lastTime);
 }
 
 // A session's own last row update comes with its last key frame; what follows belongs to it too.
-void SessionFeed::writeEnd(unsigned int sessionId, bool complete, long lastTime) {
+void SessionFeed::writeEnd(unsigned int sessionId, long lastTime) {
   KTR_DB_factory* factory = KTR_DB_factory::instance();
   KTR_DB_handle* db = factory == nullptr ? nullptr : factory->db_instance(params_.dbName);
   if (db == nullptr || db->recordSessionTable() == nullptr) return;
-  if (complete) db->recordSessionTable()->updateEndTime(sessionId, lastTime, 0);
+  db->recordSessionTable()->updateEndTime(sessionId, lastTime, 0);
   db->recordSessionTable()->updateDataBase(true);
 }
 

@@ -58,7 +58,7 @@ class SessionFeed {
   void abandon();
   void lose(const char* reason);
   void close();
-  void writeEnd(unsigned int sessionId, bool complete, long lastTime);
+  void writeEnd(unsigned int sessionId, long lastTime);
   [[nodiscard]] bool isCongested(bool startsPlayback);
   [[nodiscard]] int commit(const KTDataBlock& frame);
 

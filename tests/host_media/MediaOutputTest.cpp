@@ -30,6 +30,16 @@ class MediaOutputTest : public testing::Test {
     EXPECT_EQ(TestClip::pictures(result), pictures) << result;
   }
 
+  // The error of looking at an output's name; empty when there is none.
+  static std::string checkErrorOf(const std::string& path) {
+    try {
+      MediaOutput::checkName(path);
+    } catch (const MediaError& error) {
+      return error.what();
+    }
+    return "";
+  }
+
   // The error of writing frames to an output; empty when there is none.
   static std::string errorOf(const std::string& path, const std::vector<KTDataBlock>& frames = {},
                              MediaCodec codec = MediaCodec::H264) {
@@ -156,6 +166,21 @@ TEST_F(MediaOutputTest, FramesThatAreNoVideoAreNotWritten) {
     output.write(0, frame);
   }
   EXPECT_EQ(output.frames(), 0U);
+}
+
+TEST_F(MediaOutputTest, ChecksNameAndPlaceWithoutMakingAnything) {
+  for (const char* name : {"a.mp4", "a.mkv", "a.h264", "a.hevc", "a.mjpg"}) {
+    EXPECT_EQ(checkErrorOf(path(name)), "");
+    EXPECT_FALSE(std::filesystem::exists(path(name)));
+  }
+  EXPECT_EQ(checkErrorOf("-"), "");
+  EXPECT_EQ(checkErrorOf("relative.mp4"), "");
+  EXPECT_THAT(checkErrorOf(path("a.avi")), HasSubstr("does not say what to write"));
+  EXPECT_EQ(checkErrorOf(path("no/a.mp4")),
+            "cannot write " + path("no/a.mp4") +
+                ": No such file or directory: choose another place for the output");
+  std::filesystem::create_directory(path("folder.mp4"));
+  EXPECT_THAT(checkErrorOf(path("folder.mp4")), HasSubstr("folder.mp4: Is a directory"));
 }
 
 }  // namespace
