@@ -4,5 +4,6 @@
 enum streamTypes : unsigned int {
   STREAM_VIDEO = 0,
   STREAM_AUDIO = 1,
+  STREAM_EVENTS = 2,
   STREAM_UNKNOWN = 3,  // a row that has not been loaded, and every cached record session
 };

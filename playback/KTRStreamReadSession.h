@@ -87,11 +87,16 @@ class KTR_API KTRStreamReadSession {
  protected:
   /** The session's database; null when there is no factory, database or table. */
   [[nodiscard]] KTR_DB_handle* database() const;
+  /** Whether there is a file to read from and the session plays. */
+  [[nodiscard]] bool mayRead() const KTR_REQUIRES(_fileMutex) {
+    return _file != nullptr && _playing;
+  }
 
   KTString _dbName;
   unsigned int _streamId = 0;
   KTThreadMutex _fileMutex{KTThreadMutex::Plain};
   std::unique_ptr<KTRFile> _file KTR_GUARDED_BY(_fileMutex);
+  unsigned int _fileSession KTR_GUARDED_BY(_fileMutex) = 0;  // record session that it belongs to
   unsigned char _fileIndex = 0;
   unsigned int _fileOffset = 0;
   long _startTime = 0;

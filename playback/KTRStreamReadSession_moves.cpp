@@ -40,6 +40,7 @@ bool KTRStreamReadSession::openFileNSeekIt(int fileIndex, int offset) {
   const KTString prefix = db->getFullPrefixFileName(static_cast<int>(_recordSession.id));
   lockFile();
   _file.reset();
+  _fileSession = _recordSession.id;
   _file = std::make_unique<KTRFile>(prefix, static_cast<unsigned char>(fileIndex),
                                     KTRFile::READ_FLAGS, KTRFile::READ_SLICE_SIZE);
   const bool positioned = _file->go_to_pos(static_cast<unsigned int>(offset)) == 0;

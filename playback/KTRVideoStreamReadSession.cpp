@@ -8,7 +8,7 @@ const char* KTRVideoStreamReadSession::name() const {
 
 int KTRVideoStreamReadSession::getFrame(KTDataBlock& frame, unsigned int&) {
   lockFile();
-  const bool delivered = _file != nullptr && _playing && _file->readKTRData(frame) > 0;
+  const bool delivered = mayRead() && _file->readKTRData(frame) > 0;
   unlockFile();
   return delivered;
 }

@@ -1,3 +1,4 @@
+// Life of the object and the conventions of time.
 #include "recording/KTRStreamRecordSession.h"
 
 #include <sys/stat.h>
@@ -5,6 +6,8 @@
 #include <cerrno>
 #include <string>
 
+#include "handles/KTR_DB_factory.h"
+#include "recording/SlicePlan.h"
 #include "runtime/KTCriticalCode.h"
 #include "runtime/KTLogger.h"
 #include "runtime/KTTimeValue.h"
@@ -23,7 +26,9 @@ __attribute__((format(printf, 1, 0))) long shifted(const char* text, long gatewa
 }  // namespace
 
 KTRStreamRecordSession::KTRStreamRecordSession(const KTRStreamRecordParams& params)
-    : params_(params) {}
+    : params_(params),
+      keyFramesPerSlice_(SlicePlan::of(params.preEventKeyFrames).framesPerSlice),
+      maxSlices_(SlicePlan::of(params.preEventKeyFrames).maxSlices) {}
 
 KTRStreamRecordSession::~KTRStreamRecordSession() {
   if (file_ != nullptr) (void)file_->_close();
@@ -39,6 +44,11 @@ bool KTRStreamRecordSession::needRefreshRCRDTable(KTRVideoFrame&) {
 
 bool KTRStreamRecordSession::deleteExtraSlice(KTR_DB_handle* db, unsigned int sessionId) {
   return db->deleteOlderSlicesOfRecorderSession(sessionId);
+}
+
+KTR_DB_handle* KTRStreamRecordSession::database() const {
+  KTR_DB_factory* factory = KTR_DB_factory::instance();
+  return factory == nullptr ? nullptr : factory->db_instance(params_.dbName);
 }
 
 long KTRStreamRecordSession::serverTime() {
@@ -92,27 +102,6 @@ bool KTRStreamRecordSession::mkDirFull(const KTString& path) {
     return false;
   }
   return true;
-}
-
-bool KTRStreamRecordSession::openDataFile(KTR_DB_handle* db) {
-  if (file_ != nullptr) (void)file_->_close();
-  const KTString prefix = db->getFullPrefixFileName(static_cast<int>(sessionId_));
-  file_ = std::make_unique<KTRFile>(prefix, 0, KTRFile::WRITE_FLAGS, params_.sliceSize);
-  return file_->opened();
-}
-
-int KTRStreamRecordSession::store(const KTDataBlock& frame) {
-  const int result = file_->writeKTRData(frame);
-  if (result == 0) {
-    shownFrames_.fetch_add(1, std::memory_order_relaxed);
-    shownBytes_.fetch_add(frame.size, std::memory_order_relaxed);
-    shownSlice_.store(file_->fileIndex(), std::memory_order_relaxed);
-  }
-  return result;
-}
-
-void KTRStreamRecordSession::publishSession() {
-  shownSession_.store(sessionId_, std::memory_order_relaxed);
 }
 
 KTRRecordProgress KTRStreamRecordSession::progress() const {

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <memory>
 
+#include "db/KTRVideoStreamRow.h"
 #include "handles/KTR_DB_handle.h"
 #include "recording/KTRRecordProgress.h"
 #include "recording/KTRStreamRecordParams.h"
@@ -15,14 +16,16 @@
 
 /**
  * What the record sessions of video and audio have in common: parameters, the data file being
- * written and the conventions of time. Server time is this machine's wall clock in seconds; gateway
- * time is server time minus the session's offset, and all that is stored is in gateway time; frame
- * stamps are milliseconds since the gateway's midnight.
+ * written, the opening of record sessions, recording by events and the conventions of time. Server
+ * time is this machine's wall clock in seconds; gateway time is server time minus the session's
+ * offset, and all that is stored is in gateway time; frame stamps are milliseconds since the
+ * gateway's midnight.
  *
  * Owns: its data file, closed with a flush at destruction.
  * Threads: commit(), setServerTime(), getGatewayTime(), getRealTime(), progress() from any thread;
  *   all else on the session's own.
- * Blocks: builStorageDirName() and mkDirFull() for the file system.
+ * Blocks: builStorageDirName() and mkDirFull() for the file system; all that takes a database
+ *   handle for the server too.
  */
 class KTR_API KTRStreamRecordSession : public KTRTask {
  public:
@@ -37,6 +40,8 @@ class KTR_API KTRStreamRecordSession : public KTRTask {
   virtual bool deleteExtraSlice(KTR_DB_handle* db, unsigned int sessionId);
   /** Opens a record session: its rows and its data file. False, with a log line, on failure. */
   [[nodiscard]] virtual bool startNewSession(KTR_DB_handle* db) = 0;
+  /** Stores one parsed frame; true to go on, false to end the session. The base stores none. */
+  [[nodiscard]] virtual bool records(KTRVideoFrame& frame);
 
   /** Sets the offset between the two clocks, both in seconds since the epoch. */
   void setServerTime(long gatewayTime, long serverTime);
@@ -58,16 +63,47 @@ class KTR_API KTRStreamRecordSession : public KTRTask {
   [[nodiscard]] KTRRecordProgress progress() const;
 
  protected:
-  static constexpr int TIMEOUT_SECONDS = 15;
-
   /** Server seconds, as all rules of the sessions count them. */
   [[nodiscard]] static long serverTime();
+  /** The recorder's database; null when there is no factory or no such database. */
+  [[nodiscard]] KTR_DB_handle* database() const;
+
+  // Opening a record session: recording/KTRStreamRecordSession_start.cpp.
+  /** Opens a record session that starts at realTime: its database, or null on failure. */
+  [[nodiscard]] KTR_DB_handle* openRecordSession(long realTime);
+  /** Stores the stream's settings unless they are stored; false on failure. */
+  [[nodiscard]] static bool addSettings(KTR_DB_handle* db, const KTRSettingsRow& settings);
+  /** The row of a new record session, as both kinds of stream fill it. */
+  [[nodiscard]] KTRRecorderSessionRow newSessionRow(const KTString& storage,
+                                                    unsigned int settingsId,
+                                                    streamTypes kind) const;
+  /** Inserts the row, whose id becomes sessionId_; false when there is no new row. */
+  [[nodiscard]] bool insertSessionRow(KTR_DB_handle* db, const KTRRecorderSessionRow& row);
   /** Closes the previous data file and opens the chain of sessionId_; false when that fails. */
   [[nodiscard]] bool openDataFile(KTR_DB_handle* db);
+  /** Marks the record session as one that has data; false, with a log line, on failure. */
+  [[nodiscard]] bool markAvailable(KTR_DB_handle* db) const;
+  /** Passes on whether the record session's row was updated; logs an error when it was not. */
+  [[nodiscard]] bool rowUpdated(bool updated) const;
+  /** Logs an error; false. */
+  [[nodiscard]] static bool refused(const char* text);
+
+  // What messages ask for: recording/KTRStreamRecordSession_records.cpp.
+  /** Passes every frame of a message to records(); when that answers false the session ends. */
+  void takeFrames(const KTDataBlock& data, KTRVideoFrame& parser);
+  /** Keeps the record session of a recording by events, and goes on without interruption. */
+  void confirmEvent();
+  /** Removes a record session by events that was not confirmed; text takes its id for the log. */
+  void removeUnconfirmed(const char* text) __attribute__((format(printf, 2, 0)));
+
+  /** Notes the stamp of an indexed frame; one that runs backwards asks for a new record session. */
+  void followFrameClock(unsigned int stampMs);
   /** Appends one frame to the data file and counts it: 0, or -1. */
   [[nodiscard]] int store(const KTDataBlock& frame);
-  /** Makes what the current record session is known to progress(). */
-  void publishSession();
+  /** Counts an indexed frame of a recording by events; cuts and deletes slices as they are due. */
+  void cutByEventsSlice(KTR_DB_handle* db);
+  /** Logs an error with the slice, the record session and the offset; false. */
+  [[nodiscard]] bool refusedAt(const char* text) const __attribute__((format(printf, 2, 0)));
 
   KTThreadMutex timeMutex_{KTThreadMutex::Plain};
   KTRStreamRecordParams params_;
@@ -79,8 +115,16 @@ class KTR_API KTRStreamRecordSession : public KTRTask {
   bool recording_ = false;
   bool needNewSession_ = true;
   std::atomic<int> timeOffset_{0};  // written under timeMutex_, read with and without it
+  KTRVideoStreamRow currentRow_;
+  unsigned int prevKeyStamp_ = 0;
+  unsigned int keyFramesInSlice_ = 0;  // indexed frames, of a video key frames
+  unsigned int slicesKept_ = 0;
+  const unsigned int keyFramesPerSlice_;
+  const unsigned int maxSlices_;
 
  private:
+  void publishSession();
+
   std::atomic<unsigned int> shownSession_{0};
   std::atomic<unsigned int> shownSlice_{0};
   std::atomic<std::uint64_t> shownFrames_{0};

@@ -36,6 +36,8 @@ class KTR_API KTRTask : public KTTask {
   [[nodiscard]] bool alive() const { return queue_.enabled(); }
 
  protected:
+  static constexpr int TIMEOUT_SECONDS = 15;  // that a run loop waits for one message
+
   /** Destroys every message that is left in the disabled queue. */
   void drainQueue();
 

@@ -5,9 +5,6 @@
 
 #include <cstdlib>
 
-#include "handles/KTR_DB_factory.h"
-#include "recording/SlicePlan.h"
-#include "runtime/KTCriticalCode.h"
 #include "runtime/KTLogger.h"
 #include "runtime/LittleEndian.h"
 
@@ -27,8 +24,6 @@ unsigned int intervalOf(unsigned int framesPerSecond) {
 KTRVideoStreamRecordSession::KTRVideoStreamRecordSession(const KTRStreamRecordParams& params)
     : KTRStreamRecordSession(params),
       defaultFrameInterval_(intervalOf(params.videoSettings.videoParam1)),
-      keyFramesPerSlice_(SlicePlan::of(params.preEventKeyFrames).framesPerSlice),
-      maxSlices_(SlicePlan::of(params.preEventKeyFrames).maxSlices),
       sessionFrameInterval_(defaultFrameInterval_) {
   start(false);
 }
@@ -60,7 +55,7 @@ int KTRVideoStreamRecordSession::run() {
     }
   }
   drainQueue();
-  removeUnconfirmed();
+  removeUnconfirmed("KTRVideoStreamRecordSession::run() remove session %u because of ByEvents");
   mysql_thread_end();
   return 0;
 }
@@ -85,6 +80,7 @@ void KTRVideoStreamRecordSession::handle(KTMessage* message, KTRVideoFrame& pars
     takeTime(message->data());
   } else if ((type & KTRMessageType::FrameData) != 0) {
     takeFrames(message->data(), parser);
+    superviseKeyFrames();
   } else if ((type & KTRMessageType::ByEvents) != 0) {
     switchToByEvents(parser);
   } else if ((type & KTRMessageType::EventConfirmed) != 0) {
@@ -106,16 +102,7 @@ void KTRVideoStreamRecordSession::takeTime(const KTDataBlock& data) {
   setServerTime(gatewayTime, static_cast<int>(loadLittleEndian(data.data + 4)));
 }
 
-void KTRVideoStreamRecordSession::takeFrames(const KTDataBlock& data, KTRVideoFrame& parser) {
-  if (parser.parse(data)) {
-    do {
-      if (records(parser)) continue;
-      parser.clear();
-      queue_.disable();
-      break;
-    } while (parser.next());
-    dataArrived_ = true;
-  }
+void KTRVideoStreamRecordSession::superviseKeyFrames() {
   if (std::abs(serverTime() - lastKeyFrameClock_) <= KEY_FRAME_SECONDS) return;
   KTLogger::instance()->log(KTLogger::Warning, "NO IFRAMES for 180 sec -> CLOSING %d  ",
                             params_.streamId);
@@ -127,26 +114,4 @@ void KTRVideoStreamRecordSession::switchToByEvents(KTRVideoFrame& parser) {
   needNewSession_ = true;
   params_.recordMode = KTRStreamRecordParams::ByEvents;
   parser.clear();
-}
-
-void KTRVideoStreamRecordSession::confirmEvent() {
-  if (params_.recordMode == KTRStreamRecordParams::ByEvents) {
-    KTR_DB_factory* factory = KTR_DB_factory::instance();
-    KTR_DB_handle* db = factory == nullptr ? nullptr : factory->db_instance(params_.dbName);
-    if (db != nullptr && db->recordSessionTable() != nullptr) {
-      db->recordSessionTable()->updateDataAvailable(sessionId_, 1);
-    }
-  }
-  params_.recordMode = KTRStreamRecordParams::Continuous;
-}
-
-void KTRVideoStreamRecordSession::removeUnconfirmed() {
-  if (params_.recordMode != KTRStreamRecordParams::ByEvents) return;
-  KTR_DB_factory* factory = KTR_DB_factory::instance();
-  KTR_DB_handle* db = factory == nullptr ? nullptr : factory->db_instance(params_.dbName);
-  if (db == nullptr) return;
-  KTLogger::instance()->log(
-      KTLogger::Information,
-      "KTRVideoStreamRecordSession::run() remove session %u because of ByEvents", sessionId_);
-  db->deleteStreamSession(sessionId_);
 }

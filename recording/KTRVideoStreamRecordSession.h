@@ -30,8 +30,7 @@ class KTR_API KTRVideoStreamRecordSession : public KTRStreamRecordSession {
   [[nodiscard]] KTString name() const override;
   int run() override;
   [[nodiscard]] bool startNewSession(KTR_DB_handle* db) override;
-  /** Stores one parsed frame; true to go on, false to end the session. */
-  [[nodiscard]] virtual bool records(KTRVideoFrame& frame);
+  [[nodiscard]] bool records(KTRVideoFrame& frame) override;
 
  protected:
   /** Makes the index row of a key frame; false ends the session. */
@@ -44,17 +43,13 @@ class KTR_API KTRVideoStreamRecordSession : public KTRStreamRecordSession {
   void noteTurn();
   void handle(KTMessage* message, KTRVideoFrame& parser);
   void takeTime(const KTDataBlock& data);
-  void takeFrames(const KTDataBlock& data, KTRVideoFrame& parser);
+  void superviseKeyFrames();
   void switchToByEvents(KTRVideoFrame& parser);
-  void confirmEvent();
-  void removeUnconfirmed();
 
   // Opening a record session: recording/KTRVideoStreamRecordSession_start.cpp.
   [[nodiscard]] bool openSession(long realTime);
-  [[nodiscard]] bool rowUpdated(bool updated) const;
   [[nodiscard]] bool addSessionRow(KTR_DB_handle* db, const KTString& storage,
                                    unsigned int settingsId);
-  [[nodiscard]] bool insertSessionRow(KTR_DB_handle* db, const KTRRecorderSessionRow& row);
   [[nodiscard]] bool removeHalfBornRow(KTR_DB_handle* db, const KTRRecorderSessionRow& row);
 
   // The road of one frame: recording/KTRVideoStreamRecordSession_records.cpp.
@@ -64,23 +59,16 @@ class KTR_API KTRVideoStreamRecordSession : public KTRStreamRecordSession {
   [[nodiscard]] bool isTimely(const KTRVideoFrame& frame, long realTime);
   [[nodiscard]] unsigned int frameInterval() const;
   [[nodiscard]] bool writePendingRow(long realTime, KTR_DB_handle* db);
-  void cutByEventsSlice(KTR_DB_handle* db);
 
   KTRVideoStreamRow pendingRow_;
-  KTRVideoStreamRow currentRow_;
   bool havePendingRow_ = false;
   unsigned int frameCount_ = 0;
   unsigned int lastKeyStamp_ = 0;
-  unsigned int prevKeyStamp_ = 0;
   unsigned int keyInterval_ = 0;
   KTTimeValue turnStart_;
   KTTimeValue turnNow_;
   KTTimeValue turnLength_;
-  unsigned int keyFramesInSlice_ = 0;
-  unsigned int slicesKept_ = 0;
   unsigned int defaultFrameInterval_;
-  unsigned int keyFramesPerSlice_;
-  unsigned int maxSlices_;
   unsigned int sessionFrameInterval_;
   long lastRowTime_ = 0;
   long lastKeyFrameClock_ = 0;

@@ -2,7 +2,6 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "handles/KTR_DB_factory.h"
 #include "recording/KTRVideoStreamRecordSession.h"
 #include "runtime/KTLogger.h"
 
@@ -33,7 +32,7 @@ bool KTRVideoStreamRecordSession::records(KTRVideoFrame& frame) {
 
   if (!storeFrame(frame)) return false;
   if (!startsPlayback) return true;
-  KTR_DB_handle* db = KTR_DB_factory::instance()->db_instance(params_.dbName);
+  KTR_DB_handle* db = database();
   if (db == nullptr) return false;
   return frame.isJpeg() ? recordJpegRow(frame, realTime, db)
                         : updateVideoRecordSessionInfo(frame, realTime, db);
@@ -42,10 +41,7 @@ bool KTRVideoStreamRecordSession::records(KTRVideoFrame& frame) {
 bool KTRVideoStreamRecordSession::storeFrame(KTRVideoFrame& frame) {
   ++frameCount_;
   if (store(frame.data()) != 0) {
-    KTLogger::instance()->log(KTLogger::Error, "Saving error !!! fileindex:%d record:%d offset:%d",
-                              file_->fileIndex(), static_cast<int>(sessionId_),
-                              static_cast<int>(file_->recordOffset()));
-    return false;
+    return refusedAt("Saving error !!! fileindex:%d record:%d offset:%d");
   }
   if (const unsigned int length = queueLength(); length > LONG_QUEUE) {
     KTLogger::instance()->log(KTLogger::Warning, "[%u]QUEUE SIZE IS GROWING  !! size:%d",
@@ -82,10 +78,7 @@ bool KTRVideoStreamRecordSession::updateVideoRecordSessionInfo(KTRVideoFrame& fr
 void KTRVideoStreamRecordSession::noteKeyStamp(unsigned int stamp) {
   if (lastKeyStamp_ != 0) keyInterval_ = stamp - lastKeyStamp_;
   lastKeyStamp_ = stamp;
-  if (prevKeyStamp_ > stamp && params_.sessionKind == KTRStreamRecordParams::FOLLOWS_FRAME_CLOCK) {
-    needNewSession_ = true;
-  }
-  prevKeyStamp_ = stamp;
+  followFrameClock(stamp);
 }
 
 bool KTRVideoStreamRecordSession::isTimely(const KTRVideoFrame& frame, long realTime) {
@@ -123,22 +116,10 @@ bool KTRVideoStreamRecordSession::writePendingRow(long realTime, KTR_DB_handle* 
     return false;
   }
   if (table->addRow(pendingRow_) != 0) {
-    KTLogger::instance()->log(
-        KTLogger::Error, "addRowRes error !!! fileindex:%d record:%d  offset:%d !",
-        file_->fileIndex(), static_cast<int>(sessionId_), static_cast<int>(file_->recordOffset()));
-    return false;
+    return refusedAt("addRowRes error !!! fileindex:%d record:%d  offset:%d !");
   }
   return rowUpdated(db->recordSessionTable()->updateEndTime(
                         sessionId_, realTime, static_cast<int>(sessionFrameInterval_)) == 0);
-}
-
-void KTRVideoStreamRecordSession::cutByEventsSlice(KTR_DB_handle* db) {
-  if (++keyFramesInSlice_ < keyFramesPerSlice_) return;
-  file_->createNextSlice();
-  keyFramesInSlice_ = 0;
-  if (++slicesKept_ < maxSlices_) return;
-  deleteExtraSlice(db, sessionId_);
-  --slicesKept_;
 }
 
 void KTRVideoStreamRecordSession::resetVideoSessionRecordVariables() {

@@ -1,50 +1,21 @@
 // Opening a record session: settings row, day directory, session row, index table, data file.
-#include "handles/KTR_DB_factory.h"
 #include "recording/KTRVideoStreamRecordSession.h"
 #include "runtime/KTLogger.h"
 
-namespace {
-
-constexpr unsigned int DATA_UNDECIDED = 2;  // neither confirmed nor gone
-constexpr unsigned int FAILED = ~0U;
-
-bool refused(const char* text) {
-  KTLogger::instance()->log(KTLogger::Error, "%s", text);
-  return false;
-}
-
-}  // namespace
-
 bool KTRVideoStreamRecordSession::openSession(long realTime) {
-  recording_ = false;
-  KTR_DB_factory* factory = KTR_DB_factory::instance();
-  KTR_DB_handle* db = factory == nullptr ? nullptr : factory->createDB(params_.dbName);
-  if (db == nullptr || db->recordSessionTable() == nullptr || !startNewSession(db)) return false;
+  KTR_DB_handle* db = openRecordSession(realTime);
+  if (db == nullptr) return false;
   resetVideoSessionRecordVariables();
-  publishSession();
-  KTRRecordSessionTable* table = db->recordSessionTable();
-  if (!rowUpdated(table->updateStartTime(sessionId_, realTime) == 0)) return false;
-  return params_.recordMode != KTRStreamRecordParams::Continuous ||
-         rowUpdated(table->updateDataAvailable(sessionId_, 1) == 0);
-}
-
-// A session whose row is gone or cannot be read would record what no player finds.
-bool KTRVideoStreamRecordSession::rowUpdated(bool updated) const {
-  if (updated) return true;
-  KTLogger::instance()->log(KTLogger::Error, "Cant update RecorderSessionRow in DB sessionID=%u",
-                            sessionId_);
-  return false;
+  return params_.recordMode != KTRStreamRecordParams::Continuous || markAvailable(db);
 }
 
 bool KTRVideoStreamRecordSession::startNewSession(KTR_DB_handle* db) {
-  KTRSettingsTable* settings = db->settingsTable();
-  if (settings == nullptr ||
-      settings->addKTRRow(params_.videoSettings, KTR_DBTable::TB_STREAM_SETTINGS) == -1) {
+  if (!addSettings(db, params_.videoSettings)) {
     return refused("Cant add videoSettings in DB error !!.");
   }
   KTString storage = params_.storageDir;
   if (!builStorageDirName(storage)) return refused("Cant Create Directory !!");
-  const int settingsId = settings->getSettingsID(params_.videoSettings);
+  const int settingsId = db->settingsTable()->getSettingsID(params_.videoSettings);
   if (settingsId == -1) return refused("Cant find videoSettings in DB error !!.");
   if (!addSessionRow(db, storage, static_cast<unsigned int>(settingsId))) return false;
   if (db->createDataStreamTable(sessionId_) == nullptr) {
@@ -58,13 +29,7 @@ bool KTRVideoStreamRecordSession::startNewSession(KTR_DB_handle* db) {
 
 bool KTRVideoStreamRecordSession::addSessionRow(KTR_DB_handle* db, const KTString& storage,
                                                 unsigned int settingsId) {
-  KTRRecorderSessionRow row;
-  row.streamID = static_cast<unsigned int>(params_.streamId);
-  row.settingsID = settingsId;
-  row.update_time = static_cast<unsigned int>(serverTime());
-  row.dataAvailable = DATA_UNDECIDED;
-  row.storage = storage;
-  row.streamType = STREAM_VIDEO;
+  KTRRecorderSessionRow row = newSessionRow(storage, settingsId, STREAM_VIDEO);
   row.realFps = params_.videoSettings.videoParam1;
   if (insertSessionRow(db, row)) return true;
 
@@ -76,23 +41,6 @@ bool KTRVideoStreamRecordSession::addSessionRow(KTR_DB_handle* db, const KTStrin
                             sessionId_);
   KTLogger::instance()->log(KTLogger::Error, "insert=%s", insert.c_str());
   return false;
-}
-
-// A row that exists already (a session that died between its birth and its first frame) makes the
-// insert succeed without a row of its own: the id that comes back then belongs to another row. So
-// the row is read back before its id is trusted.
-bool KTRVideoStreamRecordSession::insertSessionRow(KTR_DB_handle* db,
-                                                   const KTRRecorderSessionRow& row) {
-  const unsigned int id = db->recordSessionTable()->addRow(row);
-  KTRRecorderSessionRow stored;
-  if (id == FAILED || id == 0 || !db->recordSessionTable()->getRecordSessionRow(id, stored)) {
-    return false;
-  }
-  const bool isOurs = stored.streamID == row.streamID && stored.settingsID == row.settingsID &&
-                      stored.start_time == 0 && stored.end_time == 0 &&
-                      stored.storage == row.storage;
-  if (isOurs) sessionId_ = id;
-  return isOurs;
 }
 
 bool KTRVideoStreamRecordSession::removeHalfBornRow(KTR_DB_handle* db,

@@ -66,6 +66,10 @@ int KTFile::pos(long p) {
   return 0;
 }
 
+int KTFile::truncate(long length) {
+  return ::ftruncate(handle_, length);
+}
+
 int KTFile::remove() {
   KTFile::close();
   return ::unlink(name_.c_str());

@@ -10,7 +10,7 @@
  *
  * Owns: its descriptor, closed by the destructor when close() was not called.
  * Threads: one thread at a time for each object.
- * Blocks: open(), read(), write(), remove() for the file system.
+ * Blocks: open(), read(), write(), truncate(), remove() for the file system.
  * Errors: by result; errno tells the cause until the next call.
  * Units: bytes.
  */
@@ -49,6 +49,8 @@ class KTR_API KTFile {
   [[nodiscard]] long pos() const { return opened() ? pos_ : 0; }
   /** Moves to an absolute position: 0, or -1 for a closed file or a negative position. */
   int pos(long p);
+  /** Makes the file this long; the position stays. 0, or -1. */
+  int truncate(long length);
   /** Closes the file and deletes it from disk: 0, or -1. */
   int remove();
 

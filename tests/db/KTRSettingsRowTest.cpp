@@ -25,5 +25,6 @@ TEST(KTRSettingsRowTest, APlainRowKeepsItsText) {
 TEST(KTRSettingsRowTest, TheKindsHaveTheirDigits) {
   EXPECT_EQ(STREAM_VIDEO, 0U);
   EXPECT_EQ(STREAM_AUDIO, 1U);
+  EXPECT_EQ(STREAM_EVENTS, 2U);
   EXPECT_EQ(STREAM_UNKNOWN, 3U);
 }

@@ -2,6 +2,7 @@
 
 #include <filesystem>
 
+#include "playback/KTRVideoStreamReadSession.h"
 #include "tests/playback/PlaybackFixture.h"
 
 namespace {

@@ -1,11 +1,19 @@
 #include "tests/playback/PlaybackFixture.h"
 
+#include "playback/KTRAudioStreamReadSession.h"
+#include "playback/KTRVideoStreamReadSession.h"
 #include "runtime/KTRVideoFrame.h"
+
+PlaybackFixture::PlaybackFixture(streamTypes kind) : RecorderFixture(kind) {}
 
 void PlaybackFixture::recordSeconds(int count) {
   begin();
   key();
   keyEvery(1, count - 1);
+  finish();
+}
+
+void PlaybackFixture::finish() {
   stop();
   db()->recordSessionTable()->updateDataBase(true);
 }
@@ -19,7 +27,11 @@ PlaybackFixture::Parameters PlaybackFixture::at(long startTime, unsigned int dur
 }
 
 int PlaybackFixture::play(const Parameters& params) {
-  if (player_ == nullptr) player_ = std::make_unique<KTRVideoStreamReadSession>("cam", 0);
+  if (player_ == nullptr && kind_ == STREAM_AUDIO) {
+    player_ = std::make_unique<KTRAudioStreamReadSession>("cam", 0);
+  } else if (player_ == nullptr) {
+    player_ = std::make_unique<KTRVideoStreamReadSession>("cam", 0);
+  }
   return player_->load(params);
 }
 

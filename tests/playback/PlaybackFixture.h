@@ -1,6 +1,6 @@
 #pragma once
 
-#include "playback/KTRVideoStreamReadSession.h"
+#include "playback/KTRStreamReadSession.h"
 #include "tests/support/RecorderFixture.h"
 
 /** A recorder with something to play: the verbs of a player on top of those of a host. */
@@ -8,9 +8,13 @@ class PlaybackFixture : public RecorderFixture {
  protected:
   using Parameters = KTRStreamReadSession::Parameters;
 
+  explicit PlaybackFixture(streamTypes kind = STREAM_VIDEO);
+
   /** Records a key frame a second, count of them, from the clock's time on, and ends the session.
    */
   void recordSeconds(int count);
+  /** Ends the session; what it recorded is there for players. */
+  void finish();
   [[nodiscard]] static Parameters at(long startTime, unsigned int duration = 0);
   /** Opens a player and loads; the answer of load(). */
   int play(const Parameters& params);
@@ -20,5 +24,5 @@ class PlaybackFixture : public RecorderFixture {
   /** Reads until no frame comes: the number of frames. */
   [[nodiscard]] int drain();
 
-  std::unique_ptr<KTRVideoStreamReadSession> player_;
+  std::unique_ptr<KTRStreamReadSession> player_;
 };

@@ -128,6 +128,11 @@ TEST_F(KTRStreamRecordSessionTest, RefreshIsDueAtTheFirstCallAndEveryFifteenth) 
   for (int i = 0; i < 45; ++i) EXPECT_EQ(session_.needRefreshRCRDTable(frame), i % 15 == 0) << i;
 }
 
+TEST_F(KTRStreamRecordSessionTest, BaseStoresNoFrames) {
+  KTRVideoFrame frame;
+  EXPECT_FALSE(session_.records(frame));
+}
+
 TEST_F(KTRStreamRecordSessionTest, IsNamedAfterItsClass) {
   EXPECT_EQ(session_.name(), "KTRStreamRecordSession");
 }

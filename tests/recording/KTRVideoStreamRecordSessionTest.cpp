@@ -1,9 +1,6 @@
 #include "recording/KTRVideoStreamRecordSession.h"
 
 #include <gmock/gmock.h>
-#include <mysqld_error.h>
-#include <signal.h>
-#include <sys/resource.h>
 
 #include <algorithm>
 #include <cstdint>
@@ -12,7 +9,9 @@
 
 #include "runtime/KTRFrameWriter.h"
 #include "tests/support/ClientCalls.h"
+#include "tests/support/FileSizeLimit.h"
 #include "tests/support/RecorderFixture.h"
+#include "tests/support/TableBlock.h"
 
 namespace {
 
@@ -22,33 +21,6 @@ constexpr const char* UNKNOWN = "[ KTRVideoStreamRecordSession::run() ] : UNKNOW
 
 class KTRVideoStreamRecordSessionTest : public RecorderFixture {
  protected:
-  [[nodiscard]] unsigned int indexRows() {
-    return std::stoul(value("SELECT count(*) FROM dataStreams"));
-  }
-  [[nodiscard]] std::string sessionId() { return std::to_string(session_->progress().sessionId); }
-  [[nodiscard]] bool ended() const { return !session_->alive(); }
-  void beginByEvents(int preEventKeyFrames) {
-    KTRStreamRecordParams byEvents = params();
-    byEvents.recordMode = KTRStreamRecordParams::ByEvents;
-    byEvents.preEventKeyFrames = preEventKeyFrames;
-    begin(byEvents);
-  }
-  // Makes the record session table forget the row that it holds in memory for session 1.
-  void evictFirstRow() {
-    for (unsigned int i = 1; i <= 101; ++i) {
-      exec("INSERT INTO recordSessions (streamID,settingsID,start_time,storage) VALUES (9,1," +
-           std::to_string(i) + ",'')");
-      db()->recordSessionTable()->updateEndTime(1 + i, START, 0);
-    }
-  }
-  // The day directory of START as a row names it.
-  [[nodiscard]] std::string storage() const {
-    return dir_.path() + KTTimeValue(START, 0).asString("/%Y/%m/%d/").c_str();
-  }
-  [[nodiscard]] bool sliceExists(unsigned int slice) const {
-    return std::filesystem::exists(slicePath(1, slice));
-  }
-
   ClientCalls calls_;
 };
 
@@ -69,7 +41,7 @@ TEST_F(KTRVideoStreamRecordSessionTest, SessionRowNamesSettingsStorageAndFrameRa
   EXPECT_EQ(value("SELECT s.realFps,s.settingsID=t.id FROM recordSessions s, streamSettings t"),
             "15,1")
       << "a cached row has the fixed frame rate";
-  EXPECT_EQ(value("SELECT storage FROM recordSessions"), storage());
+  EXPECT_EQ(value("SELECT storage FROM recordSessions"), dayDirectory());
 }
 
 TEST_F(KTRVideoStreamRecordSessionTest, SessionRowIsInsertedWithItsFirstValues) {
@@ -80,7 +52,7 @@ TEST_F(KTRVideoStreamRecordSessionTest, SessionRowIsInsertedWithItsFirstValues) 
               testing::Contains("INSERT INTO recordSessions  ( streamID, settingsID, start_time,"
                                 "end_time,update_time, dataAvailable,storage,streamType,realFps) "
                                 "VALUES ( 3,1,0,0," +
-                                time + ",2,'" + storage() + "',0,25 ) "));
+                                time + ",2,'" + dayDirectory() + "',0,25 ) "));
 }
 
 TEST_F(KTRVideoStreamRecordSessionTest, FramesBeforeTheFirstKeyFrameAreDropped) {
@@ -162,10 +134,7 @@ TEST_F(KTRVideoStreamRecordSessionTest, FramesReachTheDiskAsTheyWereCommitted) {
   delta();
   const unsigned int stamp = stampNow();
   stop();
-  KTRFile reader(KTString((dir_.path() + KTTimeValue(START, 0).asString("/%Y/%m/%d").c_str() +
-                           "/record_ktr_cam_R1_")
-                              .c_str()),
-                 0, KTRFile::READ_FLAGS, KTRFile::READ_SLICE_SIZE);
+  KTRFile reader(KTString(prefix(1)), 0, KTRFile::READ_FLAGS, KTRFile::READ_SLICE_SIZE);
   KTDataBlock stored;
   ASSERT_GT(reader.readKTRData(stored), 0);
   EXPECT_EQ(stored, makeFrame(Format::Key, stamp));
@@ -424,17 +393,11 @@ TEST_F(KTRVideoStreamRecordSessionTest, SlicesRollAtTheirSize) {
 TEST_F(KTRVideoStreamRecordSessionTest, FailedWriteEndsTheSession) {
   begin();
   key();
-  const rlimit former = [] {
-    rlimit limit{};
-    getrlimit(RLIMIT_FSIZE, &limit);
-    return limit;
-  }();
-  signal(SIGXFSZ, SIG_IGN);
-  const rlimit none{1, former.rlim_max};
-  setrlimit(RLIMIT_FSIZE, &none);
-  clock_.advanceSeconds(11);
-  delta();
-  setrlimit(RLIMIT_FSIZE, &former);
+  {
+    const FileSizeLimit full(1);
+    clock_.advanceSeconds(11);
+    delta();
+  }
   EXPECT_TRUE(ended());
   const unsigned int record = makeFrame(Format::Key, 0).size + 8;
   EXPECT_TRUE(
@@ -482,6 +445,15 @@ TEST_F(KTRVideoStreamRecordSessionTest, SettingsThatCannotBeStoredEndTheSession)
   EXPECT_TRUE(log_.has(128, "Cant add videoSettings in DB error !!."));
 }
 
+TEST_F(KTRVideoStreamRecordSessionTest, IndexTableThatCannotBeCreatedEndsTheSession) {
+  ASSERT_NE(db(), nullptr);
+  const TableBlock block("ktr_cam", "dataStreams");
+  begin();
+  key();
+  EXPECT_TRUE(ended());
+  EXPECT_TRUE(log_.has(128, "Cant create createVideoStreamTabl in DB error !!."));
+}
+
 TEST_F(KTRVideoStreamRecordSessionTest, HalfBornRowOfACrashIsReplaced) {
   begin();
   key();
@@ -494,7 +466,7 @@ TEST_F(KTRVideoStreamRecordSessionTest, HalfBornRowOfACrashIsReplaced) {
   const std::string insert =
       "insert= ( streamID, settingsID, start_time,end_time,update_time, dataAvailable,storage,"
       "streamType,realFps) VALUES ( 3,1,0,0," +
-      std::to_string(START) + ",2,'" + storage() + "',0,25 ) ";
+      std::to_string(START) + ",2,'" + dayDirectory() + "',0,25 ) ";
   EXPECT_EQ(log_.count(128, insert), 1U);
 }
 
@@ -515,30 +487,6 @@ TEST_F(KTRVideoStreamRecordSessionTest, HalfBornRowThatCannotBeDeletedEndsTheSes
   EXPECT_EQ(rows("SELECT id FROM recordSessions"), (std::vector<std::string>{"1"}));
 }
 
-TEST_F(KTRVideoStreamRecordSessionTest, IndexTableThatCannotBeCreatedEndsTheSession) {
-  const auto isCreation = [](const std::string& statement) {
-    return statement.find("CREATE TABLE IF NOT EXISTS dataStreams ") == 0;
-  };
-  ASSERT_NE(db(), nullptr);
-  begin();
-  calls_.forget();
-  key();
-  const std::vector<std::string> all = calls_.statements();
-  const auto creation = std::find_if(all.begin(), all.end(), isCreation);
-  ASSERT_NE(creation, all.end());
-  stop();
-  exec("DROP TABLE dataStreams");
-  clock_.advanceSeconds(100);
-  begin();
-  // The same statements again, of which only the creation fails.
-  std::vector<unsigned int> errors(static_cast<size_t>(creation - all.begin()), 0);
-  errors.push_back(ER_PARSE_ERROR);
-  calls_.failNextStatements(errors);
-  key();
-  EXPECT_TRUE(ended());
-  EXPECT_TRUE(log_.has(128, "Cant create createVideoStreamTabl in DB error !!."));
-}
-
 TEST_F(KTRVideoStreamRecordSessionTest, SettingsThatAreNotFoundAgainEndTheSession) {
   ASSERT_NE(db(), nullptr);
   exec(
@@ -557,7 +505,7 @@ TEST_F(KTRVideoStreamRecordSessionTest, DataFileThatCannotBeOpenedEndsTheSession
   key();
   EXPECT_TRUE(ended());
   EXPECT_TRUE(
-      log_.has(128, "KTRFile " + storage() + "/record_ktr_cam_R1_F0.dat opened Failed !!!!"));
+      log_.has(128, "KTRFile " + dayDirectory() + "/record_ktr_cam_R1_F0.dat opened Failed !!!!"));
   EXPECT_EQ(log_.countContaining("[x] Start Video"), 0U);
 }
 

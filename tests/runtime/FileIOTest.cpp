@@ -2,13 +2,12 @@
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
-#include <signal.h>
-#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <string>
 
+#include "tests/support/FileSizeLimit.h"
 #include "tests/support/TempDir.h"
 
 namespace {
@@ -33,27 +32,6 @@ class FileIOTest : public testing::Test {
 
   TempDir dir_;
   int fd_ = -1;
-};
-
-// Files of the process may not grow past a limit for as long as this lives: the write that reaches
-// it is short, and the next one fails.
-class FileSizeLimit {
- public:
-  explicit FileSizeLimit(rlim_t bytes) : handler_(signal(SIGXFSZ, SIG_IGN)) {
-    getrlimit(RLIMIT_FSIZE, &former_);
-    const rlimit limit{bytes, former_.rlim_max};
-    setrlimit(RLIMIT_FSIZE, &limit);
-  }
-  FileSizeLimit(const FileSizeLimit&) = delete;
-  FileSizeLimit& operator=(const FileSizeLimit&) = delete;
-  ~FileSizeLimit() {
-    setrlimit(RLIMIT_FSIZE, &former_);
-    signal(SIGXFSZ, handler_);
-  }
-
- private:
-  rlimit former_{};
-  sighandler_t handler_;
 };
 
 TEST_F(FileIOTest, WritesAndReadsAtOffsets) {

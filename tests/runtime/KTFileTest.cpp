@@ -190,6 +190,18 @@ TEST_F(KTFileTest, OverwritesWithoutTruncation) {
   EXPECT_EQ(get(100), "Jello");
 }
 
+TEST_F(KTFileTest, TruncationCutsAndLengthens) {
+  create("hello");
+  ASSERT_EQ(file_.open(CREATE, 0644), 0);
+  EXPECT_EQ(file_.truncate(2), 0);
+  EXPECT_EQ(get(100), "he");
+  EXPECT_EQ(file_.truncate(3), 0);
+  EXPECT_EQ(file_.pos(), 2);
+  EXPECT_EQ(get(100), std::string(1, '\0'));
+  file_.close();
+  EXPECT_EQ(file_.truncate(0), -1);
+}
+
 TEST_F(KTFileTest, MovesToAnAbsolutePosition) {
   create("hello");
   EXPECT_EQ(file_.pos(3), 0);

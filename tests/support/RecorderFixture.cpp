@@ -1,7 +1,10 @@
 #include "tests/support/RecorderFixture.h"
 
+#include <filesystem>
 #include <thread>
 
+#include "recording/KTRAudioStreamRecordSession.h"
+#include "recording/KTRVideoStreamRecordSession.h"
 #include "runtime/KTRFrameWriter.h"
 #include "runtime/LittleEndian.h"
 
@@ -10,7 +13,7 @@ constexpr long DAY_SECONDS = 86400;
 constexpr unsigned char MEDIA[] = "media bytes of a frame";
 }  // namespace
 
-RecorderFixture::RecorderFixture() {
+RecorderFixture::RecorderFixture(streamTypes kind) : kind_(kind) {
   MariaDbServer::instance().dropDatabases();
   factory_ = std::make_unique<KTR_DB_factory>();
 }
@@ -24,6 +27,8 @@ KTRStreamRecordParams RecorderFixture::params() const {
   KTRStreamRecordParams params;
   params.dbName = "cam";
   params.videoSettings = KTRVideoSettingsRow("clip", 25, 0, "h264", "640x360", "");
+  KTString codec("aac");
+  params.audioSettings = KTRAudioSettingsRow("clip", 128, codec, 48000);
   params.sliceSize = 100000000;
   params.storageDir = KTString(dir_.path());
   params.streamId = STREAM;
@@ -32,8 +37,20 @@ KTRStreamRecordParams RecorderFixture::params() const {
 
 void RecorderFixture::begin(const KTRStreamRecordParams& params) {
   session_.reset();
+  if (kind_ == STREAM_AUDIO) {
+    session_ = std::make_unique<KTRAudioStreamRecordSession>(params);
+    settle();
+    return;
+  }
   session_ = std::make_unique<KTRVideoStreamRecordSession>(params);
   sendTime(now(), now());
+}
+
+void RecorderFixture::beginByEvents(int preEventKeyFrames) {
+  KTRStreamRecordParams byEvents = params();
+  byEvents.recordMode = KTRStreamRecordParams::ByEvents;
+  byEvents.preEventKeyFrames = preEventKeyFrames;
+  begin(byEvents);
 }
 
 int RecorderFixture::send(int type, const KTDataBlock& data) {
@@ -53,20 +70,20 @@ void RecorderFixture::frame(KTRFrameFormat::Kind kind, unsigned int stampMs) {
   settle();
 }
 
-void RecorderFixture::keyEvery(long seconds, int times) {
+void RecorderFixture::every(long seconds, int times, KTRFrameFormat::Kind kind) {
   for (int i = 0; i < times; ++i) {
     clock_.advanceSeconds(seconds);
-    key();
+    frame(kind);
   }
 }
 
-// The queue is looked at first: a session that has taken the last message counts as waiting only
-// when it is back in its wait.
-void RecorderFixture::settle() {
-  while (session_->alive() && (session_->queueLength() != 0 || clock_.waiters() == 0)) {
+// The queue is looked at first: a task that has taken the last message counts as waiting only when
+// it is back in its wait.
+void RecorderFixture::settle(KTRTask& task) {
+  while (task.alive() && (task.queueLength() != 0 || clock_.waiters() == 0)) {
     std::this_thread::sleep_for(std::chrono::microseconds(50));
   }
-  if (!session_->alive()) session_->wait();
+  if (!task.alive()) task.wait();
 }
 
 void RecorderFixture::stop() {
@@ -100,7 +117,30 @@ std::string RecorderFixture::value(const std::string& sql) {
   return all.empty() ? "" : all.front();
 }
 
+void RecorderFixture::evictFirstRow() {
+  for (unsigned int i = 1; i <= 101; ++i) {
+    exec("INSERT INTO recordSessions (streamID,settingsID,start_time,storage) VALUES (9,1," +
+         std::to_string(i) + ",'')");
+    db()->recordSessionTable()->updateEndTime(1 + i, START, 0);
+  }
+}
+
+unsigned int RecorderFixture::indexRows() {
+  return static_cast<unsigned int>(std::stoul(value("SELECT count(*) FROM dataStreams")));
+}
+
+std::string RecorderFixture::dayDirectory() const {
+  return dir_.path() + KTTimeValue(START, 0).asString("/%Y/%m/%d/").c_str();
+}
+
+std::string RecorderFixture::prefix(unsigned int session) const {
+  return dayDirectory() + "record_ktr_cam_R" + std::to_string(session) + "_";
+}
+
 std::string RecorderFixture::slicePath(unsigned int session, unsigned int slice) const {
-  return dir_.path() + KTTimeValue(START, 0).asString("/%Y/%m/%d").c_str() + "/record_ktr_cam_R" +
-         std::to_string(session) + "_F" + std::to_string(slice) + ".dat";
+  return prefix(session) + "F" + std::to_string(slice) + ".dat";
+}
+
+bool RecorderFixture::sliceExists(unsigned int slice) const {
+  return std::filesystem::exists(slicePath(1, slice));
 }
