@@ -2,6 +2,7 @@
 
 #include "host/commands/PlayCommand.h"
 #include "host/commands/RecordCommand.h"
+#include "host/commands/RetainCommand.h"
 #include "host/commands/ServerCommand.h"
 #include "host/commands/SessionsCommand.h"
 
@@ -10,6 +11,7 @@ std::vector<std::unique_ptr<Command>> makeAllCommands() {
   commands.push_back(std::make_unique<RecordCommand>());
   commands.push_back(std::make_unique<SessionsCommand>());
   commands.push_back(std::make_unique<PlayCommand>());
+  commands.push_back(std::make_unique<RetainCommand>());
   commands.push_back(std::make_unique<ServerCommand>());
   return commands;
 }

@@ -21,9 +21,11 @@ constexpr const char* DESCRIPTION = "Record cameras or files until stopped with 
 constexpr const char* FOOTER = R"(Examples:
   ktr record --root ~/video --recorder home 1=rtsp://camera/live
   ktr record --root ~/video --recorder home 1=front.mp4 2=rtsp://10.0.0.7/h264 --for 1h
+  ktr record --root ~/video --recorder home 1=rtsp://camera/live --max-size 500GB --max-age 30d
 
 N=URL gives a stream its number, 0 to 255, and its source: rtsp:// and whatever else libavformat
-opens. Files are read in real time. H.264, H.265 and MJPEG are stored as they come.)";
+opens. Files are read in real time. H.264, H.265 and MJPEG are stored as they come. Every 30
+seconds the oldest footage of the recorder is deleted, as far as the last options ask for it.)";
 
 constexpr int MIB = 1024 * 1024;
 constexpr int MAX_SLICE_MIB = 1024;
@@ -47,6 +49,7 @@ CLI::App* RecordCommand::define(CLI::App& program) {
       ->add_option("--frame-log", frameLog_,
                    "Write a line with a hash of every frame of stream N to FILE.N")
       ->type_name("FILE");
+  retention_.addTo(*command);
   return command;
 }
 
@@ -70,20 +73,33 @@ int RecordCommand::run(HostContext& context) {
   const std::vector<StreamSource> sources = StreamSource::parseAll(sources_);
   (void)limitSeconds();
   (void)sliceBytes();
+  (void)retention_.policy();
 
   StopSignal signal;
   context.open(options_, HostContext::Recording);
   const RecorderLock lock(root, name);
-  (void)context.createRecorder(name);
+  KTR_DB_handle& handle = context.createRecorder(name);
 
   const bool terminal = isatty(STDERR_FILENO) != 0;
   RecordDisplay display(context.err(), terminal);
   if (terminal) context.log()->setLinePrefix(RecordDisplay::CLEAR_LINE);
-  const Recorders recorders = start(sources);
-  watch(recorders, display, signal);
+  Recorders recorders;
+  RetentionTimer retained(handle, retention(recorders, signal));
+  recorders = start(sources);
+  watch(recorders, retained, display, signal);
   context.log()->setLinePrefix("");
   display.summary(statusOf(recorders));
   return reportErrors(recorders, context);
+}
+
+RetentionRun::Options RecordCommand::retention(const Recorders& recorders,
+                                               const StopSignal& signal) const {
+  RetentionRun::Options options;
+  options.directory = options_.storageRoot().recorderDirectory(options_.recorderName());
+  options.policy = retention_.policy();
+  options.stop = [&signal] { return signal.requested(); };
+  options.openSessions = [&recorders] { return openSessions(recorders); };
+  return options;
 }
 
 RecordCommand::Recorders RecordCommand::start(const std::vector<StreamSource>& sources) {
@@ -103,11 +119,15 @@ RecordCommand::Recorders RecordCommand::start(const std::vector<StreamSource>& s
 }
 
 // Returns when all that was received is stored.
-void RecordCommand::watch(const Recorders& recorders, RecordDisplay& display, StopSignal& signal) {
+void RecordCommand::watch(const Recorders& recorders, RetentionTimer& retained,
+                          RecordDisplay& display, const StopSignal& signal) {
   const KTClock::Span end = KTClock::instance()->elapsed() + seconds(limitSeconds());
   const auto isDone = [](const auto& recorder) { return recorder->status().done; };
   while (!std::all_of(recorders.begin(), recorders.end(), isDone)) {
     if (signal.waitFor(STEP_MS) || KTClock::instance()->elapsed() >= end) break;
+    if (retained.runIfDue()) {
+      for (const auto& recorder : recorders) recorder->beginNewSession();
+    }
     display.update(statusOf(recorders));
   }
   stop_ = true;
@@ -120,6 +140,12 @@ std::vector<RecordDisplay::Stream> RecordCommand::statusOf(const Recorders& reco
     streams.push_back({recorder->stream(), recorder->status()});
   }
   return streams;
+}
+
+std::set<unsigned int> RecordCommand::openSessions(const Recorders& recorders) {
+  std::set<unsigned int> open;
+  for (const auto& recorder : recorders) open.insert(recorder->status().progress.open);
+  return open;
 }
 
 int RecordCommand::reportErrors(const Recorders& recorders, HostContext& context) {

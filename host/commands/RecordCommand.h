@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -10,6 +11,8 @@
 #include "host/input/StreamSource.h"
 #include "host/record/RecordDisplay.h"
 #include "host/record/StreamRecorder.h"
+#include "host/retain/RetentionOptions.h"
+#include "host/retain/RetentionTimer.h"
 
 class StopSignal;
 
@@ -26,11 +29,16 @@ class RecordCommand : public Command {
   [[nodiscard]] long limitSeconds() const;
   [[nodiscard]] int sliceBytes() const;
   [[nodiscard]] Recorders start(const std::vector<StreamSource>& sources);
-  void watch(const Recorders& recorders, RecordDisplay& display, StopSignal& signal);
+  [[nodiscard]] RetentionRun::Options retention(const Recorders& recorders,
+                                                const StopSignal& signal) const;
+  void watch(const Recorders& recorders, RetentionTimer& retained, RecordDisplay& display,
+             const StopSignal& signal);
   [[nodiscard]] static std::vector<RecordDisplay::Stream> statusOf(const Recorders& recorders);
+  [[nodiscard]] static std::set<unsigned int> openSessions(const Recorders& recorders);
   [[nodiscard]] static int reportErrors(const Recorders& recorders, HostContext& context);
 
   CommonOptions options_;
+  RetentionOptions retention_;
   std::vector<std::string> sources_;
   std::string limit_;
   std::string sliceSize_;

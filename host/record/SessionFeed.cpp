@@ -29,7 +29,7 @@ SessionFeed::~SessionFeed() {
 }
 
 void SessionFeed::feed(const KTDataBlock& frame, bool startsPlayback) {
-  if (startsPlayback) replaceFullRing();
+  if (startsPlayback) replaceSession();
   if (session_ == nullptr) {
     if (!startsPlayback || KTClock::instance()->elapsed() < nextTry_) return lose();
     open();
@@ -51,8 +51,11 @@ void SessionFeed::open() {
   session_ = std::move(session);
 }
 
-void SessionFeed::replaceFullRing() {
-  if (session_ != nullptr && session_->progress().sliceIndex >= LAST_SLICE) finish();
+void SessionFeed::replaceSession() {
+  if (session_ == nullptr) return;
+  const unsigned int slice = session_->progress().sliceIndex;
+  const bool asked = splitAsked_.exchange(false);
+  if (slice >= LAST_SLICE || (asked && slice != 0)) finish();
 }
 
 // A session that has ended by itself takes nothing more; its log lines say why it ended.
@@ -106,5 +109,6 @@ SessionFeed::Progress SessionFeed::progress() const {
   if (session_ == nullptr) return all;
   all.stored += session_->progress();
   all.queue = session_->queueLength();
+  all.open = session_->progress().sessionId;
   return all;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -13,7 +14,7 @@
  * a new one after a pause when one has ended by itself.
  *
  * Owns: the running session.
- * Threads: one thread, the stream's; progress() from any.
+ * Threads: one thread, the stream's; progress() and beginNewSession() from any.
  * Blocks: finish(), and feed() where a session is replaced, until what was fed is on disk.
  * Errors: frames that no session takes are counted as lost; the log has one warning for each gap.
  */
@@ -26,12 +27,14 @@ class SessionFeed {
     KTRRecordProgress stored;  // since the feed was made, of all its sessions
     unsigned int queue = 0;    // messages that wait
     std::uint64_t lost = 0;    // frames that no session took
+    unsigned int open = 0;     // record session that is open, 0 = none
 
     /** Goes on with what a later feed has done. */
     Progress& operator+=(const Progress& later) {
       stored += later.stored;
       queue = later.queue;
       lost += later.lost;
+      open = later.open;
       return *this;
     }
   };
@@ -45,11 +48,16 @@ class SessionFeed {
   void feed(const KTDataBlock& frame, bool startsPlayback);
   /** Stores all that was fed and writes the rows. Harmless when nothing runs. */
   void finish();
+  /**
+   * Replaces the session at the next key frame if it has a slice that is complete, so that its
+   * slices may be deleted.
+   */
+  void beginNewSession() { splitAsked_ = true; }
   [[nodiscard]] Progress progress() const;
 
  private:
   void open();
-  void replaceFullRing();
+  void replaceSession();
   void abandon();
   void lose();
   void close();
@@ -62,6 +70,7 @@ class SessionFeed {
   std::uint64_t fed_ = 0;  // frames that the running session has taken
   unsigned int lastStampMs_ = 0;
   bool gap_ = false;
+  std::atomic<bool> splitAsked_{false};
   KTClock::Span nextTry_{0};
   KTClock::Span pause_{0};
 };

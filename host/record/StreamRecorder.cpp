@@ -42,6 +42,11 @@ StreamRecorder::~StreamRecorder() {
   join();
 }
 
+void StreamRecorder::beginNewSession() {
+  const std::lock_guard guard(mutex_);
+  if (feed_ != nullptr) feed_->beginNewSession();
+}
+
 void StreamRecorder::join() {
   if (thread_.joinable()) thread_.join();
 }

@@ -46,6 +46,8 @@ class StreamRecorder {
 
   [[nodiscard]] unsigned char stream() const { return options_.stream; }
   [[nodiscard]] Status status() const;
+  /** As SessionFeed::beginNewSession(), from any thread. */
+  void beginNewSession();
   void join();
 
  private:
