@@ -49,8 +49,8 @@ int RetainCommand::run(HostContext& context) {
   context.open(options_, HostContext::Reading);
   KTR_DB_handle& handle = context.recorder(name);
   std::optional<RecorderLock> lock;
-  run.recording = RecorderLock::isHeld(root, name);
-  if (run.recording && !dryRun_) {
+  const bool recording = RecorderLock::isHeld(root, name);
+  if (recording && !dryRun_) {
     throw failure("recorder '" + name.text() + "' is being recorded",
                   "give these options to its ktr record instead, or use --dry-run");
   }
@@ -59,7 +59,7 @@ int RetainCommand::run(HostContext& context) {
   RetentionReport report(context.out(), context.err(), options_.json());
   run.stop = [&signal] { return signal.requested(); };
   run.report = [&report](const RetentionRun::Deletion& deletion) { report.add(deletion); };
-  const RetentionRun::Result result = RetentionRun(handle, run).pass();
+  const RetentionRun::Result result = RetentionRun(handle, run).pass(recording);
   report.finish(name.text(), dryRun_, result);
   return result.problem.empty() ? 0 : HostError::Failed;
 }

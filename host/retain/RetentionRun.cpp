@@ -18,14 +18,14 @@ std::string RetentionRun::Deletion::line() const {
 RetentionRun::RetentionRun(KTR_DB_handle& handle, Options options)
     : handle_(handle), options_(std::move(options)) {}
 
-RetentionRun::Result RetentionRun::pass() {
+RetentionRun::Result RetentionRun::pass(bool recording) {
   result_ = Result();
   candidates_.clear();
   now_ = KTTimeValue::now().tv_sec;
   const FileSystemSpace space = options_.space(options_.directory);
   needed_ = bytesToFree(space);
   if (!isDue()) return result_;
-  load();
+  load(recording);
   deletePieces(space);
   tidy();
   return result_;
@@ -49,9 +49,8 @@ bool RetentionRun::isDue() const {
   return oldest >= 0 && oldest < now_ - *options_.policy.maxAge;
 }
 
-void RetentionRun::load() {
-  std::vector<RecordedSession> sessions =
-      SessionCatalog(handle_, options_.recording).read(std::nullopt);
+void RetentionRun::load(bool recording) {
+  std::vector<RecordedSession> sessions = SessionCatalog(handle_, recording).read(std::nullopt);
   const std::set<unsigned int> open = options_.openSessions();
   openBytes_ = 0;
   openStart_ = now_;

@@ -37,8 +37,7 @@ class RetentionRun {
   struct Options {
     std::string directory;  ///< the recorder's; without a final "/"
     RetentionPolicy policy;
-    bool dryRun = false;     ///< tell what would go, and change nothing
-    bool recording = false;  ///< whether this process records the recorder
+    bool dryRun = false;  ///< tell what would go, and change nothing
     std::function<FileSystemSpace(const std::string&)> space = FileSystemSpace::at;
     std::function<void(const Deletion&)> report = [](const Deletion&) {};
     std::function<bool()> stop = [] { return false; };
@@ -56,7 +55,8 @@ class RetentionRun {
 
   RetentionRun(KTR_DB_handle& handle, Options options);
 
-  [[nodiscard]] Result pass();
+  /** recording: whether sessions of the recorder may be open now, in whatever process. */
+  [[nodiscard]] Result pass(bool recording);
 
  private:
   /** A session with the pieces of it that are left. */
@@ -68,7 +68,7 @@ class RetentionRun {
 
   [[nodiscard]] uint64_t bytesToFree(const FileSystemSpace& space) const;
   [[nodiscard]] bool isDue() const;
-  void load();
+  void load(bool recording);
   [[nodiscard]] bool isOurs(const RecordedSession& session);
   void deletePieces(const FileSystemSpace& space);
   [[nodiscard]] std::string reasonForRoom(const FileSystemSpace& space) const;

@@ -10,7 +10,6 @@ void logDeletion(const RetentionRun::Deletion& deletion) {
 }
 
 RetentionRun::Options logging(RetentionRun::Options options) {
-  options.recording = true;
   options.report = logDeletion;
   return options;
 }
@@ -19,7 +18,7 @@ RetentionRun::Options logging(RetentionRun::Options options) {
 
 RetentionTimer::RetentionTimer(KTR_DB_handle& handle, RetentionRun::Options options)
     : run_(handle, logging(std::move(options))), next_(KTClock::instance()->elapsed() + INTERVAL) {
-  tell(run_.pass().problem);
+  tell(run_.pass(false).problem);
 }
 
 bool RetentionTimer::runIfDue() {
@@ -33,7 +32,7 @@ bool RetentionTimer::runIfDue() {
 
 RetentionRun::Result RetentionTimer::pass() {
   try {
-    return run_.pass();
+    return run_.pass(true);
   } catch (const HostError& error) {
     RetentionRun::Result result;
     result.problem = error.what();

@@ -17,7 +17,8 @@ class RetentionTimer {
  public:
   static constexpr KTClock::Span INTERVAL = std::chrono::seconds(30);
 
-  /** Runs the first pass. The options' report is replaced by log lines. */
+  /** Runs the first pass, before any session is open. The options' report is replaced by log lines.
+   */
   RetentionTimer(KTR_DB_handle& handle, RetentionRun::Options options);
 
   /**

@@ -56,7 +56,7 @@ unsigned int RetentionFixture::recordInto(const std::string& directory, unsigned
   return id;
 }
 
-RetentionRun::Result RetentionFixture::pass(RetentionRun::Options options) {
+RetentionRun::Result RetentionFixture::pass(RetentionRun::Options options, bool recording) {
   deleted_.clear();
   reasons_.clear();
   options.report = [this](const RetentionRun::Deletion& deletion) {
@@ -65,7 +65,7 @@ RetentionRun::Result RetentionFixture::pass(RetentionRun::Options options) {
                        (piece.slice ? "." + std::to_string(*piece.slice) : ""));
     reasons_.push_back(deletion.reason);
   };
-  return RetentionRun(*handle_, options).pass();
+  return RetentionRun(*handle_, options).pass(recording);
 }
 
 RetentionRun::Options RetentionFixture::optionsOf(const RetentionPolicy& policy) {

@@ -36,7 +36,7 @@ class RetentionFixture : public UtcZone {
   unsigned int recordInto(const std::string& directory, unsigned int stream, long start,
                           unsigned int slices);
   /** One pass; what it deletes, as "session" or "session.slice", in lines_. */
-  RetentionRun::Result pass(RetentionRun::Options options);
+  RetentionRun::Result pass(RetentionRun::Options options, bool recording = false);
   RetentionRun::Result pass(const RetentionPolicy& policy) { return pass(optionsOf(policy)); }
   [[nodiscard]] RetentionRun::Options optionsOf(const RetentionPolicy& policy);
   /** A policy without any goal. */

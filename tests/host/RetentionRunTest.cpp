@@ -160,9 +160,8 @@ TEST_F(RetentionRunTest, NeverTouchesAnOpenSession) {
   record(1, NOW - 10 * DAY, 3);
   record(1, NOW - 5 * DAY, 3);
   RetentionRun::Options options = optionsOf(maxSlices(0));
-  options.recording = true;
   options.openSessions = [] { return std::set<unsigned int>{1}; };
-  const RetentionRun::Result result = pass(options);
+  const RetentionRun::Result result = pass(options, true);
   EXPECT_EQ("1.0 1.1 1.2", onDisk());
   EXPECT_TRUE(result.needsNewSessions);
   EXPECT_THAT(result.problem, HasSubstr("the rest is being recorded"));
@@ -170,9 +169,7 @@ TEST_F(RetentionRunTest, NeverTouchesAnOpenSession) {
 
 TEST_F(RetentionRunTest, ASessionThatHasJustBegunIsTakenAsOpen) {
   record(1, NOW - SLICE_TIME, 1);
-  RetentionRun::Options options = optionsOf(maxSlices(0));
-  options.recording = true;
-  (void)pass(options);
+  (void)pass(optionsOf(maxSlices(0)), true);
   EXPECT_EQ("1.0", onDisk());
 }
 
@@ -292,7 +289,7 @@ TEST_F(RetentionRunTest, TellsWhatHowMuchAndWhy) {
   RetentionRun::Options options = optionsOf(maxSlices(1));
   std::string line;
   options.report = [&line](const RetentionRun::Deletion& deletion) { line = deletion.line(); };
-  (void)RetentionRun(*handle_, options).pass();
+  (void)RetentionRun(*handle_, options).pass(false);
   EXPECT_EQ(
       "deleted slice 0 of session 1, stream 1, 2026-01-01 10:00:00 to 2026-01-01 10:01:40: 1.0 "
       "KiB: "
