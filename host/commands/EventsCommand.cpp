@@ -19,8 +19,8 @@ namespace {
 constexpr const char* DESCRIPTION = "Add, list or watch the events of a recorder";
 
 constexpr const char* FOOTER = R"(Examples:
-  ktr events add   --root ~/video --recorder home --sensor 3 --type 1 --data "front door"
-  ktr events list  --root ~/video --recorder home --sensor 3 --from -1h --newest-first
+  ktr events add   --root ~/video --recorder home --sensor 3 --type 1 --data door
+  ktr events list  --root ~/video --recorder home --from -1h --newest-first
   ktr events watch --root ~/video --recorder home --json
 
 An event has a time, a sensor, a type, an id and up to 255 bytes of data. It can

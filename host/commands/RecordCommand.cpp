@@ -21,11 +21,13 @@ constexpr const char* DESCRIPTION = "Record cameras or files until stopped with 
 constexpr const char* FOOTER = R"(Examples:
   ktr record --root ~/video --recorder home 1=rtsp://camera/live
   ktr record --root ~/video --recorder home 1=front.mp4 2=rtsp://10.0.0.7/h264 --for 1h
-  ktr record --root ~/video --recorder home 1=rtsp://camera/live --max-size 500GB --max-age 30d
+  ktr record --root ~/video --recorder home 1=rtsp://camera/live --max-age 30d
 
 N=URL gives a stream its number, 0 to 255, and its source: rtsp:// and whatever else libavformat
-opens. Files are read in real time. H.264, H.265 and MJPEG are stored as they come. Every 30
-seconds the oldest footage of the recorder is deleted, as far as the last options ask for it.)";
+opens. Files are read in real time. H.264, H.265 and MJPEG are stored as they come.
+
+Every 30 seconds the oldest footage of the recorder is deleted, as far as
+--max-size, --max-age and --min-free ask for it.)";
 
 constexpr int MIB = 1024 * 1024;
 constexpr int MAX_SLICE_MIB = 1024;

@@ -16,7 +16,9 @@ std::string RetentionRun::Deletion::line() const {
 }
 
 RetentionRun::RetentionRun(KTR_DB_handle& handle, Options options)
-    : handle_(handle), options_(std::move(options)) {}
+    : handle_(handle), options_(std::move(options)) {
+  handle_.setStorageRoot(KTString(options_.directory));
+}
 
 RetentionRun::Result RetentionRun::pass(bool recording) {
   result_ = Result();
@@ -67,9 +69,8 @@ void RetentionRun::load(bool recording) {
 }
 
 bool RetentionRun::isOurs(const RecordedSession& session) {
-  const std::string& prefix = session.filePrefix;
-  if (prefix.starts_with(options_.directory + "/") &&
-      KTRRemovalGuard::refusal(prefix.c_str()) == nullptr) {
+  if (KTRRemovalGuard::refusal(KTString(session.filePrefix), KTString(options_.directory)) ==
+      nullptr) {
     return true;
   }
   if (strangers_.insert(session.id).second) {
