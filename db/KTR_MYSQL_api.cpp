@@ -27,22 +27,25 @@ KTLogger* logger() {
   return KTLogger::instance();
 }
 
-// Every initialised connection structure with the database that it was last connected to. The
-// client library forgets that name when a connect fails, and the tables share a structure by its
-// address alone. Never destroyed, for hosts whose static objects disconnect late.
-std::map<MYSQL*, KTString>& databaseNames() KTR_REQUIRES(KTR_MYSQL_api::_staticMysqlMux) {
-  static auto* const names = new std::map<MYSQL*, KTString>;
-  return *names;
+struct Structure {
+  KTString database;  // that it was last connected to
+  bool initialised = false;
+};
+
+// What is known of each connection structure. The client library forgets the database when a
+// connect fails, and the tables share a structure by its address alone. Never destroyed, for hosts
+// whose static objects disconnect late.
+std::map<MYSQL*, Structure>& structures() KTR_REQUIRES(KTR_MYSQL_api::_staticMysqlMux) {
+  static auto* const all = new std::map<MYSQL*, Structure>;
+  return *all;
 }
 
 MYSQL* initialise(MYSQL* connection) KTR_REQUIRES(KTR_MYSQL_api::_staticMysqlMux) {
-  if (mysql_init(connection) == nullptr) {
-    databaseNames().erase(connection);
-    logger()->log(KTLogger::Error, "mysql_init failed: no memory");
-    return nullptr;
-  }
-  databaseNames().try_emplace(connection);
-  return connection;
+  Structure& structure = structures()[connection];
+  structure.initialised = mysql_init(connection) != nullptr;
+  if (structure.initialised) return connection;
+  logger()->log(KTLogger::Error, "mysql_init failed: no memory");
+  return nullptr;
 }
 
 bool isClientError(unsigned int error) {
@@ -76,14 +79,14 @@ KTR_MYSQL_api::KTR_MYSQL_api() : _mysql(nullptr), _connection() {
 KTR_MYSQL_api::KTR_MYSQL_api(MYSQL* shared) : _mysql(shared), _connection() {
   if (shared == nullptr) return;
   const KTCriticalCode guard(_staticMysqlMux);
-  databaseNames().try_emplace(shared);
+  structures().try_emplace(shared, Structure{KTString(), true});
 }
 
 KTR_MYSQL_api::~KTR_MYSQL_api() = default;
 
 bool KTR_MYSQL_api::isDbInitialized() {
   const KTCriticalCode guard(_staticMysqlMux);
-  if (_mysql != nullptr && databaseNames().count(_mysql) != 0) return true;
+  if (_mysql != nullptr && structures()[_mysql].initialised) return true;
   // A closed structure is of no use to the client library until it is initialised again.
   MYSQL* const connection = _mysql == nullptr ? _mysql_init() : initialise(_mysql);
   if (connection == nullptr) {
@@ -96,7 +99,7 @@ bool KTR_MYSQL_api::isDbInitialized() {
 
 MYSQL* KTR_MYSQL_api::_mysql_init() {
   const KTCriticalCode guard(_staticMysqlMux);
-  databaseNames().erase(&_connection);
+  structures().erase(&_connection);
   return initialise(&_connection);
 }
 
@@ -110,7 +113,7 @@ MYSQL* KTR_MYSQL_api::db_connect(const KTString& dbName) {
     logger()->log(KTLogger::Error, "mysql_real_connect failed: %s!", mysql_error(_mysql));
     return nullptr;
   }
-  databaseNames()[_mysql] = dbName;
+  structures()[_mysql].database = dbName;
   return _mysql;
 }
 
@@ -118,7 +121,7 @@ void KTR_MYSQL_api::db_disconnect() {
   const KTCriticalCode guard(_staticMysqlMux);
   if (!isDbInitialized()) return;
   mysql_close(_mysql);
-  databaseNames().erase(_mysql);
+  structures().erase(_mysql);
 }
 
 int KTR_MYSQL_api::db_do_query(const KTString& query) {
@@ -146,7 +149,7 @@ int KTR_MYSQL_api::sendThroughLockWaits(const KTString& query) {
 bool KTR_MYSQL_api::reconnect(const KTString& query) {
   logger()->log(KTLogger::Warning, "[ DO QUERY ] [ %s ] first error:%d Desc:%s", query.c_str(),
                 static_cast<int>(mysql_errno(_mysql)), mysql_error(_mysql));
-  const KTString name = databaseNames()[_mysql];
+  const KTString name = structures()[_mysql].database;
   // The client library refuses a structure whose socket the error has left open, and connecting
   // one that was connected before leaks what it holds.
   mysql_close(_mysql);

@@ -19,7 +19,7 @@ namespace {
 constexpr const char* DESCRIPTION = "Add, list or watch the events of a recorder";
 
 constexpr const char* FOOTER = R"(Examples:
-  ktr events add   --root ~/video --recorder home --sensor 3 --type 1 --data door
+  ktr events add   --root ~/video --recorder home --sensor 3 --type 1
   ktr events list  --root ~/video --recorder home --from -1h --newest-first
   ktr events watch --root ~/video --recorder home --json
 

@@ -57,6 +57,7 @@ PlayRun::Options PlayCommand::checkedOptions() const {
   play.fromLast = at_.empty();
   play.at = TimeText::parse(at_.empty() ? "now" : at_);
   play.seconds = length_.empty() ? DurationText::MAX : DurationText::parse(length_);
+  MediaOutput::checkName(output_);
   play.output = output_;
   play.frameLog = frameLog_;
   return play;
@@ -68,10 +69,25 @@ int PlayCommand::run(HostContext& context) {
   context.open(options_, HostContext::Reading);
   (void)context.recorder(options_.recorderName());
   PlayRun play(checked);
+  if (!find(play, stop)) return 0;
   play.open();
   writeAll(play, stop);
   report(play.finish(), context);
   return 0;
+}
+
+// The moment wanted of a recording in progress may not be on disk yet. False when stopped.
+bool PlayCommand::find(PlayRun& play, const StopSignal& stop) const {
+  while (true) {
+    const bool mayCome = follow_ && isRecording();
+    if (play.find()) return true;
+    if (!mayCome) throw play.nothingFound();
+    if (stop.waitFor(FOLLOW_STEP_MS)) return false;
+  }
+}
+
+bool PlayCommand::isRecording() const {
+  return RecorderLock::isHeld(options_.storageRoot(), options_.recorderName());
 }
 
 // A recording that is followed is looked at once a second, and once more after it has ended.
@@ -79,7 +95,7 @@ void PlayCommand::writeAll(PlayRun& play, const StopSignal& stop) const {
   bool goesOn = true;
   while (!play.writeAll(stop) && follow_ && goesOn) {
     do {
-      goesOn = RecorderLock::isHeld(options_.storageRoot(), options_.recorderName());
+      goesOn = isRecording();
       if (stop.waitFor(FOLLOW_STEP_MS)) return;
     } while (!play.hasMore() && goesOn);
   }
@@ -87,6 +103,10 @@ void PlayCommand::writeAll(PlayRun& play, const StopSignal& stop) const {
 
 void PlayCommand::report(const PlayRun::Result& result, HostContext& context) const {
   const std::string target = output_ == "-" ? "standard output" : output_;
+  if (result.frames == 0) {
+    context.err() << "played nothing into " << target << std::endl;
+    return;
+  }
   KTString length;
   length.format("%.1f s", static_cast<double>(result.lastMs - result.firstMs) / 1000);
   context.err() << "played " << result.frames << " frames, " << length.c_str() << " from "

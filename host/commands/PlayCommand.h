@@ -17,6 +17,8 @@ class PlayCommand : public Command {
 
  private:
   [[nodiscard]] PlayRun::Options checkedOptions() const;
+  [[nodiscard]] bool find(PlayRun& play, const StopSignal& stop) const;
+  [[nodiscard]] bool isRecording() const;
   void writeAll(PlayRun& play, const StopSignal& stop) const;
   void report(const PlayRun::Result& result, HostContext& context) const;
 

@@ -76,22 +76,24 @@ int RecordCommand::run(HostContext& context) {
   (void)limitSeconds();
   (void)sliceBytes();
   (void)retention_.policy();
+  for (const StreamSource& source : sources) MediaInput::check(source.url);
 
   StopSignal signal;
   context.open(options_, HostContext::Recording);
   const RecorderLock lock(root, name);
+  const Recorders recorders = makeRecorders(sources);
   KTR_DB_handle& handle = context.createRecorder(name);
 
   const bool terminal = isatty(STDERR_FILENO) != 0;
   RecordDisplay display(context.err(), terminal);
   if (terminal) context.log()->setLinePrefix(RecordDisplay::CLEAR_LINE);
-  Recorders recorders;
   RetentionTimer retained(handle, retention(recorders, signal));
-  recorders = start(sources);
+  for (const auto& recorder : recorders) recorder->start();
   watch(recorders, retained, display, signal);
   context.log()->setLinePrefix("");
   display.summary(statusOf(recorders));
-  return reportErrors(recorders, context);
+  checkResults(recorders);
+  return status_;
 }
 
 RetentionRun::Options RecordCommand::retention(const Recorders& recorders,
@@ -104,12 +106,12 @@ RetentionRun::Options RecordCommand::retention(const Recorders& recorders,
   return options;
 }
 
-RecordCommand::Recorders RecordCommand::start(const std::vector<StreamSource>& sources) {
+RecordCommand::Recorders RecordCommand::makeRecorders(
+    const std::vector<StreamSource>& sources) const {
   StreamRecorder::Options options;
   options.recorder = options_.recorderName().text();
   options.storageDirectory = options_.storageRoot().recorderDirectory(options_.recorderName());
   options.sliceSize = sliceBytes();
-  options.stop = &stop_;
   Recorders recorders;
   for (const StreamSource& source : sources) {
     options.stream = source.stream;
@@ -130,10 +132,12 @@ void RecordCommand::watch(const Recorders& recorders, RetentionTimer& retained,
     if (retained.runIfDue()) {
       for (const auto& recorder : recorders) recorder->beginNewSession();
     }
+    reportErrors(recorders, display);
     display.update(statusOf(recorders));
   }
-  stop_ = true;
+  for (const auto& recorder : recorders) recorder->stop();
   for (const auto& recorder : recorders) recorder->join();
+  reportErrors(recorders, display);
 }
 
 std::vector<RecordDisplay::Stream> RecordCommand::statusOf(const Recorders& recorders) {
@@ -150,14 +154,21 @@ std::set<unsigned int> RecordCommand::openSessions(const Recorders& recorders) {
   return open;
 }
 
-int RecordCommand::reportErrors(const Recorders& recorders, HostContext& context) {
-  int status = 0;
+// At once, since the other streams may go on for months.
+void RecordCommand::reportErrors(const Recorders& recorders, RecordDisplay& display) {
   for (const auto& recorder : recorders) {
-    const std::string error = recorder->status().error;
+    const std::string error = recorder->takeError();
     if (error.empty()) continue;
-    context.err() << "ktr: stream " << static_cast<int>(recorder->stream()) << ": " << error
-                  << std::endl;
-    status = HostError::Failed;
+    display.error(recorder->stream(), error);
+    status_ = HostError::Failed;
   }
-  return status;
+}
+
+void RecordCommand::checkResults(const Recorders& recorders) {
+  for (const auto& recorder : recorders) {
+    const SessionFeed::Progress progress = recorder->status().progress;
+    if (progress.stored.frames != 0 || progress.lost == 0) continue;
+    throw failure("nothing of stream " + std::to_string(recorder->stream()) + " could be stored",
+                  "mend what the messages above name and record again");
+  }
 }

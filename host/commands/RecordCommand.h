@@ -1,6 +1,5 @@
 #pragma once
 
-#include <atomic>
 #include <memory>
 #include <set>
 #include <string>
@@ -28,14 +27,15 @@ class RecordCommand : public Command {
 
   [[nodiscard]] long limitSeconds() const;
   [[nodiscard]] int sliceBytes() const;
-  [[nodiscard]] Recorders start(const std::vector<StreamSource>& sources);
+  [[nodiscard]] Recorders makeRecorders(const std::vector<StreamSource>& sources) const;
   [[nodiscard]] RetentionRun::Options retention(const Recorders& recorders,
                                                 const StopSignal& signal) const;
   void watch(const Recorders& recorders, RetentionTimer& retained, RecordDisplay& display,
              const StopSignal& signal);
   [[nodiscard]] static std::vector<RecordDisplay::Stream> statusOf(const Recorders& recorders);
   [[nodiscard]] static std::set<unsigned int> openSessions(const Recorders& recorders);
-  [[nodiscard]] static int reportErrors(const Recorders& recorders, HostContext& context);
+  static void checkResults(const Recorders& recorders);
+  void reportErrors(const Recorders& recorders, RecordDisplay& display);
 
   CommonOptions options_;
   RetentionOptions retention_;
@@ -43,5 +43,5 @@ class RecordCommand : public Command {
   std::string limit_;
   std::string sliceSize_;
   std::string frameLog_;
-  std::atomic<bool> stop_{false};
+  int status_ = 0;
 };

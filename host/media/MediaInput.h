@@ -40,6 +40,16 @@ class MediaInput {
   MediaInput(const MediaInput&) = delete;
   MediaInput& operator=(const MediaInput&) = delete;
 
+  /**
+   * Throws the constructor's error for a file that is missing or may not be read and for a kind of
+   * URL that libavformat does not know, without opening anything.
+   */
+  static void check(const std::string& url) { MediaSource::check(url); }
+  /** Whether the source is reached over a network, so that trying again may help. */
+  [[nodiscard]] static bool isNetwork(const std::string& url) {
+    return MediaSource::isNetwork(url);
+  }
+
   /** The source, without the password that its URL may hold: fit for messages. */
   [[nodiscard]] const std::string& name() const { return source_.name(); }
   [[nodiscard]] const Info& info() const { return source_.info(); }

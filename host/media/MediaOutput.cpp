@@ -1,7 +1,12 @@
 #include "host/media/MediaOutput.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <array>
+#include <cerrno>
+#include <cstring>
+#include <filesystem>
 #include <optional>
 #include <string_view>
 
@@ -30,7 +35,7 @@ constexpr std::array<NamedForm, 9> FORMS = {{
     {".mjpg", nullptr, MediaCodec::Mjpeg},
 }};
 
-const NamedForm& formOf(const std::string& path, MediaCodec codec) {
+const NamedForm& formOf(const std::string& path) {
   static constexpr NamedForm standardOutput = {"", nullptr, {}};
   if (path == "-") return standardOutput;
   const auto* const form = std::find_if(FORMS.begin(), FORMS.end(), [&](const NamedForm& each) {
@@ -40,9 +45,23 @@ const NamedForm& formOf(const std::string& path, MediaCodec codec) {
     throw MediaError("the name " + path + " does not say what to write",
                      "let it end in .mp4, .mkv, .h264, .h265 or .mjpeg, or give - for a pipe");
   }
-  if (form->codec.value_or(codec) == codec) return *form;
+  return *form;
+}
+
+const NamedForm& formOf(const std::string& path, MediaCodec codec) {
+  const NamedForm& form = formOf(path);
+  if (form.codec.value_or(codec) == codec) return form;
   throw MediaError(path + " cannot hold " + mediaCodecName(codec) + " video",
                    "let the name end in .mp4 or .mkv, or in the codec's own name");
+}
+
+// 0, or the errno that making or emptying the file would meet.
+int obstacleAt(const std::string& path) {
+  std::error_code ignored;
+  if (std::filesystem::is_directory(path, ignored)) return EISDIR;
+  if (std::filesystem::exists(path, ignored)) return access(path.c_str(), W_OK) == 0 ? 0 : errno;
+  const std::string folder = std::filesystem::path(path).parent_path().string();
+  return access(folder.empty() ? "." : folder.c_str(), W_OK | X_OK) == 0 ? 0 : errno;
 }
 
 /** The media bytes and nothing else, each frame handed on at once. */
@@ -81,6 +100,14 @@ MediaOutput::MediaOutput(const std::string& path, MediaCodec codec) : codec_(cod
 }
 
 MediaOutput::~MediaOutput() = default;
+
+void MediaOutput::checkName(const std::string& path) {
+  static_cast<void>(formOf(path));
+  if (const int obstacle = path == "-" ? 0 : obstacleAt(path)) {
+    throw MediaError("cannot write " + path + ": " + std::strerror(obstacle),
+                     "choose another place for the output");
+  }
+}
 
 void MediaOutput::checkName(const std::string& path, MediaCodec codec) {
   static_cast<void>(formOf(path, codec));

@@ -38,7 +38,12 @@ class MediaOutput {
   MediaOutput& operator=(const MediaOutput&) = delete;
   ~MediaOutput();
 
-  /** Throws the error of the constructor for a name that says nothing, without making anything. */
+  /**
+   * Throws the error of the constructor for a name that says nothing and for a place where no file
+   * can be made, without making anything: before the codec is known.
+   */
+  static void checkName(const std::string& path);
+  /** Throws the error of the constructor for a name that does not fit, without making anything. */
   static void checkName(const std::string& path, MediaCodec codec);
 
   /**

@@ -94,7 +94,7 @@ MediaSource::MediaSource(const std::string& url, const MediaStop& stop)
     : stop_(stop),
       name_(withoutPassword(url)),
       handles_(std::make_unique<Handles>()),
-      network_(schemeOf(url) != "file") {
+      network_(isNetwork(url)) {
   prepareLibAv();
   info_.live = isLive(schemeOf(url));
   open(url);
@@ -103,6 +103,26 @@ MediaSource::MediaSource(const std::string& url, const MediaStop& stop)
 }
 
 MediaSource::~MediaSource() = default;
+
+bool MediaSource::isNetwork(const std::string& url) {
+  return schemeOf(url) != "file";
+}
+
+// rtsp:// is a form of input of libavformat and not one of its protocols, unlike all the others.
+void MediaSource::check(const std::string& url) {
+  prepareLibAv();
+  int result = 0;
+  if (!isNetwork(url)) {
+    result = std::min(avio_check(url.c_str(), AVIO_FLAG_READ), 0);
+    if (result == AVERROR(ENOSYS)) result = 0;  // a protocol that cannot tell
+  } else if (!schemeOf(url).starts_with("rtsp") &&
+             avio_find_protocol_name(url.c_str()) == nullptr) {
+    result = AVERROR_PROTOCOL_NOT_FOUND;
+  }
+  if (result >= 0) return;
+  throw MediaError("cannot open " + withoutPassword(url) + ": " + libAvError(result),
+                   adviceFor(result, isNetwork(url)));
+}
 
 void MediaSource::open(const std::string& url) {
   AVFormatContext* format = allocated(avformat_alloc_context());

@@ -43,6 +43,11 @@ class MediaSource {
   MediaSource& operator=(const MediaSource&) = delete;
   ~MediaSource();
 
+  /** As MediaInput::check(). */
+  static void check(const std::string& url);
+  /** As MediaInput::isNetwork(). */
+  [[nodiscard]] static bool isNetwork(const std::string& url);
+
   /** The URL without user and password: fit for messages. */
   [[nodiscard]] const std::string& name() const { return name_; }
   [[nodiscard]] const Info& info() const { return info_; }

@@ -9,22 +9,29 @@ PlayRun::PlayRun(const Options& options)
 
 PlayRun::~PlayRun() = default;
 
+bool PlayRun::find() {
+  if (!options_.fromLast) return reader_.seek(options_.at, options_.seconds);
+  return reader_.seekLast();
+}
+
+HostError PlayRun::nothingFound() const {
+  const std::string when = options_.fromLast ? "" : " at " + TimeText::format(options_.at);
+  return failure("nothing of stream " + std::to_string(options_.stream) + " is recorded" + when,
+                 "see ktr sessions for what there is");
+}
+
 void PlayRun::open() {
-  const bool found =
-      options_.fromLast ? reader_.seekLast() : reader_.seek(options_.at, options_.seconds);
-  const std::string stream = "stream " + std::to_string(options_.stream);
-  if (!found) {
-    throw failure("nothing of " + stream + " is recorded at " + TimeText::format(options_.at),
-                  "see ktr sessions for what there is");
-  }
+  endMs_ = (options_.fromLast ? reader_.timeMs() : options_.at * 1000) + options_.seconds * 1000;
   codec_ = reader_.codec();
   const std::optional<MediaCodec> codec = mediaCodecOf(codec_.view());
   if (!codec) {
-    throw failure(stream + " holds no video that can be written (" + codec_.c_str() + ")",
+    throw failure("stream " + std::to_string(options_.stream) +
+                      " holds no video that can be written (" + codec_.c_str() + ")",
                   "choose a stream that ktr sessions lists as video");
   }
-  output_ = std::make_unique<MediaOutput>(options_.output, *codec);
+  MediaOutput::checkName(options_.output, *codec);
   if (!options_.frameLog.empty()) frameLog_ = std::make_unique<FrameLog>(options_.frameLog);
+  output_ = std::make_unique<MediaOutput>(options_.output, *codec);
 }
 
 bool PlayRun::writeAll(const StopSignal& stop) {
@@ -37,9 +44,8 @@ bool PlayRun::writeAll(const StopSignal& stop) {
 }
 
 bool PlayRun::write(const RecordingReader::Frame& frame) {
-  const std::int64_t endMs = (options_.at + options_.seconds) * 1000;
-  if (!options_.fromLast && frame.timeMs >= endMs) return false;
-  if (reader_.codec() != codec_) {
+  if (frame.timeMs >= endMs_) return false;
+  if (frame.codec != codec_) {
     result_.codecChanged = true;
     return false;
   }

@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 
+#include "host/HostError.h"
 #include "host/media/FrameLog.h"
 #include "host/media/MediaOutput.h"
 #include "host/play/RecordingReader.h"
@@ -15,7 +16,7 @@ class StopSignal;
  *
  * Owns: the reader and the output.
  * Threads: one thread at a time for each object.
- * Blocks: run() until all is written.
+ * Blocks: writeAll() until all is written.
  * Errors: HostError and MediaError, each one line for a person.
  */
 class PlayRun {
@@ -42,7 +43,11 @@ class PlayRun {
   PlayRun& operator=(const PlayRun&) = delete;
   ~PlayRun();
 
-  /** Goes to the moment and makes the output; a failure says when nothing was recorded then. */
+  /** Goes to the moment; false when nothing was recorded then, or is not on disk yet. */
+  [[nodiscard]] bool find();
+  /** The failure to throw when find() answers false for good. */
+  [[nodiscard]] HostError nothingFound() const;
+  /** Makes the output, once the moment was found. */
   void open();
   /** Writes frames until the stretch or the recording ends; true when the stretch has ended. */
   [[nodiscard]] bool writeAll(const StopSignal& stop);
@@ -57,6 +62,7 @@ class PlayRun {
   const Options options_;
   RecordingReader reader_;
   KTString codec_;
+  std::int64_t endMs_ = 0;
   std::unique_ptr<MediaOutput> output_;
   std::unique_ptr<FrameLog> frameLog_;
   Result result_;

@@ -1,13 +1,15 @@
 #include "host/play/RecordingReader.h"
 
+#include <algorithm>
 #include <limits>
+#include <utility>
 
 #include "handles/KTR_DB_factory.h"
 
 namespace {
 
-// The library looks back from the wanted second by as much as this when it has no later key frame.
-constexpr std::int64_t LOOK_BACK_SECONDS = 5;
+// The library takes the last key frame up to this much behind the wanted second.
+constexpr std::int64_t LOOK_AHEAD_SECONDS = 5;
 // An index row written in the moment of a slice change points into the wrong slice.
 constexpr int LOAD_ATTEMPTS = 3;
 constexpr std::int64_t LATEST_SECONDS = 0x7FFFFFFF;
@@ -21,70 +23,128 @@ bool startsPlayback(const RecordingReader::Frame& frame) {
   return frame.frame.isKFrame() || frame.frame.isJpeg();
 }
 
+KTString codecOf(const KTRSettingsRow& settings) {
+  const KTVector<KTString> pieces = settings.settings.tokenize(',');
+  constexpr unsigned int CODEC = 2;
+  return pieces.count() > CODEC ? pieces[CODEC] : KTString();
+}
+
 }  // namespace
 
 RecordingReader::RecordingReader(const KTString& recorder, unsigned char stream)
     : recorder_(recorder), stream_(stream), session_(recorder, 0) {}
 
 bool RecordingReader::seek(std::int64_t seconds, std::int64_t spanSeconds) {
-  endSeconds_ = seconds + spanSeconds;
-  if (!beginNear(seconds) && !begin(seconds, spanSeconds)) return false;
-  return skipTo(seconds * 1000) && ahead_.front().timeMs < endSeconds_ * 1000;
+  Row row;
+  const bool before = findBefore(seconds, row);
+  if (!(before && enterNear(row, seconds)) && !enterBehind(row)) return false;
+  return skipTo(seconds * 1000) && timeMs() < (seconds + spanSeconds) * 1000;
 }
 
 bool RecordingReader::seekLast() {
-  endSeconds_ = LATEST_SECONDS;
-  if (!beginInLastSession(LATEST_SECONDS)) return false;
+  Row row;
+  if (!findBefore(LATEST_SECONDS, row) || !enterNear(row, LATEST_SECONDS)) return false;
   (void)skipTo(std::numeric_limits<std::int64_t>::max());
   return !ahead_.empty();
 }
 
-// Begins at the last key frame at or before the moment, or a little earlier.
-bool RecordingReader::beginNear(std::int64_t seconds) {
-  return begin(seconds - LOOK_BACK_SECONDS, 0) || begin(seconds, 0) || beginInLastSession(seconds);
+KTRRecordSessionTable* RecordingReader::sessions() const {
+  KTR_DB_handle* db = KTR_DB_factory::instance()->db_instance(recorder_);
+  return db == nullptr ? nullptr : db->recordSessionTable();
 }
 
-bool RecordingReader::begin(std::int64_t seconds, std::int64_t spanSeconds) {
+bool RecordingReader::findSession(const KTString& condition, Row& row) const {
+  KTRRecordSessionTable* const table = sessions();
+  KTString where;
+  where.format("WHERE streamID=%u AND start_time>0 AND dataAvailable>0 AND %s LIMIT 1", stream_,
+               condition.c_str());
+  KTVector<KTString> found;
+  if (table == nullptr || table->getRecordSessionList(found, where, false) == 0) return false;
+  return table->getRecordSessionRow(found[0].toUInt(0), row);
+}
+
+// A session that begins within the wanted second may begin behind the wanted moment.
+bool RecordingReader::findBefore(std::int64_t seconds, Row& row) const {
+  KTString condition;
+  condition.format("start_time<%lld ORDER BY start_time DESC,id DESC",
+                   static_cast<long long>(seconds));
+  return findSession(condition, row);
+}
+
+bool RecordingReader::findBehind(const Row& session, Row& row) const {
+  KTString condition;
+  condition.format("(start_time>%u OR (start_time=%u AND id>%u)) ORDER BY start_time,id",
+                   session.start_time, session.start_time, session.id);
+  return findSession(condition, row);
+}
+
+// Begins at a key frame at or before the moment, a few seconds earlier at most where there is one.
+// The second of the moment itself is not asked for: its key frame may lie behind the moment.
+bool RecordingReader::enterNear(const Row& row, std::int64_t seconds) {
+  const std::int64_t start = row.start_time;
+  const std::int64_t end = std::max<std::int64_t>(start, row.end_time);
+  std::int64_t latest = seconds - 1;
   for (int attempt = 0; attempt < LOAD_ATTEMPTS; ++attempt) {
-    KTRStreamReadSession::Parameters params;
-    params["streamid"] = decimal(stream_);
-    params["starttime"] = decimal(seconds + attempt);
-    params["duration"] = decimal(spanSeconds);
-    if (session_.load(params) == 0) return false;
-    stamps_.restart(session_.startTime());
-    ahead_.clear();
+    if (!load(row, std::clamp(latest - LOOK_AHEAD_SECONDS, start, end))) break;
+    const std::int64_t indexed = session_.startTime();
+    if (indexed > latest) break;
     Frame first;
-    if (!read(first)) continue;
-    ahead_.push_back(first);
-    return true;
+    if (read(first) && startsPlayback(first) && first.timeMs / 1000 == indexed) {
+      enter(row, first);
+      return true;
+    }
+    latest = indexed - 1;
+  }
+  return enterStart(row);
+}
+
+bool RecordingReader::enterStart(const Row& row) {
+  if (!session_.loadStart(row)) return false;
+  stamps_.restart(row.start_time);
+  Frame first;
+  do {
+    if (!read(first)) return false;
+  } while (!startsPlayback(first));
+  enter(row, first);
+  return true;
+}
+
+bool RecordingReader::enterBehind(const Row& session) {
+  Row row = session;
+  while (findBehind(row, row)) {
+    if (enterStart(row)) return true;
   }
   return false;
 }
 
-// The end in a session's row may lie before its last frames, so they are reached from there.
-bool RecordingReader::beginInLastSession(std::int64_t seconds) {
-  KTR_DB_handle* db = KTR_DB_factory::instance()->db_instance(recorder_);
-  if (db == nullptr || db->recordSessionTable() == nullptr) return false;
-  KTString where;
-  where.format(
-      "WHERE streamID=%u AND start_time>0 AND start_time<=%lld ORDER BY start_time DESC "
-      "LIMIT 1",
-      stream_, static_cast<long long>(seconds));
-  KTVector<KTString> sessions;
-  if (db->recordSessionTable()->getRecordSessionList(sessions, where, false) == 0) return false;
-  const KTVector<KTString> fields = sessions[0].tokenize(',');
-  constexpr unsigned int END_TIME = 4;
-  return fields.count() > END_TIME && begin(fields[END_TIME].toUInt(0), 0);
+// The library loads the first session that covers the time, which may be the one before.
+bool RecordingReader::load(const Row& row, std::int64_t seconds) {
+  KTRStreamReadSession::Parameters params;
+  params["streamid"] = decimal(stream_);
+  params["settingsid"] = decimal(row.settingsID);
+  params["starttime"] = decimal(seconds);
+  if (session_.load(params) == 0 || session_.recordSession().id != row.id) return false;
+  stamps_.restart(session_.startTime());
+  return true;
+}
+
+void RecordingReader::enter(const Row& row, const Frame& first) {
+  current_ = row;
+  codec_ = codecOf(session_.settings());
+  ahead_.clear();
+  ahead_.push_back(first);
+  ahead_.back().codec = codec_;
 }
 
 // Reads on to the moment, keeping what a decoder needs there: the frames since the last key frame.
+// A key frame behind the moment takes their place only where nothing was recorded at the moment.
 bool RecordingReader::skipTo(std::int64_t timeMs) {
   std::deque<Frame> kept;
   Frame frame;
   bool reached = false;
   while (!reached && next(frame)) {
-    if (startsPlayback(frame)) kept.clear();
-    if (kept.empty() && !startsPlayback(frame)) continue;
+    const bool inside = !kept.empty() && kept.back().session == frame.session;
+    if (startsPlayback(frame) && (frame.timeMs <= timeMs || !inside)) kept.clear();
     kept.push_back(frame);
     reached = frame.timeMs >= timeMs;
   }
@@ -93,55 +153,62 @@ bool RecordingReader::skipTo(std::int64_t timeMs) {
 }
 
 bool RecordingReader::next(Frame& frame) {
-  if (ahead_.empty()) return read(frame) || (nextSession() && next(frame));
-  frame = std::move(ahead_.front());
-  ahead_.pop_front();
+  return take(frame) || (nextSession() && take(frame));
+}
+
+bool RecordingReader::take(Frame& frame) {
+  if (!ahead_.empty()) {
+    frame = std::move(ahead_.front());
+    ahead_.pop_front();
+  } else if (!read(frame)) {
+    return false;
+  }
+  lastMs_ = frame.timeMs;
   return true;
 }
 
 bool RecordingReader::read(Frame& frame) {
   KTDataBlock data;
   unsigned int unused = 0;
-  if (session_.getFrame(data, unused) == 0 || !frame.frame.parse(data)) return false;
-  frame.timeMs = stamps_.unwrap(frame.frame.timeStamp());
-  lastMs_ = frame.timeMs;
+  if (session_.getFrame(data, unused) == 0) return false;
+  Frame read;
+  if (!read.frame.parse(data)) return false;
+  read.timeMs = stamps_.unwrap(read.frame.timeStamp());
+  read.codec = codec_;
+  read.session = session_.recordSession().id;
+  frame = std::move(read);
   return true;
 }
 
-// Goes on in a later record session: of the same settings, or else of any. A session whose row has
-// no end yet is found as its own successor, which is none.
+// Once a session has a successor all of it is on disk, which may not have been so when its end was
+// reached: so it is looked at again before it is left.
 bool RecordingReader::nextSession() {
-  const unsigned int currentId = session_.recordSession().id;
-  const unsigned int currentStart = session_.recordSession().start_time;
-  const auto isLater = [&] {
-    const KTRRecorderSessionRow& row = session_.recordSession();
-    return row.id != currentId && row.start_time > currentStart;
-  };
-  const std::int64_t behind = lastMs_ / 1000 + 1;
-  if (session_.loadNextRecordSession() && isLater()) {
-    stamps_.restart(session_.startTime());
-    return true;
+  Row later;
+  if (!findBehind(current_, later)) return false;
+  if (std::exchange(completeId_, current_.id) != current_.id && goOn()) return true;
+  return enterBehind(current_);
+}
+
+// Loads the current session again and goes behind the last frame that was handed out.
+bool RecordingReader::goOn() {
+  Row row;
+  KTRRecordSessionTable* const table = sessions();
+  if (table == nullptr || !table->getRecordSessionRow(current_.id, row)) return false;
+  const std::int64_t last = lastMs_;
+  bool more = enterNear(row, last / 1000);
+  Frame frame;
+  while (more && (more = take(frame)) && frame.timeMs <= last) {
   }
-  return behind < endSeconds_ && begin(behind, endSeconds_ - behind) && isLater();
+  ahead_.clear();
+  if (more) ahead_.push_back(frame);
+  lastMs_ = last;
+  return more;
 }
 
 bool RecordingReader::resume() {
-  const std::int64_t last = lastMs_;
-  Frame frame;
-  if (beginNear(last / 1000)) {
-    while (next(frame)) {
-      if (frame.timeMs <= last) continue;
-      ahead_.push_front(std::move(frame));
-      return true;
-    }
-  }
-  ahead_.clear();
-  lastMs_ = last;
-  return false;
+  return goOn() || nextSession();
 }
 
-KTString RecordingReader::codec() const {
-  const KTVector<KTString> pieces = session_.settings().settings.tokenize(',');
-  constexpr unsigned int CODEC = 2;
-  return pieces.count() > CODEC ? pieces[CODEC] : KTString();
+const KTString& RecordingReader::codec() const {
+  return ahead_.empty() ? codec_ : ahead_.front().codec;
 }

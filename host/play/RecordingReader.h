@@ -3,8 +3,8 @@
 #include <cstdint>
 #include <deque>
 
+#include "host/play/SessionPlayer.h"
 #include "host/play/StampUnwrapper.h"
-#include "playback/KTRVideoStreamReadSession.h"
 #include "runtime/KTRVideoFrame.h"
 
 /**
@@ -16,13 +16,16 @@
  * Owns: the read session.
  * Threads: one thread at a time for each object.
  * Blocks: for the database and the disk.
- * Errors: false from seek() and next(); nothing throws.
+ * Errors: false from the operations; nothing throws. Record sessions whose files are gone or cannot
+ *   be read are passed over.
  */
 class RecordingReader {
  public:
   struct Frame {
     KTRVideoFrame frame;
-    std::int64_t timeMs = 0;  // since the epoch, decoding time
+    std::int64_t timeMs = 0;   // since the epoch, decoding time
+    KTString codec;            // as codec()
+    unsigned int session = 0;  // id of its record session
   };
 
   RecordingReader(const KTString& recorder, unsigned char stream);
@@ -34,7 +37,7 @@ class RecordingReader {
   [[nodiscard]] bool seek(std::int64_t seconds, std::int64_t spanSeconds);
   /** Goes to the last key frame that a recording holds by now. False when there is none. */
   [[nodiscard]] bool seekLast();
-  /** The next frame; false when the recording holds no more, for now. */
+  /** The next frame; false, frame untouched, when the recording holds no more, for now. */
   [[nodiscard]] bool next(Frame& frame);
   /**
    * After next() answered false on a recording in progress: looks again behind the last frame that
@@ -42,22 +45,41 @@ class RecordingReader {
    */
   [[nodiscard]] bool resume();
 
-  /** Codec name of the recording that is being read, such as "h264". */
-  [[nodiscard]] KTString codec() const;
+  /** Codec name of the frame that comes next, such as "h264". */
+  [[nodiscard]] const KTString& codec() const;
+  /** Time of the frame that comes next; only after a move that answered true. */
+  [[nodiscard]] std::int64_t timeMs() const { return ahead_.front().timeMs; }
 
  private:
-  [[nodiscard]] bool begin(std::int64_t seconds, std::int64_t spanSeconds);
-  [[nodiscard]] bool beginNear(std::int64_t seconds);
-  [[nodiscard]] bool beginInLastSession(std::int64_t seconds);
-  [[nodiscard]] bool skipTo(std::int64_t timeMs);
-  [[nodiscard]] bool read(Frame& frame);
+  using Row = KTRRecorderSessionRow;
+
+  // Finding record sessions.
+  [[nodiscard]] KTRRecordSessionTable* sessions() const;
+  [[nodiscard]] bool findSession(const KTString& condition, Row& row) const;
+  [[nodiscard]] bool findBefore(std::int64_t seconds, Row& row) const;
+  [[nodiscard]] bool findBehind(const Row& session, Row& row) const;
+
+  // Moving: after true the frame to begin at is the only one in ahead_.
+  [[nodiscard]] bool enterNear(const Row& row, std::int64_t seconds);
+  [[nodiscard]] bool enterStart(const Row& row);
+  [[nodiscard]] bool enterBehind(const Row& session);
+  [[nodiscard]] bool load(const Row& row, std::int64_t seconds);
+  void enter(const Row& row, const Frame& first);
   [[nodiscard]] bool nextSession();
+  [[nodiscard]] bool goOn();
+  [[nodiscard]] bool skipTo(std::int64_t timeMs);
+
+  // Reading in the current record session.
+  [[nodiscard]] bool take(Frame& frame);
+  [[nodiscard]] bool read(Frame& frame);
 
   KTString recorder_;
   unsigned char stream_;
-  KTRVideoStreamReadSession session_;
+  SessionPlayer session_;
   StampUnwrapper stamps_;
+  KTString codec_;               // of the session being read
+  Row current_;                  // the session being read
+  unsigned int completeId_ = 0;  // a session that was read after it had ended
   std::deque<Frame> ahead_;      // read already, not handed out
-  std::int64_t lastMs_ = 0;      // of the frame read last
-  std::int64_t endSeconds_ = 0;  // of the wanted span
+  std::int64_t lastMs_ = 0;      // of the frame handed out last
 };

@@ -10,12 +10,10 @@ class StampUnwrapper {
  public:
   static constexpr std::int64_t DAY_MS = 86'400'000;
 
-  /** Begins at a frame that lies in the 24 hours from baseSeconds on. */
-  void restart(std::int64_t baseSeconds);
+  /** The next frame lies within 12 hours of this time, seconds since the epoch. */
+  void restart(std::int64_t seconds) { last_ = seconds * 1000; }
   [[nodiscard]] std::int64_t unwrap(std::uint32_t stampMs);
 
  private:
-  std::int64_t base_ = 0;
-  bool started_ = false;
   std::int64_t last_ = 0;
 };

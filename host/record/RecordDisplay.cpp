@@ -72,24 +72,34 @@ void RecordDisplay::drawLine(const std::vector<Stream>& streams, KTClock::Span n
   }
   const std::string count =
       streams.size() == 1 ? "" : std::to_string(streams.size()) + " streams, ";
-  out_ << CLEAR_LINE << elapsedText(now - start_) << "  " << count << lineOf(all, now)
-       << std::flush;
+  print(CLEAR_LINE + elapsedText(now - start_) + "  " + count + lineOf(all, now));
 }
 
 void RecordDisplay::printLines(const std::vector<Stream>& streams, KTClock::Span now) {
   for (const Stream& stream : streams) {
-    out_ << elapsedText(now - start_) << " stream " << stream.number << ": "
-         << lineOf(stream.status.progress, now) << std::endl;
+    print(elapsedText(now - start_) + " stream " + std::to_string(stream.number) + ": " +
+          lineOf(stream.status.progress, now) + "\n");
   }
+}
+
+void RecordDisplay::error(unsigned int stream, const std::string& text) {
+  print((terminal_ ? CLEAR_LINE : "") + ("ktr: stream " + std::to_string(stream)) + ": " + text +
+        "\n");
 }
 
 void RecordDisplay::summary(const std::vector<Stream>& streams) {
   const KTClock::Span now = KTClock::instance()->elapsed();
-  if (terminal_) out_ << CLEAR_LINE;
+  if (terminal_) print(CLEAR_LINE);
   for (const Stream& stream : streams) {
     const SessionFeed::Progress& one = stream.status.progress;
-    out_ << "stream " << stream.number << ": recorded " << one.stored.frames << " frames, "
-         << ByteText::format(one.stored.bytes) << " in " << elapsedText(now - start_)
-         << lostText(one.lost) << std::endl;
+    if (stream.status.failed && one.stored.frames == 0) continue;
+    print("stream " + std::to_string(stream.number) + ": recorded " +
+          std::to_string(one.stored.frames) + " frames, " + ByteText::format(one.stored.bytes) +
+          " in " + elapsedText(now - start_) + lostText(one.lost) + "\n");
   }
+}
+
+// In one piece: the threads of the streams log to the same place.
+void RecordDisplay::print(const std::string& text) {
+  out_ << text << std::flush;
 }

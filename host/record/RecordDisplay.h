@@ -30,7 +30,9 @@ class RecordDisplay {
 
   /** Draws or prints what is due. */
   void update(const std::vector<Stream>& streams);
-  /** Prints what was recorded. */
+  /** Prints a line about a stream that has failed. */
+  void error(unsigned int stream, const std::string& text);
+  /** Prints what was recorded; nothing of a stream that failed before its first frame. */
   void summary(const std::vector<Stream>& streams);
 
   /** "0:01:05" */
@@ -40,6 +42,7 @@ class RecordDisplay {
 
  private:
   [[nodiscard]] std::string lineOf(const SessionFeed::Progress& progress, KTClock::Span now);
+  void print(const std::string& text);
   void drawLine(const std::vector<Stream>& streams, KTClock::Span now);
   void printLines(const std::vector<Stream>& streams, KTClock::Span now);
 

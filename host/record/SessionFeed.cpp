@@ -13,6 +13,7 @@ namespace {
 
 constexpr KTClock::Span FIRST_PAUSE = seconds(1);
 constexpr KTClock::Span LONGEST_PAUSE = seconds(30);
+constexpr const char* SESSION_ENDED = "the record session has ended";
 
 KTDataBlock timeMessage() {
   const auto now = static_cast<std::uint32_t>(KTTimeValue::now().tv_sec);
@@ -30,18 +31,31 @@ SessionFeed::~SessionFeed() {
 
 void SessionFeed::feed(const KTDataBlock& frame, bool startsPlayback) {
   if (startsPlayback) replaceSession();
-  if (session_ == nullptr) {
-    if (!startsPlayback || KTClock::instance()->elapsed() < nextTry_) return lose();
-    open();
-  }
-  if (session_->commit(frame, KTRMessageType::FrameData, KTMessage::NormalPriority) != 0) {
-    abandon();
-    return lose();
-  }
+  if (isCongested(startsPlayback)) return lose("the disk or the database is too slow");
+  if (session_ != nullptr && commit(frame) == 0) return;
+  if (session_ != nullptr) abandon();
+  if (!startsPlayback || KTClock::instance()->elapsed() < nextTry_) return lose(SESSION_ENDED);
+  open();
+  if (commit(frame) != 0) lose(SESSION_ENDED);
+}
+
+int SessionFeed::commit(const KTDataBlock& frame) {
+  if (session_->commit(frame, KTRMessageType::FrameData, KTMessage::NormalPriority) != 0) return -1;
   gap_ = false;
   ++fed_;
+  fedBytes_ += frame.size;
   lastStampMs_ = loadLittleEndian(frame.data + KTRFrameFormat::STAMP_OFFSET);
   if (session_->progress().frames != 0) pause_ = KTClock::Span(0);
+  return 0;
+}
+
+// A dead session is not congested: the next commit finds it.
+bool SessionFeed::isCongested(bool startsPlayback) {
+  if (session_ == nullptr || !session_->alive()) return congested_ = false;
+  const std::uint64_t waiting = fedBytes_ - session_->progress().bytes;
+  if (congested_ && startsPlayback) congested_ = waiting > LARGEST_QUEUE / 2;
+  if (waiting > LARGEST_QUEUE) congested_ = true;
+  return congested_;
 }
 
 void SessionFeed::open() {
@@ -60,19 +74,20 @@ void SessionFeed::replaceSession() {
 
 // A session that has ended by itself takes nothing more; its log lines say why it ended.
 void SessionFeed::abandon() {
+  session_->wait();
+  const bool failed = session_->progress().frames != fed_;
+  close();
+  if (!failed) return;
   pause_ = std::clamp(2 * pause_, FIRST_PAUSE, LONGEST_PAUSE);
   nextTry_ = KTClock::instance()->elapsed() + pause_;
-  close();
 }
 
-void SessionFeed::lose() {
+void SessionFeed::lose(const char* reason) {
   const std::lock_guard guard(mutex_);
   ++past_.lost;
   if (std::exchange(gap_, true)) return;
-  KTLogger::instance()->log(KTLogger::Warning,
-                            "stream %d: frames are lost until a new record session begins at a "
-                            "key frame",
-                            params_.streamId);
+  KTLogger::instance()->log(KTLogger::Warning, "stream %d: %s: frames are lost up to a key frame",
+                            params_.streamId, reason);
 }
 
 void SessionFeed::finish() {
@@ -84,22 +99,26 @@ void SessionFeed::finish() {
 void SessionFeed::close() {
   session_->wait();
   const KTRRecordProgress stored = session_->progress();
+  const bool complete = stored.frames == fed_;
   const long lastTime = session_->getRealTime(lastStampMs_);
+  fedBytes_ = 0;
+  std::unique_ptr<KTRVideoStreamRecordSession> ended;
   {
     const std::lock_guard guard(mutex_);
     past_.stored += stored;
     past_.lost += std::exchange(fed_, 0) - stored.frames;
-    session_.reset();
+    ended = std::move(session_);
   }
-  if (stored.frames != 0) writeEnd(stored.sessionId, lastTime);
+  ended.reset();  // closes the file: not while progress() waits
+  if (stored.frames != 0) writeEnd(stored.sessionId, complete, lastTime);
 }
 
 // A session's own last row update comes with its last key frame; what follows belongs to it too.
-void SessionFeed::writeEnd(unsigned int sessionId, long lastTime) {
+void SessionFeed::writeEnd(unsigned int sessionId, bool complete, long lastTime) {
   KTR_DB_factory* factory = KTR_DB_factory::instance();
   KTR_DB_handle* db = factory == nullptr ? nullptr : factory->db_instance(params_.dbName);
   if (db == nullptr || db->recordSessionTable() == nullptr) return;
-  db->recordSessionTable()->updateEndTime(sessionId, lastTime, 0);
+  if (complete) db->recordSessionTable()->updateEndTime(sessionId, lastTime, 0);
   db->recordSessionTable()->updateDataBase(true);
 }
 

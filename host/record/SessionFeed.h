@@ -11,17 +11,22 @@
 /**
  * Feeds the frames of one stream into record sessions and takes care of their lives: makes one at a
  * key frame, sends it the time first, replaces it long before its ring of slices is full, and makes
- * a new one after a pause when one has ended by itself.
+ * a new one when one has ended by itself: after a pause when that one has failed, at once when it
+ * had stored all that it was fed (a camera that was silent for long).
  *
  * Owns: the running session.
  * Threads: one thread, the stream's; progress() and beginNewSession() from any.
  * Blocks: finish(), and feed() where a session is replaced, until what was fed is on disk.
  * Errors: frames that no session takes are counted as lost; the log has one warning for each gap.
+ * Memory: what waits for a disk or a server that is too slow is bounded by LARGEST_QUEUE; frames
+ * beyond it are lost, up to a key frame that comes when half of that is stored.
  */
 class SessionFeed {
  public:
   /** Slices after which a session is replaced at the next key frame; the ring has 256. */
   static constexpr unsigned int LAST_SLICE = 200;
+  /** Bytes that may wait to be stored. */
+  static constexpr std::uint64_t LARGEST_QUEUE = 64 * 1024 * 1024;
 
   struct Progress {
     KTRRecordProgress stored;  // since the feed was made, of all its sessions
@@ -59,15 +64,19 @@ class SessionFeed {
   void open();
   void replaceSession();
   void abandon();
-  void lose();
+  void lose(const char* reason);
   void close();
-  void writeEnd(unsigned int sessionId, long lastTime);
+  void writeEnd(unsigned int sessionId, bool complete, long lastTime);
+  [[nodiscard]] bool isCongested(bool startsPlayback);
+  [[nodiscard]] int commit(const KTDataBlock& frame);
 
   const KTRStreamRecordParams params_;
   mutable std::mutex mutex_;  // guards session_ and past_ against progress()
   std::unique_ptr<KTRVideoStreamRecordSession> session_;
   Progress past_;
-  std::uint64_t fed_ = 0;  // frames that the running session has taken
+  std::uint64_t fed_ = 0;       // frames that the running session has taken
+  std::uint64_t fedBytes_ = 0;  // of these frames
+  bool congested_ = false;
   unsigned int lastStampMs_ = 0;
   bool gap_ = false;
   std::atomic<bool> splitAsked_{false};

@@ -3,6 +3,7 @@
 #include <mysql.h>
 
 #include <algorithm>
+#include <utility>
 
 #include "host/media/FrameSource.h"
 #include "host/media/MediaError.h"
@@ -27,18 +28,14 @@ class MysqlThread {
   ~MysqlThread() { mysql_thread_end(); }
 };
 
-bool isNetwork(const std::string& url) {
-  return url.find("://") != std::string::npos;
-}
-
 }  // namespace
 
 StreamRecorder::StreamRecorder(const Options& options) : options_(options) {
   if (!options.frameLog.empty()) frameLog_ = std::make_unique<FrameLog>(options.frameLog);
-  thread_ = std::thread([this] { run(); });
 }
 
 StreamRecorder::~StreamRecorder() {
+  stop();
   join();
 }
 
@@ -47,18 +44,18 @@ void StreamRecorder::beginNewSession() {
   if (feed_ != nullptr) feed_->beginNewSession();
 }
 
-void StreamRecorder::join() {
-  if (thread_.joinable()) thread_.join();
+void StreamRecorder::start() {
+  thread_ = std::thread([this] { run(); });
 }
 
-bool StreamRecorder::stopRequested() const {
-  return options_.stop != nullptr && options_.stop->load();
+void StreamRecorder::join() {
+  if (thread_.joinable()) thread_.join();
 }
 
 void StreamRecorder::run() {
   const MysqlThread mysql;
   try {
-    while (recordSource()) {
+    while (!stop_ && recordSource()) {
     }
     if (frameLog_ != nullptr) frameLog_->close();
   } catch (const std::exception& flaw) {
@@ -70,20 +67,20 @@ void StreamRecorder::run() {
 
 // Records the source once; true when it is to be tried again.
 bool StreamRecorder::recordSource() {
-  if (stopRequested()) return false;
-  std::string reason = options_.url + " ended";
+  std::string reason;
   try {
     MediaInput::Options options;
     options.realtime = options_.realtime;
-    options.stop = options_.stop;
+    options.stop = &stop_;
     MediaInput input(options_.url, options);
-    reason = input.name() + " ended";
     recordFrames(input);
+    if (!input.info().live) return false;
+    reason = input.name() + " ended";
   } catch (const MediaError& flaw) {
-    if (!isNetwork(options_.url)) throw;
+    if (stop_) return false;
+    if (!MediaInput::isNetwork(options_.url)) throw;
     reason = flaw.what();
   }
-  if (!isNetwork(options_.url) || stopRequested()) return false;
   pauseBeforeRetry(reason);
   return true;
 }
@@ -109,8 +106,19 @@ void StreamRecorder::recordFrames(MediaInput& input) {
   while (source.next(frame)) {
     const unsigned char kind = frame.data[0] & ~KTRFrameFormat::COMPOSITION_FLAG;
     feed_->feed(frame, kind != KTRFrameFormat::Delta);
-    if (frameLog_ != nullptr) frameLog_->add(frame);
+    log(frame);
     pause_ = KTClock::Span(0);
+  }
+}
+
+// A log that cannot be written is no reason to stop recording.
+void StreamRecorder::log(const KTDataBlock& frame) {
+  if (frameLog_ == nullptr) return;
+  try {
+    frameLog_->add(frame);
+  } catch (const MediaError& flaw) {
+    fail(flaw.what());
+    frameLog_.reset();
   }
 }
 
@@ -125,12 +133,13 @@ KTRStreamRecordParams StreamRecorder::paramsFor(const MediaInput& input) const {
 }
 
 void StreamRecorder::pauseBeforeRetry(const std::string& reason) {
+  if (stop_) return;
   pause_ = std::clamp(2 * pause_, FIRST_PAUSE, LONGEST_PAUSE);
   KTLogger::instance()->log(KTLogger::Warning, "stream %d: %s; trying again in %d s",
                             options_.stream, reason.c_str(),
                             static_cast<int>(std::chrono::duration_cast<seconds>(pause_).count()));
   const KTClock::Span end = KTClock::instance()->elapsed() + pause_;
-  while (!stopRequested() && KTClock::instance()->elapsed() < end) {
+  while (!stop_ && KTClock::instance()->elapsed() < end) {
     KTTask::Sleep(KTTimeValue(0, PAUSE_STEP_USEC));
   }
 }
@@ -138,11 +147,17 @@ void StreamRecorder::pauseBeforeRetry(const std::string& reason) {
 void StreamRecorder::fail(const std::string& error) {
   const std::lock_guard guard(mutex_);
   error_ = error;
+  failed_ = true;
+}
+
+std::string StreamRecorder::takeError() {
+  const std::lock_guard guard(mutex_);
+  return std::exchange(error_, std::string());
 }
 
 StreamRecorder::Status StreamRecorder::status() const {
   const std::lock_guard guard(mutex_);
-  Status status{past_, error_, done_};
+  Status status{past_, failed_, done_};
   if (feed_ != nullptr) status.progress += feed_->progress();
   return status;
 }

@@ -12,13 +12,15 @@
 
 /**
  * One stream being recorded: a thread that reads a source and feeds record sessions until the
- * source ends or a stop is requested. A camera that fails is tried again, after a growing pause;
- * a file that ends or cannot be read is done.
+ * source ends or is stopped. A camera that ends or fails is tried again, after a growing pause; so
+ * is any other network source that fails. What else ends or cannot be read is done.
  *
  * Owns: its thread, its source, its record sessions.
- * Threads: constructed, joined and destroyed by one thread; status() from any.
+ * Threads: constructed, started, joined and destroyed by one thread; stop(), status() and
+ *   takeError() from any.
  * Blocks: join() and the destructor until all that was received is stored.
- * Errors: status().error holds the one line of a source that failed for good.
+ * Errors: the constructor throws MediaError when the frame log cannot be made; takeError() holds
+ *   the one line of a source that failed for good, or of a frame log that did.
  */
 class StreamRecorder {
  public:
@@ -30,15 +32,15 @@ class StreamRecorder {
     std::string url;
     std::string frameLog;  // file of one line for each frame fed; empty for none
     bool realtime = true;  // pace files
-    const std::atomic<bool>* stop = nullptr;
   };
 
   struct Status {
     SessionFeed::Progress progress;
-    std::string error;
+    bool failed = false;  // there is, or was, an error to take
     bool done = false;
   };
 
+  /** Records nothing before start(). */
   explicit StreamRecorder(const Options& options);
   StreamRecorder(const StreamRecorder&) = delete;
   StreamRecorder& operator=(const StreamRecorder&) = delete;
@@ -48,6 +50,11 @@ class StreamRecorder {
   [[nodiscard]] Status status() const;
   /** As SessionFeed::beginNewSession(), from any thread. */
   void beginNewSession();
+  /** The error since the last call; empty when there is none. */
+  [[nodiscard]] std::string takeError();
+  void start();
+  /** Asks for the end and does not wait for it. */
+  void stop() { stop_ = true; }
   void join();
 
  private:
@@ -56,14 +63,16 @@ class StreamRecorder {
   void recordFrames(MediaInput& input);
   [[nodiscard]] KTRStreamRecordParams paramsFor(const MediaInput& input) const;
   void pauseBeforeRetry(const std::string& reason);
-  [[nodiscard]] bool stopRequested() const;
+  void log(const KTDataBlock& frame);
   void fail(const std::string& error);
 
   const Options options_;
-  mutable std::mutex mutex_;  // guards feed_, past_, error_ and done_ against status()
+  std::atomic<bool> stop_{false};
+  mutable std::mutex mutex_;  // guards feed_, past_, error_, failed_ and done_
   std::unique_ptr<SessionFeed> feed_;
   SessionFeed::Progress past_;
   std::string error_;
+  bool failed_ = false;
   bool done_ = false;
   std::unique_ptr<FrameLog> frameLog_;
   KTClock::Span pause_{0};

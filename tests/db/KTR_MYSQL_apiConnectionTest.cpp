@@ -1,6 +1,7 @@
 // The connection itself: initialising, connecting, and mending what was lost.
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -115,9 +116,9 @@ TEST_F(KTR_MYSQL_apiConnectionTest, TheOwnStructureIsInitialisedWithoutBeingUsed
   KTR_MYSQL_api other;
   MYSQL* const own = other._mysql_init();
   EXPECT_NE(own, nullptr);
-  EXPECT_EQ(other.lastError(), 0U);
   mysql_close(own);
   calls.failInit();
+  EXPECT_FALSE(other.isDbInitialized());
   log.clear();
   EXPECT_EQ(other._mysql_init(), nullptr);
   EXPECT_THAT(log.lines(), ElementsAre(LogLine(128, "mysql_init failed: no memory")));
@@ -134,6 +135,13 @@ TEST_F(KTR_MYSQL_apiConnectionTest, ConnectsWithoutADatabase) {
   EXPECT_FALSE(other.tb_exists("anything"));
   EXPECT_EQ(other.lastError(), 1046U);  // no database selected
   other.db_disconnect();
+}
+
+TEST_F(KTR_MYSQL_apiConnectionTest, ATextIsOneStatementOnly) {
+  exec("CREATE TABLE t (a INT)");
+  EXPECT_EQ(api.db_do_query("INSERT INTO t VALUES (1); DROP TABLE t"), 1);
+  EXPECT_TRUE(api.tb_isempty("t"));
+  EXPECT_TRUE(api.tb_exists("t"));
 }
 
 TEST_F(KTR_MYSQL_apiConnectionTest, AFailedConnectIsLogged) {
@@ -206,6 +214,15 @@ TEST_F(KTR_MYSQL_apiConnectionTest, GivesUpAfterThirtyOneAttempts) {
   }
 }
 
+TEST_F(KTR_MYSQL_apiConnectionTest, ThePausesDifferByUpToATenthOfASecond) {
+  server.kill();
+  api.db_do_query("SET @a = 1");
+  const std::vector<microseconds> pauses = clock.sleeps();
+  const auto [shortest, longest] = std::minmax_element(pauses.begin(), pauses.end());
+  EXPECT_LT(*shortest, microseconds(1050000));
+  EXPECT_GT(*longest, microseconds(1050000));
+}
+
 TEST_F(KTR_MYSQL_apiConnectionTest, LogsEachAttemptAndTheEnd) {
   server.stop();
   api.db_do_query("SET @a = 1");
@@ -225,6 +242,14 @@ TEST_F(KTR_MYSQL_apiConnectionTest, AnAbsentServersReturnIsFoundByALaterQuery) {
   EXPECT_NE(api.db_do_query("SET @a = 1"), 0);
   EXPECT_NE(api.db_do_query("SET @a = 1"), 0);
   server.start();
+  EXPECT_THAT(currentDatabase(), ElementsAre(database));
+}
+
+TEST_F(KTR_MYSQL_apiConnectionTest, AConnectionThatFoundNoMemoryComesBackToItsDatabase) {
+  killConnection();
+  calls.failInit();
+  EXPECT_NE(api.db_do_query("SET @a = 1"), 0);
+  calls.restore();
   EXPECT_THAT(currentDatabase(), ElementsAre(database));
 }
 

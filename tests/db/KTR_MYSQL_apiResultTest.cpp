@@ -39,11 +39,12 @@ TEST_F(KTR_MYSQL_apiResultTest, AnEmptyResultIsNotKept) {
 }
 
 TEST_F(KTR_MYSQL_apiResultTest, AFailedQueryLeavesTheHolder) {
-  r.numFields = 5;
-  r.numRows = 6;
+  ASSERT_EQ(api.get_query_result(TWO_ROWS, r), 2);
+  const MYSQL_RES* const former = r.res;
   EXPECT_FALSE(api.store_result(1, r));
-  EXPECT_EQ(r.numFields, 5U);
-  EXPECT_EQ(r.numRows, 6U);
+  EXPECT_EQ(r.res, former);
+  EXPECT_EQ(r.numFields, 2U);
+  EXPECT_EQ(r.numRows, 2U);
 }
 
 TEST_F(KTR_MYSQL_apiResultTest, AStatementWithoutAResultStoresNone) {

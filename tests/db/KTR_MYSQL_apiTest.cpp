@@ -236,3 +236,9 @@ TEST_F(KTR_MYSQL_apiTest, DescribesATable) {
                           LogLine(16, "\ta"), LogLine(16, "\tint(11)"), LogLine(16, "\tNO"),
                           LogLine(16, "\t"), LogLine(16, "\tNULL"), LogLine(16, "\t")));
 }
+
+TEST_F(KTR_MYSQL_apiTest, AMissingTableHasNoFieldsToDescribe) {
+  api.describe("nothing");
+  EXPECT_EQ(log.lines().front(), LogLine(16, "Describe Table : nothing"));
+  EXPECT_EQ(log.countContaining("Field: "), 0U);
+}

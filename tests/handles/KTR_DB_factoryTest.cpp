@@ -1,5 +1,6 @@
 #include "handles/KTR_DB_factory.h"
 
+#include <cstdint>
 #include <memory>
 #include <set>
 #include <string>
@@ -27,6 +28,13 @@ class KTR_DB_factoryTest : public DatabaseFixture {
   void letGo(KTR_DB_handle* handle) { opened_.erase(handle); }
   bool exists(const std::string& name) {
     return server.value("SHOW DATABASES LIKE '" + name + "'") == name;
+  }
+  // The server needs a moment to notice that a connection has ended.
+  void awaitConnections(const std::string& number) {
+    while (server.value("SELECT count(*) FROM information_schema.processlist WHERE "
+                        "command<>'Daemon' AND id<>CONNECTION_ID()") != number) {
+      std::this_thread::yield();
+    }
   }
   std::vector<std::string> list() {
     KTDLList<KTString> names;
@@ -175,6 +183,14 @@ TEST_F(KTR_DB_factoryTest, HandlesOutliveTheFactory) {
   EXPECT_TRUE(handle->streamInstance(1) == nullptr && handle->isConnected());
 }
 
+TEST_F(KTR_DB_factoryTest, TheEndClosesTheConnectionAndKeepsTheInstance) {
+  awaitConnections("1");
+  const auto former = reinterpret_cast<uintptr_t>(factory.get());
+  factory.reset();
+  awaitConnections("0");
+  EXPECT_EQ(reinterpret_cast<uintptr_t>(KTR_DB_factory::instance()), former);
+}
+
 TEST_F(KTR_DB_factoryTest, ListsTheRecorderDatabases) {
   server.exec("CREATE DATABASE ktr_cam1");
   server.exec("CREATE DATABASE ktr_cam2");
@@ -214,6 +230,7 @@ TEST_F(KTR_DB_factoryTest, DropsADatabaseAndItsHandle) {
 TEST_F(KTR_DB_factoryTest, WithoutMemoryForAConnectionNothingIsDeleted) {
   calls.failInit();
   KTR_DB_factory broken;
+  EXPECT_EQ(log.count(128, "mysql_init failed: no memory"), 2U);  // tried again to connect
   EXPECT_TRUE(log.has(128, "Fatal Error CAN't connect to DATABASE !"));
   log.clear();
   EXPECT_FALSE(broken.deleteDB("cam1"));

@@ -83,8 +83,17 @@ TEST_F(KTR_DB_handleTest, LogsThatTheClientIsNotThreadSafe) {
 TEST_F(KTR_DB_handleTest, LogsThatAConnectionCannotBeInitialised) {
   calls.failInit();
   EXPECT_FALSE(open(database).isConnected());
-  EXPECT_TRUE(log.has(128, "mysql_init failed: no memory"));
+  EXPECT_EQ(log.count(128, "mysql_init failed: no memory"), 2U);  // tried again to connect
   EXPECT_TRUE(log.has(128, "[ KTR_DB_handle construct failed for " + database + " !]"));
+}
+
+TEST_F(KTR_DB_handleTest, LogsAtItsEndThatThereIsNoConnectionToClose) {
+  calls.failInit();
+  open(database);
+  log.clear();
+  close();
+  EXPECT_EQ(log.lines(), (std::vector<LogLine>{{128, "mysql_init failed: no memory"},
+                                               {128, "database not initialized !!"}}));
 }
 
 TEST_F(KTR_DB_handleTest, WithoutAConnectionThereAreNoTables) {

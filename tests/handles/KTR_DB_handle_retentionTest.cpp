@@ -1,5 +1,7 @@
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 
 #include "handles/KTR_DB_handle.h"
 #include "tests/support/DatabaseFixture.h"
@@ -66,6 +68,19 @@ class KTR_DB_handle_retentionTest : public DatabaseFixture {
     return server.value("SELECT start_time FROM " + in("recordSessions") +
                         " WHERE id=" + std::to_string(id));
   }
+  // The arguments that the shell gives to the program rm during an action.
+  std::string argumentsOfRm(const std::function<void()>& act) {
+    const std::string program = day("rm");
+    const std::string path = std::getenv("PATH");
+    std::ofstream(program) << "#!/bin/sh\nprintf '%s ' \"$@\" >>" << day("arguments") << "\n";
+    fs::permissions(program, fs::perms::owner_all);
+    setenv("PATH", (dir.path() + ":" + path).c_str(), 1);
+    act();
+    setenv("PATH", path.c_str(), 1);
+    std::string arguments;
+    std::getline(std::ifstream(day("arguments")), arguments);
+    return arguments;
+  }
   bool deletedIndexRows() const { return sentBeginningWith("DELETE FROM  dataStreams") != 0; }
 };
 
@@ -92,6 +107,8 @@ TEST_F(KTR_DB_handle_retentionTest, TheOldestSliceIsThatOfTheEarliestFrame) {
   record(id, 0, 110);
   EXPECT_TRUE(handle.deleteOlderSlicesOfRecorderSession(id));
   EXPECT_EQ(indexedSlices(id), "0");
+  EXPECT_FALSE(fs::exists(slice(id, 255)));
+  EXPECT_TRUE(fs::exists(slice(id, 0)));
 }
 
 TEST_F(KTR_DB_handle_retentionTest, CuttingTheOnlySliceRemovesTheSession) {
@@ -137,6 +154,16 @@ TEST_F(KTR_DB_handle_retentionTest, AMissingFileIsLoggedAndTheRowsGo) {
   EXPECT_TRUE(handle.deleteOlderSlicesOfRecorderSession(id));
   EXPECT_TRUE(log.has(128, "[ REMOVE FILE ERROR] : " + slice(id, 3)));
   EXPECT_EQ(indexedSlices(id), "4");
+}
+
+TEST_F(KTR_DB_handle_retentionTest, TheStartStaysWhenTheOldestFrameCannotBeFound) {
+  const unsigned int id = session(100, day("d"));
+  record(id, 3, 100);
+  record(id, 4, 110);
+  calls.failNextStatements({0, 0, 0, 0, 1105});  // all works but the last lookup
+  EXPECT_TRUE(handle.deleteOlderSlicesOfRecorderSession(id));
+  EXPECT_EQ(indexedSlices(id), "4");
+  EXPECT_EQ(startOf(id), "100");
 }
 
 TEST_F(KTR_DB_handle_retentionTest, CutsTheOldestSessionThatHasData) {
@@ -223,6 +250,14 @@ TEST_F(KTR_DB_handle_retentionTest, RemovesTheFilesOfOneSession) {
   EXPECT_FALSE(fs::exists(header));
   EXPECT_TRUE(fs::exists(slice(11, 0)));
   EXPECT_EQ(indexedSlices(id), "0,255");
+}
+
+TEST_F(KTR_DB_handle_retentionTest, FilesAreRemovedByPrefixAndWithoutQuestions) {
+  const unsigned int id = session(100, day("d"));
+  record(id, 0, 100);
+  record(id, 1, 110);
+  EXPECT_EQ(argumentsOfRm([&] { handle.deleteAllDataFiles(id); }),
+            "-f " + slice(id, 0) + " " + slice(id, 1) + " ");
 }
 
 TEST_F(KTR_DB_handle_retentionTest, FilesInAHostileDirectoryAreNotRemoved) {
@@ -410,6 +445,16 @@ TEST_F(KTR_DB_handle_retentionTest, ADirectoryStaysWhenItsSessionsCannotBeDelete
   EXPECT_FALSE(handle.deleteOlderDay());
   EXPECT_TRUE(fs::exists(day("old")));
   EXPECT_EQ(log.countContaining("[deleteCmd]"), 0U);
+}
+
+TEST_F(KTR_DB_handle_retentionTest, NothingGoesWhenTheOldestDirectoryCannotBeFound) {
+  session(1000, day("old"));
+  session(2800, day("new"));
+  calls.failNextStatements({0, 1105});
+  EXPECT_FALSE(handle.deleteOlderDay());
+  EXPECT_EQ(log.countContaining("[ REMOVE REFUSED ]"), 0U);
+  EXPECT_EQ(sessions(), "1,2");
+  EXPECT_TRUE(fs::exists(day("old")));
 }
 
 TEST_F(KTR_DB_handle_retentionTest, AHostileDirectoryIsRefusedBeforeItsSessionsAreDeleted) {

@@ -1,21 +1,12 @@
-#include <gmock/gmock.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <memory>
 #include <nlohmann/json.hpp>
 
 #include "host/server/OptionFile.h"
-#include "host/server/PrivateServer.h"
 #include "host/server/ServerConnection.h"
 #include "host/server/ServerLease.h"
-#include "tests/host/HostTestRoot.h"
-#include "tests/support/TempDir.h"
+#include "tests/host/ProgramFixture.h"
 
 namespace fs = std::filesystem;
 using nlohmann::json;
@@ -23,45 +14,17 @@ using testing::HasSubstr;
 
 namespace {
 
-/** Runs the program as a user does, on a root with the recorder "cam" that has recorded nothing. */
-class KtrProgramTest : public testing::Test {
+/** A root with the recorder "cam" that has recorded nothing. */
+class KtrProgramTest : public ProgramFixture {
  protected:
   static void SetUpTestSuite() {
-    root_ = std::make_unique<HostTestRoot>();
+    ProgramFixture::SetUpTestSuite();
     const ServerLease lease = ServerLease::acquire(root_->paths());
     ServerConnection connection;
     ASSERT_TRUE(connection.connectTo(root_->paths().socket(), OptionFile::currentUser()));
     (void)connection.value("CREATE DATABASE ktr_cam");
   }
-  static void TearDownTestSuite() { root_.reset(); }
-
-  /** Runs a shell text in which $K is the program and $R the storage root: its exit status. */
-  int shell(const std::string& text) {
-    const std::string program = fs::read_symlink("/proc/self/exe").parent_path() / "ktr";
-    const std::string command = "K=" + program + " R=" + root_->path() + "; { " + text + "; } >" +
-                                dir_.path() + "/out 2>" + dir_.path() + "/err </dev/null";
-    const int status = std::system(command.c_str());
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  }
-
-  [[nodiscard]] std::string out() const { return contents("/out"); }
-  [[nodiscard]] std::string err() const { return contents("/err"); }
-
-  [[nodiscard]] bool isRunning() const {
-    return PrivateServer(root_->paths()).process().has_value();
-  }
-
-  static std::unique_ptr<HostTestRoot> root_;
-  TempDir dir_;
-
- private:
-  [[nodiscard]] std::string contents(const std::string& name) const {
-    std::ifstream file(dir_.path() + name);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
 };
-
-std::unique_ptr<HostTestRoot> KtrProgramTest::root_;
 
 }  // namespace
 

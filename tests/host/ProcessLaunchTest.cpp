@@ -23,6 +23,14 @@ class ProcessLaunchTest : public testing::Test {
     return {std::istreambuf_iterator<char>(file), {}};
   }
 
+  // Whether the process waits for something, its loader having closed what it had opened.
+  [[nodiscard]] static bool isAsleep(pid_t pid) {
+    std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
+    const std::string stat{std::istreambuf_iterator<char>(file), {}};
+    const size_t nameEnd = stat.rfind(')');
+    return nameEnd != std::string::npos && stat.compare(nameEnd, 3, ") S") == 0;
+  }
+
   TempDir dir_;
   std::string log_ = dir_.path() + "/log";
 };
@@ -58,7 +66,7 @@ TEST_F(ProcessLaunchTest, DetachedProcessHasNothingOfOurs) {
   const pid_t pid = ProcessLaunch({"sleep", "1000"}, log_).startDetached();
   const auto process = OtherProcess::find(pid);
   ASSERT_TRUE(process.has_value());
-  while (!process->hasArgument("1000")) usleep(1000);
+  while (!process->hasArgument("1000") || !isAsleep(pid)) usleep(1000);
   EXPECT_NE(getsid(0), getsid(pid));
   EXPECT_NE(getpgrp(), getpgid(pid));
   for (const int fd : {0, 1, 2, 3, 4, 5}) {

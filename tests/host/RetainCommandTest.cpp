@@ -11,6 +11,7 @@
 #include <nlohmann/json.hpp>
 
 #include "host/RecorderLock.h"
+#include "host/server/ServerLease.h"
 #include "tests/host/HostTestRoot.h"
 #include "tests/support/TempDir.h"
 #include "tests/support/TestClip.h"
@@ -54,6 +55,7 @@ class RetainCommandTest : public testing::Test {
 
   HostTestRoot root_;
   TempDir dir_;
+  ServerLease lease_ = ServerLease::acquire(root_.paths());
 
  private:
   [[nodiscard]] std::string contents(const std::string& name) const {

@@ -208,10 +208,11 @@ TEST_F(KTRAudioStreamReadSessionTest, SessionThatWasNeverLoadedHasNeitherFramesN
   ASSERT_NE(db(), nullptr);
   player_ = std::make_unique<KTRAudioStreamReadSession>("cam", 0);
   EXPECT_EQ(nextFrame(), -1);
-  player_->lockFile();
-  EXPECT_FALSE(player().loadAudioHeader());
-  player_->unlockFile();
-  EXPECT_STREQ(player_->name(), "KTRAudioStreamReadSession");
+  KTRAudioStreamReadSession& audio = player();
+  audio.lockFile();
+  EXPECT_FALSE(audio.loadAudioHeader());
+  audio.unlockFile();
+  EXPECT_STREQ(audio.name(), "KTRAudioStreamReadSession");
 }
 
 TEST_F(KTRAudioStreamReadSessionTest, UnknownDatabaseHasNoHeader) {

@@ -262,6 +262,7 @@ TEST_F(KTRStreamReadSessionTest, ForwardPastTheEndFailsAndPlaysOn) {
   recordSeconds(10);
   ASSERT_TRUE(play(START));
   EXPECT_EQ(nextFrame(), 0);
+  player_->pause();
   log_.clear();
   EXPECT_FALSE(player_->forward(100));
   EXPECT_TRUE(log_.has(64, "[ SEEK ] Failed !!! "));
@@ -327,10 +328,13 @@ TEST_F(KTRStreamReadSessionTest, MissingIndexFailsTheLoad) {
   EXPECT_FALSE(play(START));
 }
 
-TEST_F(KTRStreamReadSessionTest, MissingDataFileFailsTheLoad) {
+TEST_F(KTRStreamReadSessionTest, MissingDataFileFailsTheLoadAndStaysLoaded) {
   recordSeconds(5);
+  ASSERT_TRUE(play(START));
   std::filesystem::remove(slicePath(1, 0));
   EXPECT_FALSE(play(START));
+  EXPECT_EQ(nextFrame(), -1);
+  EXPECT_TRUE(player_->load(Parameters()));
 }
 
 }  // namespace

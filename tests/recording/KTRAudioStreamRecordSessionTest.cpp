@@ -32,9 +32,9 @@ class KTRAudioStreamRecordSessionTest : public RecorderFixture {
     return dynamic_cast<KTRAudioStreamRecordSession&>(*session_);
   }
   void header() {
-    const auto* bytes = reinterpret_cast<const unsigned char*>(HEADER);
+    const KTDataBlock bytes = KTString(HEADER).dataBlock();
     send(KTRMessageType::FrameData,
-         KTRFrameWriter::build(Format::Audio, stampNow(), {{bytes, std::string(HEADER).size()}}));
+         KTRFrameWriter::build(Format::Audio, stampNow(), {{bytes.data, bytes.size}}));
     settle();
   }
   void beginWithHeader(const KTRStreamRecordParams& params) {
@@ -241,6 +241,16 @@ TEST_F(KTRAudioStreamRecordSessionTest, SecondSessionOfOneSecondIsRefused) {
   EXPECT_TRUE(ended());
   EXPECT_TRUE(log_.has(128, "[AUDIO] Cant add RecorderSessionRow in DB error !!..."));
   EXPECT_EQ(value("SELECT count(*) FROM recordSessions"), "1");
+}
+
+TEST_F(KTRAudioStreamRecordSessionTest, RefusedInsertDoesNotTakeUpTheFormerSessionAgain) {
+  // With the index table there already, the last insert that the connection knows of is session 1.
+  ASSERT_NE(db()->createDataStreamTable(99), nullptr);
+  beginWithHeader();
+  send(KTRMessageType::ByEvents);
+  audio();
+  EXPECT_TRUE(ended());
+  EXPECT_TRUE(log_.has(128, "[AUDIO] Cant add RecorderSessionRow in DB error !!..."));
 }
 
 TEST_F(KTRAudioStreamRecordSessionTest, FifteenSecondsOfSilenceEndTheSession) {

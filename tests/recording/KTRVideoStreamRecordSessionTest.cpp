@@ -72,7 +72,8 @@ TEST_F(KTRVideoStreamRecordSessionTest, RowOfAKeyFrameIsWrittenWithTheNextOne) {
   keyEvery(1, 1);
   EXPECT_EQ(value("SELECT _id,_offset,_time,_fileIndex,_delayUsec FROM dataStreams"),
             "1,0," + std::to_string(START) + ",0,40000");
-  EXPECT_EQ(value("SELECT end_time FROM recordSessions"), std::to_string(START + 1));
+  EXPECT_EQ(value("SELECT end_time,realFps FROM recordSessions"),
+            std::to_string(START + 1) + ",15");
 }
 
 TEST_F(KTRVideoStreamRecordSessionTest, RowsPointAtTheirRecords) {
@@ -216,6 +217,28 @@ TEST_F(KTRVideoStreamRecordSessionTest, FirstMessageWithoutAKeyFrameEndsTheSessi
   EXPECT_TRUE(log_.has(64, "NO IFRAMES for 180 sec -> CLOSING 3  "));
 }
 
+TEST_F(KTRVideoStreamRecordSessionTest, MessageWithoutAFrameCountsAsAMissingKeyFrame) {
+  begin();
+  key();
+  for (int i = 0; i < 18; ++i) {
+    clock_.advanceSeconds(10);
+    send(KTRMessageType::FrameData, KTDataBlock(3));
+    settle();
+  }
+  EXPECT_FALSE(ended());
+  clock_.advanceSeconds(1);
+  send(KTRMessageType::FrameData, KTDataBlock(3));
+  settle();
+  EXPECT_TRUE(ended());
+}
+
+TEST_F(KTRVideoStreamRecordSessionTest, MessageWithoutAFrameIsNoArrival) {
+  begin();
+  send(KTRMessageType::FrameData, KTDataBlock(3));
+  settle();
+  EXPECT_FALSE(session_->dataArrived());
+}
+
 TEST_F(KTRVideoStreamRecordSessionTest, FrameAnHourAheadIsTakenAndOneSecondMoreEndsTheSession) {
   begin();
   frame(Format::Key, stampNow() + 3600 * 1000);
@@ -297,6 +320,22 @@ TEST_F(KTRVideoStreamRecordSessionTest, FrameClockThatRunsBackwardsStartsANewSes
   EXPECT_EQ(session_->progress().sessionId, 2U);
 }
 
+TEST_F(KTRVideoStreamRecordSessionTest, NewSessionCountsAnewAndLeavesThePendingRowOfTheOldOne) {
+  begin();
+  key();
+  keyEvery(10, 1);
+  frame(Format::Key, stampNow() - 5000);
+  key();
+  keyEvery(1, 2);
+  const auto row = [](int session, long second, int delayUsec) {
+    return std::to_string(session) + "," + std::to_string(START + second) + "," +
+           std::to_string(delayUsec);
+  };
+  EXPECT_EQ(rows("SELECT _id,_time,_delayUsec FROM dataStreams ORDER BY _id,_time"),
+            (std::vector<std::string>{row(1, 0, 40000), row(1, 10, 5000000), row(2, 10, 40000),
+                                      row(2, 11, 500000)}));
+}
+
 TEST_F(KTRVideoStreamRecordSessionTest, OtherSessionKindsGoOnWhenTheFrameClockRunsBackwards) {
   KTRStreamRecordParams other = params();
   other.sessionKind = 11;
@@ -324,26 +363,6 @@ TEST_F(KTRVideoStreamRecordSessionTest, TurnOfThreeSecondsIsNotSlow) {
   send(0x200);
   settle();
   EXPECT_EQ(log_.countContaining("TOO SLOW"), 0U);
-}
-
-TEST_F(KTRVideoStreamRecordSessionTest, FirstBitThatMatchesDecides) {
-  begin();
-  send(KTRMessageType::FrameData | KTRMessageType::ByEvents, makeFrame(Format::Key, stampNow()));
-  settle();
-  delta();
-  EXPECT_EQ(session_->progress().frames, 2U);
-  send(KTRMessageType::ByEvents | KTRMessageType::EventConfirmed);
-  settle();
-  key();
-  EXPECT_EQ(session_->progress().sessionId, 2U);
-  send(KTRMessageType::Time | KTRMessageType::FrameData, makeFrame(Format::Delta, stampNow()));
-  settle();
-  EXPECT_EQ(session_->progress().frames, 3U);
-  EXPECT_NE(session_->getGatewayTime(), START);
-  send(KTRMessageType::Stop | KTRMessageType::FrameData, makeFrame(Format::Delta, stampNow()));
-  session_->wait();
-  EXPECT_EQ(session_->progress().frames, 3U);
-  EXPECT_EQ(rows("SELECT id FROM recordSessions"), (std::vector<std::string>{"1"}));
 }
 
 TEST_F(KTRVideoStreamRecordSessionTest, UnknownMessagesAreReportedAndTheIgnoredKindIsNot) {
@@ -535,87 +554,6 @@ TEST_F(KTRVideoStreamRecordSessionTest, LostSessionTableEndsTheSessionWithBothRe
   key();
   EXPECT_TRUE(ended());
   EXPECT_TRUE(log_.has(128, "Cant find duplicate RecorderSessionRow in DB streamID=3 startTime=0"));
-}
-
-TEST_F(KTRVideoStreamRecordSessionTest, ByEventsKeepsARollingWindowOfSlices) {
-  beginByEvents(10);
-  key();
-  keyEvery(1, 13);
-  EXPECT_TRUE(sliceExists(0));
-  EXPECT_TRUE(sliceExists(1));
-  keyEvery(1, 1);
-  EXPECT_FALSE(sliceExists(0)) << "the third slice was complete";
-  EXPECT_TRUE(sliceExists(1));
-  EXPECT_TRUE(sliceExists(3));
-}
-
-TEST_F(KTRVideoStreamRecordSessionTest, ByEventsDefaultsKeepOneFullSlice) {
-  beginByEvents(0);
-  key();
-  keyEvery(1, 8);
-  EXPECT_TRUE(sliceExists(0));
-  keyEvery(1, 1);
-  EXPECT_FALSE(sliceExists(0));
-  EXPECT_TRUE(sliceExists(1));
-}
-
-TEST_F(KTRVideoStreamRecordSessionTest, CutSliceMovesTheSessionStart) {
-  beginByEvents(0);
-  key();
-  keyEvery(1, 9);
-  db()->recordSessionTable()->updateDataBase(true);
-  EXPECT_EQ(value("SELECT start_time FROM recordSessions"), std::to_string(START + 5));
-}
-
-TEST_F(KTRVideoStreamRecordSessionTest, UnconfirmedByEventsSessionIsRemovedAtTheEnd) {
-  beginByEvents(10);
-  key();
-  keyEvery(1, 3);
-  stop();
-  EXPECT_EQ(value("SELECT count(*) FROM recordSessions"), "0");
-  EXPECT_EQ(indexRows(), 0U);
-  EXPECT_TRUE(
-      log_.has(16, "KTRVideoStreamRecordSession::run() remove session 1 because of ByEvents"));
-}
-
-TEST_F(KTRVideoStreamRecordSessionTest, ConfirmedEventKeepsTheSession) {
-  beginByEvents(10);
-  key();
-  keyEvery(1, 1);
-  send(KTRMessageType::EventConfirmed);
-  settle();
-  keyEvery(1, 20);
-  EXPECT_TRUE(sliceExists(0)) << "a confirmed session is cut no more";
-  stop();
-  db()->recordSessionTable()->updateDataBase(true);
-  EXPECT_EQ(value("SELECT dataAvailable FROM recordSessions"), "1");
-}
-
-TEST_F(KTRVideoStreamRecordSessionTest, SwitchToByEventsStartsANewSessionAtTheNextKeyFrame) {
-  begin();
-  key();
-  send(KTRMessageType::ByEvents);
-  settle();
-  clock_.advanceSeconds(1);
-  delta();
-  EXPECT_EQ(session_->progress().sessionId, 1U);
-  key();
-  EXPECT_EQ(session_->progress().sessionId, 2U);
-  stop();
-  EXPECT_EQ(rows("SELECT id FROM recordSessions"), (std::vector<std::string>{"1"}));
-}
-
-TEST_F(KTRVideoStreamRecordSessionTest, MissingKeyFramesKeepAnUnconfirmedSession) {
-  beginByEvents(10);
-  key();
-  clock_.advanceSeconds(10);
-  for (int i = 0; i < 18; ++i) {
-    delta();
-    clock_.advanceSeconds(10);
-  }
-  delta();
-  session_->wait();
-  EXPECT_EQ(value("SELECT count(*) FROM recordSessions"), "1");
 }
 
 TEST_F(KTRVideoStreamRecordSessionTest, MidnightOfTheGatewayStartsANewSession) {

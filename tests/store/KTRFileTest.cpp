@@ -191,6 +191,14 @@ TEST_F(KTRFileTest, CloseFlushesWhatIsBuffered) {
   EXPECT_EQ(writer_->_close(), 0);
 }
 
+TEST_F(KTRFileTest, CloseOfAFullSliceOpensNoOther) {
+  openWriter(10);
+  ASSERT_EQ(writer_->writeKTRData(payload(0)), 0);
+  EXPECT_EQ(writer_->_close(), 0);
+  EXPECT_EQ(writer_->fileIndex(), 0);
+  EXPECT_FALSE(std::filesystem::exists(slice(1)));
+}
+
 TEST_F(KTRFileTest, DestructionFlushesWhatIsBuffered) {
   openWriter();
   ASSERT_EQ(writer_->writeKTRData(payload(0)), 0);
@@ -260,6 +268,24 @@ TEST_F(KTRFileTest, LogicalOffsetRunsOnOverAChangeOfSlice) {
   EXPECT_EQ(reader_->curReadOffset(), 3U * 108);
 }
 
+TEST_F(KTRFileTest, PositionsAreThoseOfTheSliceThatReadAheadHasReached) {
+  openWriter();
+  record(0, 2, 100);
+  writer_->createNextSlice();
+  record(2, 3, 100);
+  openReader();
+  KTDataBlock frame;
+  ASSERT_EQ(reader_->readKTRData(frame), 100);
+  EXPECT_EQ(reader_->fileIndex(), 0);
+  ASSERT_EQ(reader_->readKTRData(frame), 100);
+  EXPECT_EQ(reader_->fileIndex(), 1);
+  EXPECT_EQ(reader_->curFileIndex(), 0U);
+  ASSERT_EQ(reader_->go_to_pos(0), 0);
+  EXPECT_EQ(reader_->curFileIndex(), 1U);
+  ASSERT_EQ(reader_->readKTRData(frame), 100);
+  EXPECT_EQ(frame, payload(2, 100));
+}
+
 TEST_F(KTRFileTest, ReaderBeginsInAnySlice) {
   openWriter();
   record(0, 5);
@@ -311,6 +337,16 @@ TEST_F(KTRFileTest, ReaderAtTheEndStaysThereUntilItIsBuiltAnew) {
   EXPECT_EQ(readAll().size(), 0U);
   openReader();
   EXPECT_EQ(readAll().size(), 2U);
+}
+
+TEST_F(KTRFileTest, NextSliceLetsAReaderAtTheEndGoOn) {
+  writeRaw(0, rawRecord(payload(0), 64));
+  writeRaw(2, rawRecord(payload(2), 64));
+  openReader();
+  EXPECT_EQ(readAll(), range(0, 1));
+  reader_->createNextSlice();
+  EXPECT_EQ(reader_->fileIndex(), 2);
+  EXPECT_EQ(readAll(), range(2, 3));
 }
 
 TEST_F(KTRFileTest, LargestFrameComesBackWhole) {

@@ -122,6 +122,16 @@ TEST_F(KTREventTableTest, AListedEventIsTwentyBytesAndItsPayload) {
   EXPECT_TRUE(record.copy(20, 100) == bytes("abc"));
 }
 
+TEST_F(KTREventTableTest, TheGreatestNumbersComeBackUnsigned) {
+  record(4294967295U, 4294967294U, "", 0x7FFFFFFFU);
+  KTDLList<KTDataBlock> list;
+  EXPECT_EQ(table.getEventList(list, ""), 1U);
+  EXPECT_EQ(numberAt(list.head.next->value, 4), 4294967295U);
+  EXPECT_EQ(numberAt(list.head.next->value, 8), 4294967294U);
+  EXPECT_EQ(numberAt(list.head.next->value, 16), 0xFFFFFFFFU);
+  EXPECT_EQ(table.getMinTimeStamp(""), 4294967294U);
+}
+
 TEST_F(KTREventTableTest, AnEmptyPayloadAddsNothingToTheRecord) {
   record(3, 100);
   KTDLList<KTDataBlock> list;
@@ -197,6 +207,17 @@ TEST_F(KTREventTableTest, AFailedDeletionIsLoggedWithItsCause) {
   EXPECT_TRUE(log.has(128, "[ DELETE EVENTS ] 2 oldier events delete FAILED !! 1 " + missing()));
   EXPECT_FALSE(table.deleteRowByTime(100));
   EXPECT_TRUE(log.has(128, "[ DELETE EVENTS ] events delete by time 100 FAILED !! 1 " + missing()));
+}
+
+TEST_F(KTREventTableTest, WithoutMemoryForAConnectionADeletionFails) {
+  calls.failInit();
+  KTREventTable lonely(nullptr);
+  EXPECT_FALSE(lonely.deleteRow(2));
+  EXPECT_EQ(log.countContaining("[ DELETE EVENTS ] 2 oldier events delete FAILED !! 4294967295"),
+            1U);
+  EXPECT_FALSE(lonely.deleteRowByTime(100));
+  EXPECT_EQ(log.countContaining("[ DELETE EVENTS ] events delete by time 100 FAILED !! 4294967295"),
+            1U);
 }
 
 }  // namespace

@@ -77,6 +77,17 @@ TEST_F(KTRRecordSessionTableTest, AnUnsetTimeIsWrittenAtOnce) {
   EXPECT_EQ(column("realFps"), "20");
 }
 
+TEST_F(KTRRecordSessionTableTest, AnUnsetStartAloneIsReasonEnough) {
+  add(0, 200);
+  EXPECT_EQ(table->updateEndTime(1, 210, 25), 0);
+  EXPECT_EQ(column("end_time"), "210");
+}
+
+TEST_F(KTRRecordSessionTableTest, TheTimesHaveTheirNumbers) {
+  EXPECT_EQ(KTRRecordSessionTable::START_TIME, 1);
+  EXPECT_EQ(KTRRecordSessionTable::END_TIME, 0);
+}
+
 TEST_F(KTRRecordSessionTableTest, LaterChangesWaitForElevenSeconds) {
   add(100, 200);
   forget();
@@ -172,6 +183,9 @@ TEST_F(KTRRecordSessionTableTest, DataAvailabilityWaitsForTheFlushEvenOfAnUnsetS
   clock.advanceSeconds(11);
   EXPECT_EQ(table->updateDataAvailable(1, 0), 0U);
   EXPECT_EQ(column("dataAvailable"), "0");
+  EXPECT_EQ(table->updateDataAvailable(1, 2), 0U);
+  table->updateDataBase(true);
+  EXPECT_EQ(column("dataAvailable"), "2");
 }
 
 TEST_F(KTRRecordSessionTableTest, DestructionWritesWhatIsChanged) {
@@ -190,6 +204,15 @@ TEST_F(KTRRecordSessionTableTest, AFailedWriteIsNotTriedAgain) {
   forget();
   table->updateDataBase(true);
   EXPECT_EQ(updates(), 0U);
+}
+
+TEST_F(KTRRecordSessionTableTest, AFlushDropsNoMoreThanOneCachedSession) {
+  for (unsigned int i = 1; i <= 102; ++i) ASSERT_EQ(add(100 + i, 1000), i);
+  for (unsigned int i = 1; i <= 102; ++i) table->updateEndTime(i, 2000, 25);
+  table->updateDataBase(true);
+  forget();
+  table->updateEndTime(2, 2001, 25);
+  EXPECT_TRUE(calls.statements().empty());
 }
 
 TEST_F(KTRRecordSessionTableTest, AFlushDropsTheOldestOfMoreThanAHundredCachedSessions) {

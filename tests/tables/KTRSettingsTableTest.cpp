@@ -77,6 +77,13 @@ TEST_F(KTRSettingsTableTest, ReadsVideoSettingsBack) {
   EXPECT_EQ(row.videoText3, KTString("c"));
 }
 
+TEST_F(KTRSettingsTableTest, APlainRowTakesTheStoredType) {
+  store("mic", "8", 1);
+  KTRSettingsRow row("", STREAM_UNKNOWN, "");
+  EXPECT_TRUE(table.getSettingsByID(1, row));
+  EXPECT_EQ(row.streamType, STREAM_AUDIO);
+}
+
 TEST_F(KTRSettingsTableTest, AudioSettingsOfOneFieldTakeTheDefaults) {
   store("mic", "8", 1);
   KTString codec("pcm");

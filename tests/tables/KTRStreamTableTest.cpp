@@ -88,7 +88,7 @@ TEST_F(KTRStreamTableTest, TheFirstRowOfASecondStays) {
 
 TEST_F(KTRStreamTableTest, AddingToAMissingTableFails) {
   server.exec("DROP TABLE " + in("dataStreams"));
-  EXPECT_NE(index(7, 100, 0, 10, 1), 0U);
+  EXPECT_EQ(index(7, 100, 0, 10, 1), 1U);
 }
 
 TEST_F(KTRStreamTableTest, FromTheStartFindsTheFirstFrameAtOrAfterATime) {
@@ -175,6 +175,14 @@ TEST_F(KTRStreamTableTest, AStepBeyondTheIndexIsLoggedWithItsQuery) {
                       "_time<100 ORDER BY _time DESC LIMIT 1"));
 }
 
+TEST_F(KTRStreamTableTest, AStepToARowWithoutAnOffsetFails) {
+  server.exec("INSERT INTO " + in("dataStreams") + " (_id,_time) VALUES (7,100)");
+  int first = -1, second = -2;
+  EXPECT_FALSE(table.getStreamIndexesList(110, 0, first, second));
+  EXPECT_EQ(first, -1);
+  EXPECT_EQ(second, -2);
+}
+
 TEST_F(KTRStreamTableTest, TellsTheDelayOfTheLastFrameAtOrBeforeAnOffset) {
   indexSomeFrames();
   EXPECT_EQ(index(7, 111, 1, 50, 5), 0U);
@@ -197,6 +205,13 @@ TEST_F(KTRStreamTableTest, TellsTheOldestFrameAndItsSlice) {
   EXPECT_EQ(sent("SELECT _fileIndex FROM dataStreams WHERE _id=7 ORDER BY _time LIMIT 1"), 1U);
 }
 
+TEST_F(KTRStreamTableTest, TheGreatestValuesComeBackUnsigned) {
+  EXPECT_EQ(index(7, 4294967295L, 255, -1, 4294967295U), 0U);
+  EXPECT_EQ(find(4294967290L, true, 0), (Frame{4294967295L, 255, 4294967295U}));
+  EXPECT_EQ(table.getDelayBetweenFrame(4294967295U, 255), 4294967295U);
+  EXPECT_EQ(table.getOlderKFrameTime(), 4294967295U);
+}
+
 TEST_F(KTRStreamTableTest, ASessionWithoutRowsHasNothingToTell) {
   forget();
   EXPECT_EQ(table.getOlderKFrameTime(), 0U);
@@ -210,6 +225,8 @@ TEST_F(KTRStreamTableTest, LookupsInAMissingTableAnswerNothing) {
   int first = -1, second = -1;
   EXPECT_EQ(find(1, true, 0, false), (Frame{1, UNTOUCHED.fileIndex, UNTOUCHED.offset}));
   EXPECT_FALSE(table.getStreamIndexesList(1, 1, first, second));
+  EXPECT_EQ(table.getDelayBetweenFrame(1, 0), 0U);
+  EXPECT_EQ(table.getOlderKFrameTime(), 0U);
   EXPECT_EQ(table.getOlderFileID(), -1);
 }
 
