@@ -68,6 +68,13 @@ class KTR_API KTR_DB_handle : public KTR_MYSQL_api {
   /** The full prefix and "audioHeader.dat". */
   [[nodiscard]] KTString getAudioHeaderFilename(int id);
 
+  /**
+   * Says below which directory the recorder stores. From then on the removals refuse, with a log
+   * line, whatever does not lie below it; an empty text, as at first, takes this back. Every host
+   * that removes anything should say it, before the handle is used by several threads.
+   */
+  void setStorageRoot(const KTString& root) { _storageRoot = root; }
+
   /** Logs the description of every table. */
   void dbInfo();
 
@@ -112,5 +119,6 @@ class KTR_API KTR_DB_handle : public KTR_MYSQL_api {
   std::unique_ptr<KTREventTable> _eventTable;
   std::unique_ptr<KTRSettingsTable> _settingsTable;
   KTString _dbName;
+  KTString _storageRoot;
   KTThreadMutex _mutex{KTThreadMutex::Recursive, KTThreadMutex::Handle};
 };

@@ -98,7 +98,11 @@ void KTR_DB_handle::deleteStreamSession(unsigned int id) {
 
 void KTR_DB_handle::deleteAllDataFiles(unsigned int id) {
   const KTString prefix = getFullPrefixFileName(static_cast<int>(id));
-  if (!KTRRemovalGuard::allows(directoryOf(prefix)) || !KTRRemovalGuard::allows(prefix)) return;
+  // Below the root in both cases: the prefix of a session without a directory would begin with "/".
+  if (!KTRRemovalGuard::allows(directoryOf(prefix), KTString::EmptyString) ||
+      !KTRRemovalGuard::allows(prefix, _storageRoot)) {
+    return;
+  }
   KTString command;
   // The backslash keeps a shell alias out.
   command.format("\\rm -f %s*", prefix.c_str());
@@ -108,7 +112,8 @@ void KTR_DB_handle::deleteAllDataFiles(unsigned int id) {
 bool KTR_DB_handle::deleteOlderDay() {
   KTString storage;
   // A directory that must not be removed is refused before any row is gone.
-  if (!isConnected() || !oldestDirectory(storage) || !KTRRemovalGuard::allows(storage)) {
+  if (!isConnected() || !oldestDirectory(storage) ||
+      !KTRRemovalGuard::allows(storage, _storageRoot)) {
     return false;
   }
   KTString condition;

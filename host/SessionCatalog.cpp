@@ -1,13 +1,10 @@
 #include "host/SessionCatalog.h"
 
 #include <algorithm>
-#include <filesystem>
 
 #include "db/KTRAudioSettingsRow.h"
 #include "db/KTRVideoSettingsRow.h"
 #include "runtime/KTTimeValue.h"
-
-namespace fs = std::filesystem;
 
 namespace {
 
@@ -16,20 +13,6 @@ constexpr long RECENT_SECONDS = 60;
 
 /** Columns of an entry of the session list. */
 enum Column : unsigned int { ID, STREAM, SETTINGS, START, END, DATA_AVAILABLE, FPS, COLUMNS };
-
-uint64_t sizeOfFiles(const fs::path& prefix) {
-  const std::string begin = prefix.filename().string();
-  uint64_t bytes = 0;
-  std::error_code error;
-  for (fs::directory_iterator entry(prefix.parent_path(), error), end; !error && entry != end;
-       entry.increment(error)) {
-    if (!entry->path().filename().string().starts_with(begin)) continue;
-    std::error_code gone;
-    const uint64_t size = entry->file_size(gone);
-    if (!gone) bytes += size;
-  }
-  return bytes;
-}
 
 }  // namespace
 
@@ -45,6 +28,7 @@ const char* RecordedSession::stateName() const {
 }
 
 std::vector<RecordedSession> SessionCatalog::read(std::optional<unsigned char> stream) {
+  files_ = FileSizes();
   KTString where;
   if (stream) where.format("WHERE streamID=%u", static_cast<unsigned int>(*stream));
   where += " ORDER BY streamID,start_time";
@@ -69,7 +53,7 @@ std::optional<RecordedSession> SessionCatalog::parseEntry(const KTString& entry)
   session.end = std::max<long>(columns[END].toUInt(0), session.start);
   session.fps = columns[FPS].toUInt(0);
   session.filePrefix = handle_.getFullPrefixFileName(static_cast<int>(session.id)).view();
-  session.bytes = sizeOfFiles(fs::path(session.filePrefix));
+  session.bytes = files_.bytesOf(session.filePrefix);
   const bool available = columns[DATA_AVAILABLE].toUInt(0) != 0;
   session.state = available ? RecordedSession::Stored : RecordedSession::Deleted;
   readSettings(columns[SETTINGS].toUInt(0), session);

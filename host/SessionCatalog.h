@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "handles/KTR_DB_handle.h"
+#include "host/FileSizes.h"
 
 /** One recorded session, as people want to know it. */
 struct RecordedSession {
@@ -54,4 +55,5 @@ class SessionCatalog {
 
   KTR_DB_handle& handle_;
   bool isRecording_;
+  FileSizes files_;
 };

@@ -1,7 +1,9 @@
 #include "host/commands/AllCommands.h"
 
+#include "host/commands/EventsCommand.h"
 #include "host/commands/PlayCommand.h"
 #include "host/commands/RecordCommand.h"
+#include "host/commands/RetainCommand.h"
 #include "host/commands/ServerCommand.h"
 #include "host/commands/SessionsCommand.h"
 
@@ -10,6 +12,8 @@ std::vector<std::unique_ptr<Command>> makeAllCommands() {
   commands.push_back(std::make_unique<RecordCommand>());
   commands.push_back(std::make_unique<SessionsCommand>());
   commands.push_back(std::make_unique<PlayCommand>());
+  commands.push_back(std::make_unique<EventsCommand>());
+  commands.push_back(std::make_unique<RetainCommand>());
   commands.push_back(std::make_unique<ServerCommand>());
   return commands;
 }

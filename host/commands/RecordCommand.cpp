@@ -21,11 +21,15 @@ constexpr const char* DESCRIPTION = "Record cameras or files until stopped with 
 constexpr const char* FOOTER = R"(Examples:
   ktr record --root ~/video --recorder home 1=rtsp://camera/live
   ktr record --root ~/video --recorder home 1=front.mp4 2=rtsp://10.0.0.7/h264 --for 1h
+  ktr record --root ~/video --recorder home 1=rtsp://camera/live --max-age 30d
 
 N=URL gives a stream its number, 0 to 127, and its source: rtsp:// and whatever else libavformat
 opens. Files are read in real time. H.264, H.265 and MJPEG are stored as they come, and so is sound
 of the kinds AAC, Opus, G.711 and MP3: the sound of stream N is stream N + 128. With --no-audio
-numbers go up to 255.)";
+numbers go up to 255.
+
+Every 30 seconds the oldest footage of the recorder is deleted, as far as
+--max-size, --max-age and --min-free ask for it.)";
 
 constexpr int MIB = 1024 * 1024;
 constexpr int MAX_SLICE_MIB = 1024;
@@ -50,6 +54,7 @@ CLI::App* RecordCommand::define(CLI::App& program) {
       ->add_option("--frame-log", frameLog_,
                    "Write a line with a hash of every frame of stream N to FILE.N")
       ->type_name("FILE");
+  retention_.addTo(*command);
   return command;
 }
 
@@ -74,23 +79,35 @@ int RecordCommand::run(HostContext& context) {
       sources_, noAudio_ ? StreamSource::Video : StreamSource::VideoAndAudio);
   (void)limitSeconds();
   (void)sliceBytes();
+  (void)retention_.policy();
   for (const StreamSource& source : sources) MediaInput::check(source.url);
 
   StopSignal signal;
   context.open(options_, HostContext::Recording);
   const RecorderLock lock(root, name);
   const Recorders recorders = makeRecorders(sources);
-  (void)context.createRecorder(name);
+  KTR_DB_handle& handle = context.createRecorder(name);
 
   const bool terminal = isatty(STDERR_FILENO) != 0;
   RecordDisplay display(context.err(), terminal);
   if (terminal) context.log()->setLinePrefix(RecordDisplay::CLEAR_LINE);
+  RetentionTimer retained(handle, retention(recorders, signal));
   for (const auto& recorder : recorders) recorder->start();
-  watch(recorders, display, signal);
+  watch(recorders, retained, display, signal);
   context.log()->setLinePrefix("");
   display.summary(statusOf(recorders));
   checkResults(recorders);
   return status_;
+}
+
+RetentionRun::Options RecordCommand::retention(const Recorders& recorders,
+                                               const StopSignal& signal) const {
+  RetentionRun::Options options;
+  options.directory = options_.storageRoot().recorderDirectory(options_.recorderName());
+  options.policy = retention_.policy();
+  options.stop = [&signal] { return signal.requested(); };
+  options.openSessions = [&recorders] { return openSessions(recorders); };
+  return options;
 }
 
 RecordCommand::Recorders RecordCommand::makeRecorders(
@@ -115,11 +132,15 @@ RecordCommand::Recorders RecordCommand::makeRecorders(
 }
 
 // Returns when all that was received is stored.
-void RecordCommand::watch(const Recorders& recorders, RecordDisplay& display, StopSignal& signal) {
+void RecordCommand::watch(const Recorders& recorders, RetentionTimer& retained,
+                          RecordDisplay& display, const StopSignal& signal) {
   const KTClock::Span end = KTClock::instance()->elapsed() + seconds(limitSeconds());
   const auto isDone = [](const auto& recorder) { return recorder->status().done; };
   while (!std::all_of(recorders.begin(), recorders.end(), isDone)) {
     if (signal.waitFor(STEP_MS) || KTClock::instance()->elapsed() >= end) break;
+    if (retained.runIfDue()) {
+      for (const auto& recorder : recorders) recorder->beginNewSession();
+    }
     reportErrors(recorders, display);
     display.update(statusOf(recorders));
   }
@@ -137,6 +158,16 @@ std::vector<RecordDisplay::Stream> RecordCommand::statusOf(const Recorders& reco
     streams.push_back({recorder->audioStream(), {*status.audio, status.failed, status.done, {}}});
   }
   return streams;
+}
+
+std::set<unsigned int> RecordCommand::openSessions(const Recorders& recorders) {
+  std::set<unsigned int> open;
+  for (const auto& recorder : recorders) {
+    const StreamRecorder::Status status = recorder->status();
+    open.insert(status.progress.open);
+    if (status.audio) open.insert(status.audio->open);
+  }
+  return open;
 }
 
 // At once, since the other streams may go on for months.

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -9,6 +10,8 @@
 #include "host/input/StreamSource.h"
 #include "host/record/RecordDisplay.h"
 #include "host/record/StreamRecorder.h"
+#include "host/retain/RetentionOptions.h"
+#include "host/retain/RetentionTimer.h"
 
 class StopSignal;
 
@@ -25,12 +28,17 @@ class RecordCommand : public Command {
   [[nodiscard]] long limitSeconds() const;
   [[nodiscard]] int sliceBytes() const;
   [[nodiscard]] Recorders makeRecorders(const std::vector<StreamSource>& sources) const;
-  void watch(const Recorders& recorders, RecordDisplay& display, StopSignal& signal);
+  [[nodiscard]] RetentionRun::Options retention(const Recorders& recorders,
+                                                const StopSignal& signal) const;
+  void watch(const Recorders& recorders, RetentionTimer& retained, RecordDisplay& display,
+             const StopSignal& signal);
   [[nodiscard]] static std::vector<RecordDisplay::Stream> statusOf(const Recorders& recorders);
+  [[nodiscard]] static std::set<unsigned int> openSessions(const Recorders& recorders);
   static void checkResults(const Recorders& recorders);
   void reportErrors(const Recorders& recorders, RecordDisplay& display);
 
   CommonOptions options_;
+  RetentionOptions retention_;
   std::vector<std::string> sources_;
   std::string limit_;
   std::string sliceSize_;

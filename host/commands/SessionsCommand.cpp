@@ -1,10 +1,12 @@
 #include "host/commands/SessionsCommand.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 
 #include "host/HostContext.h"
 #include "host/RecorderLock.h"
 #include "host/SessionCatalog.h"
+#include "host/events/EventCatalog.h"
 #include "host/input/StreamNumber.h"
 #include "host/view/SessionReport.h"
 
@@ -17,7 +19,21 @@ constexpr const char* FOOTER = R"(Examples:
   ktr sessions --root ~/video --recorder home --stream 1 --json
 
 A session is one continuous recording of one stream. In the timeline # is
-recorded, + is recorded in part, and . is nothing.)";
+recorded, + is recorded in part, and . is nothing; ! marks an event.)";
+
+std::vector<StoredEvent> eventsAmong(const std::vector<RecordedSession>& sessions,
+                                     const std::string& recorder) {
+  if (sessions.empty()) return {};
+  EventCatalog::Query query;
+  query.from = sessions.front().start;
+  long end = sessions.front().end;
+  for (const RecordedSession& session : sessions) {
+    query.from = std::min(*query.from, session.start);
+    end = std::max(end, session.end);
+  }
+  query.seconds = end - *query.from + 1;
+  return EventCatalog(recorder).read(query);
+}
 
 }  // namespace
 
@@ -40,7 +56,7 @@ int SessionsCommand::run(HostContext& context) {
   context.open(options_, HostContext::Reading);
   SessionCatalog catalog(context.recorder(name), RecorderLock::isHeld(root, name));
   const std::vector<RecordedSession> sessions = catalog.read(stream);
-  const SessionReport report(context.out(), name.text());
+  const SessionReport report(context.out(), name.text(), eventsAmong(sessions, name.text()));
   if (options_.json()) {
     report.printJson(sessions);
   } else {

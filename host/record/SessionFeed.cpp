@@ -36,7 +36,7 @@ SessionFeed::~SessionFeed() {
 }
 
 void SessionFeed::feed(const KTDataBlock& frame, bool startsPlayback) {
-  if (startsPlayback) replaceFullRing();
+  if (startsPlayback) replaceSession();
   if (isCongested(startsPlayback)) return lose("the disk or the database is too slow");
   if (session_ != nullptr && commit(frame) == 0) return;
   if (session_ != nullptr) abandon();
@@ -88,8 +88,11 @@ SessionFeed::Session SessionFeed::newAudio(const KTDataBlock& firstFrame) const 
   return session;
 }
 
-void SessionFeed::replaceFullRing() {
-  if (session_ != nullptr && session_->progress().sliceIndex >= LAST_SLICE) finish();
+void SessionFeed::replaceSession() {
+  if (session_ == nullptr) return;
+  const unsigned int slice = session_->progress().sliceIndex;
+  const bool asked = splitAsked_.exchange(false);
+  if (slice >= LAST_SLICE || (asked && slice != 0)) finish();
 }
 
 // A session that has ended by itself takes nothing more; its log lines say why it ended.
@@ -147,5 +150,6 @@ SessionFeed::Progress SessionFeed::progress() const {
   if (session_ == nullptr) return all;
   all.stored += session_->progress();
   all.queue = session_->queueLength();
+  all.open = session_->progress().sessionId;
   return all;
 }

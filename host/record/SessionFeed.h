@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -15,7 +16,7 @@
  * the header of the sound as its first frame.
  *
  * Owns: the running session.
- * Threads: one thread, the stream's; progress() from any.
+ * Threads: one thread, the stream's; progress() and beginNewSession() from any.
  * Blocks: finish(), and feed() where a session is replaced, until what was fed is on disk.
  * Errors: frames that no session takes are counted as lost; the log has one warning for each gap.
  * Memory: what waits for a disk or a server that is too slow is bounded by LARGEST_QUEUE; frames
@@ -32,12 +33,14 @@ class SessionFeed {
     KTRRecordProgress stored;  // since the feed was made, of all its sessions
     unsigned int queue = 0;    // messages that wait
     std::uint64_t lost = 0;    // frames that no session took
+    unsigned int open = 0;     // record session that is open, 0 = none
 
     /** Goes on with what a later feed has done. */
     Progress& operator+=(const Progress& later) {
       stored += later.stored;
       queue = later.queue;
       lost += later.lost;
+      open = later.open;
       return *this;
     }
   };
@@ -54,6 +57,11 @@ class SessionFeed {
   void feed(const KTDataBlock& frame, bool startsPlayback);
   /** Stores all that was fed and writes the rows. Harmless when nothing runs. */
   void finish();
+  /**
+   * Replaces the session at the next key frame if it has a slice that is complete, so that its
+   * slices may be deleted.
+   */
+  void beginNewSession() { splitAsked_ = true; }
   [[nodiscard]] Progress progress() const;
 
  private:
@@ -62,7 +70,7 @@ class SessionFeed {
   void open(const KTDataBlock& firstFrame);
   [[nodiscard]] Session newVideo() const;
   [[nodiscard]] Session newAudio(const KTDataBlock& firstFrame) const;
-  void replaceFullRing();
+  void replaceSession();
   void abandon();
   void lose(const char* reason);
   void close();
@@ -80,6 +88,7 @@ class SessionFeed {
   bool congested_ = false;
   unsigned int lastStampMs_ = 0;
   bool gap_ = false;
+  std::atomic<bool> splitAsked_{false};
   KTClock::Span nextTry_{0};
   KTClock::Span pause_{0};
 };

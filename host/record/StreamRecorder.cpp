@@ -40,6 +40,13 @@ StreamRecorder::~StreamRecorder() {
   join();
 }
 
+void StreamRecorder::beginNewSession() {
+  const std::lock_guard guard(mutex_);
+  for (const Track* track : {&video_, &audio_}) {
+    if (track->feed != nullptr) track->feed->beginNewSession();
+  }
+}
+
 void StreamRecorder::start() {
   thread_ = std::thread([this] { run(); });
 }

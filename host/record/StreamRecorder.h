@@ -55,6 +55,8 @@ class StreamRecorder {
   [[nodiscard]] unsigned char stream() const { return options_.stream; }
   [[nodiscard]] unsigned char audioStream() const { return options_.audioStream; }
   [[nodiscard]] Status status() const;
+  /** As SessionFeed::beginNewSession(), from any thread. */
+  void beginNewSession();
   /** The error since the last call; empty when there is none. */
   [[nodiscard]] std::string takeError();
   void start();

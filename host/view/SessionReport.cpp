@@ -5,6 +5,7 @@
 #include "host/input/DurationText.h"
 #include "host/input/TimeText.h"
 #include "host/view/ByteText.h"
+#include "host/view/EventReport.h"
 #include "host/view/TextTable.h"
 #include "host/view/Timeline.h"
 
@@ -56,6 +57,7 @@ void SessionReport::printText(const std::vector<RecordedSession>& sessions,
     if (session.state == RecordedSession::Deleted) continue;
     timeline.add(session.stream, session.start, session.end);
   }
+  for (const StoredEvent& event : events_) timeline.addEvent(event.time);
   timeline.print(out_, width);
   out_ << "\n";
   printSum(sessions);
@@ -93,7 +95,9 @@ void SessionReport::printSum(const std::vector<RecordedSession>& sessions) const
 void SessionReport::printJson(const std::vector<RecordedSession>& sessions) const {
   ordered_json list = ordered_json::array();
   for (const RecordedSession& session : sessions) list.push_back(asJson(session));
-  out_ << ordered_json{{"recorder", recorder_}, {"sessions", list}}.dump(
+  ordered_json events = ordered_json::array();
+  for (const StoredEvent& event : events_) events.push_back(EventReport::asJson(event));
+  out_ << ordered_json{{"recorder", recorder_}, {"sessions", list}, {"events", events}}.dump(
               2, ' ', false, ordered_json::error_handler_t::replace)
        << "\n";
 }

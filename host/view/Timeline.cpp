@@ -69,6 +69,20 @@ std::string Timeline::bar(const std::vector<Span>& joined, const TimeAxis& axis)
   return text;
 }
 
+/** Marks of the events on the axis; empty without one. */
+std::string Timeline::eventRow(const TimeAxis& axis) const {
+  std::string row(axis.columns(), ' ');
+  bool any = false;
+  for (const long time : events_) {
+    if (time < axis.begin() || time > axis.end()) continue;
+    const auto column = static_cast<unsigned int>((time - axis.begin()) * long{axis.columns()} /
+                                                  (axis.end() - axis.begin()));
+    row[std::min(column, axis.columns() - 1)] = '!';
+    any = true;
+  }
+  return any ? row.substr(0, row.find_last_of('!') + 1) : "";
+}
+
 void Timeline::print(std::ostream& out, unsigned int width) const {
   if (streams_.empty()) return;
   const Span all = whole();
@@ -80,5 +94,8 @@ void Timeline::print(std::ostream& out, unsigned int width) const {
     out << "stream " << std::right << std::setw(3) << stream << "  " << bar(joined(spans), axis)
         << "\n";
   }
-  out << indent << "# recorded   + in part   . nothing\n";
+  const std::string marks = eventRow(axis);
+  if (!marks.empty()) out << "events      " << marks << "\n";
+  out << indent << "# recorded   + in part   . nothing" << (marks.empty() ? "" : "   ! event")
+      << "\n";
 }

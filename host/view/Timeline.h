@@ -7,7 +7,8 @@
 
 /**
  * What is recorded of each stream as a picture of text: a line per stream over a common time axis,
- * "#" where all is recorded, "+" where part is, "." where nothing is.
+ * "#" where all is recorded, "+" where part is, "." where nothing is; and a line with a "!"
+ * wherever an event is, when there are any.
  *
  * Units: seconds since the epoch.
  * Threads: one thread at a time for each object.
@@ -19,7 +20,9 @@ class Timeline {
 
   /** Adds a recording of a stream; one without length counts as a second. */
   void add(unsigned int stream, long start, long end);
-  /** Prints nothing when nothing was added. */
+  /** Adds a mark; one outside the recordings is not shown. */
+  void addEvent(long time) { events_.push_back(time); }
+  /** Prints nothing when no recording was added. */
   void print(std::ostream& out, unsigned int width) const;
 
  private:
@@ -31,6 +34,8 @@ class Timeline {
   [[nodiscard]] static std::string bar(const std::vector<Span>& joined, const class TimeAxis& axis);
   [[nodiscard]] static std::vector<Span> joined(std::vector<Span> spans);
   [[nodiscard]] Span whole() const;
+  [[nodiscard]] std::string eventRow(const class TimeAxis& axis) const;
 
   std::map<unsigned int, std::vector<Span>> streams_;
+  std::vector<long> events_;
 };

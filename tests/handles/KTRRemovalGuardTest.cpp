@@ -57,6 +57,28 @@ TEST(KTRRemovalGuardTest, RefusesWhateverAShellCouldReadAsMoreThanAPath) {
       {"/data/a%b", CHARACTERS},
       {"/data/\xC3\xA4", CHARACTERS},
       {"/data/\x7F", CHARACTERS},
+      {" /data", "it is not absolute"},
+      {"$HOME/rec", "it is not absolute"},
+      {"..", "it is not absolute"},
+      {"/..", "it has a component .."},
+      {"/data/rec/../", "it has a component .."},
+      {"/./..//", "it has a component .."},
+      {"/data/rec ", CHARACTERS},
+      {"/data/a\rb", CHARACTERS},
+      {"/data/a\x1b[2J", CHARACTERS},
+      {"/data/~x", CHARACTERS},
+      {"/data/a,b", CHARACTERS},
+      {"/data/a:b", CHARACTERS},
+      {"/data/a@b", CHARACTERS},
+      {"/data/a^b", CHARACTERS},
+      {"/data/a+b", CHARACTERS},
+      {"/data/a(b", CHARACTERS},
+      {"/data/x' OR '1'='1", CHARACTERS},
+      {"/etc", "it belongs to the system"},
+      {"//etc/passwd", "it belongs to the system"},
+      {"/./usr/lib", "it belongs to the system"},
+      {"/bin/", "it belongs to the system"},
+      {"/proc/self", "it belongs to the system"},
   };
   for (const Refused& each : hostile) {
     EXPECT_STREQ(KTRRemovalGuard::refusal(each.path), each.reason) << each.path;
@@ -67,11 +89,34 @@ TEST(KTRRemovalGuardTest, RefusesAZeroByteInsideThePath) {
   EXPECT_STREQ(KTRRemovalGuard::refusal(KTString("/a\0b", 4)), CHARACTERS);
 }
 
+TEST(KTRRemovalGuardTest, AllowsWhatLiesBelowTheStorageRoot) {
+  for (const char* path : {"/data/rec/2024", "//data//./rec/2024/", "/data/rec/./record_R1_"}) {
+    EXPECT_EQ(KTRRemovalGuard::refusal(path, "/data/rec"), nullptr) << path;
+    EXPECT_EQ(KTRRemovalGuard::refusal(path, "/data/rec/"), nullptr) << path;
+  }
+}
+
+TEST(KTRRemovalGuardTest, RefusesWhatDoesNotLieBelowTheStorageRoot) {
+  for (const char* path : {"/data", "/data/rec", "/data/rec/", "/data/rec/.", "/data/rec2/2024",
+                           "/data/record_R1_", "/home/x", "/srv/data/rec/2024"}) {
+    EXPECT_STREQ(KTRRemovalGuard::refusal(path, "/data/rec"), "it is not below the storage root")
+        << path;
+  }
+  EXPECT_STREQ(KTRRemovalGuard::refusal("/data/rec/..", "/data/rec"), "it has a component ..");
+}
+
+TEST(KTRRemovalGuardTest, NothingLiesBelowAStorageRootThatIsNone) {
+  for (const char* root : {"/", "data", "/data/..", "/da ta", "/etc"}) {
+    EXPECT_STREQ(KTRRemovalGuard::refusal("/data/rec", root), "it is not below the storage root")
+        << root;
+  }
+}
+
 TEST(KTRRemovalGuardTest, LogsARefusalWithItsReason) {
   const LogCapture log;
-  EXPECT_FALSE(KTRRemovalGuard::allows("/data/.."));
+  EXPECT_FALSE(KTRRemovalGuard::allows("/data/..", ""));
   EXPECT_TRUE(log.has(128, "[ REMOVE REFUSED ] '/data/..' : it has a component .."));
-  EXPECT_TRUE(KTRRemovalGuard::allows("/data/rec"));
+  EXPECT_TRUE(KTRRemovalGuard::allows("/data/rec", "/data"));
   EXPECT_EQ(log.lines().size(), 1U);
 }
 

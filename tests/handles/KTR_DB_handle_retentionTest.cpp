@@ -269,6 +269,108 @@ TEST_F(KTR_DB_handle_retentionTest, FilesInAHostileDirectoryAreNotRemoved) {
   EXPECT_EQ(log.countContaining("only letters, digits and / . _ - are allowed"), 1U);
 }
 
+// What each must not do is remove the victim, or anything of the session's own.
+const char* const HOSTILE[] = {
+    "",
+    "data/rec",
+    "-rf",
+    "~",
+    "./rec",
+    "..",
+    "/",
+    "//",
+    "/./",
+    "/..",
+    "$D/..",
+    "$D/../$D",
+    "$D/a/../b",
+    "$D; rm $D/victim",
+    "$D $D/victim",
+    "$D/*",
+    "$D/?ictim",
+    "$D/[v]ictim",
+    "$D/{victim,b}",
+    "$D/$HOME",
+    "$D/`id`",
+    "$D/$(rm $D/victim)",
+    "$D&rm $D/victim",
+    "$D|rm $D/victim",
+    "$D>$D/victim",
+    "$D<$D/victim",
+    "$D'",
+    "$D\"",
+    "$D\\",
+    "$D\nrm $D/victim",
+    "$D\trm",
+    "$D #",
+    "$D!",
+    "$D=",
+    "$D%",
+    "$D\xC3\xA4",
+    "$D\x7F",
+    "$D,",
+    "$D:",
+    "$D@",
+    "$D^",
+    "$D+",
+    "$D(",
+    "/etc",
+    "/usr/local/x",
+    "/proc/self",
+};
+
+TEST_F(KTR_DB_handle_retentionTest, NoCommandRunsForAHostileDirectory) {
+  const std::string victim = day("victim");
+  std::ofstream{victim} << "keep";
+  unsigned int refused = 0;
+  for (std::string storage : HOSTILE) {
+    for (size_t at = 0; (at = storage.find("$D", at)) != std::string::npos;) {
+      storage.replace(at, 2, dir.path());
+    }
+    server.exec("DELETE FROM " + in("recordSessions"));
+    log.clear();
+    KTRRecorderSessionRow row;
+    row.start_time = 1000;
+    KTString escaped;
+    handle.escape_string(escaped, KTString(storage).dataBlock());
+    row.storage = escaped;
+    const unsigned int id = handle.recordSessionTable()->addRow(row);
+    session(2800, day("new"));
+    handle.deleteAllDataFiles(id);
+    EXPECT_EQ(log.countContaining("[ REMOVE REFUSED ] "), 1U) << storage;
+    EXPECT_FALSE(handle.deleteOlderDay()) << storage;
+    EXPECT_EQ(log.countContaining("[deleteCmd]"), 0U) << storage;
+    EXPECT_EQ(handle.tb_rownum("recordSessions"), 2U) << storage;
+    EXPECT_TRUE(fs::exists(victim)) << storage;
+    ++refused;
+  }
+  EXPECT_GE(refused, 40U);
+}
+
+TEST_F(KTR_DB_handle_retentionTest, NothingIsRemovedThatIsNotBelowTheStorageRoot) {
+  const unsigned int id = session(1000, day("elsewhere"));
+  session(2800, day("new"));
+  record(id, 0, 1000);
+  handle.setStorageRoot(KTString(day("root")));
+  handle.deleteAllDataFiles(id);
+  EXPECT_FALSE(handle.deleteOlderDay());
+  EXPECT_TRUE(fs::exists(slice(id, 0)));
+  EXPECT_EQ(sessions(), "1,2");
+  EXPECT_EQ(log.countContaining("it is not below the storage root"), 2U);
+  handle.setStorageRoot(KTString(dir.path()));
+  handle.deleteAllDataFiles(id);
+  EXPECT_FALSE(fs::exists(slice(id, 0)));
+  EXPECT_TRUE(handle.deleteOlderDay());
+}
+
+TEST_F(KTR_DB_handle_retentionTest, TheStorageRootItselfIsNotRemoved) {
+  session(1000, dir.path());
+  session(2800, day("new"));
+  handle.setStorageRoot(KTString(dir.path()));
+  EXPECT_FALSE(handle.deleteOlderDay());
+  EXPECT_TRUE(fs::exists(dir.path()));
+}
+
 TEST_F(KTR_DB_handle_retentionTest, FilesOfAnUnknownSessionAreNotRemoved) {
   handle.deleteAllDataFiles(9);
   EXPECT_TRUE(log.has(128, "[ REMOVE REFUSED ] '' : it is empty"));

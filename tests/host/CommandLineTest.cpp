@@ -93,7 +93,7 @@ TEST_F(CommandLineTest, PrintsHelpAndVersion) {
 }
 
 TEST_F(CommandLineTest, HelpFitsTheTerminal) {
-  for (const char* command : {"sessions", "server", "probe"}) {
+  for (const char* command : {"sessions", "events", "retain", "server", "probe"}) {
     run({command, "--help"});
     std::istringstream lines(out_.str());
     for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), 80U) << line;
@@ -103,7 +103,8 @@ TEST_F(CommandLineTest, HelpFitsTheTerminal) {
 TEST_F(CommandLineTest, AnswersMisuseWithOneLine) {
   EXPECT_THAT(misuse({}), oneLine("no command is given: see ktr --help"));
   EXPECT_THAT(misuse({"pley"}),
-              oneLine("'pley' is not a command: the commands are record, sessions, play, server"));
+              oneLine("'pley' is not a command: the commands are record, sessions, play, events, "
+                      "retain, server"));
   EXPECT_THAT(misuse({"--root", "/x", "sessions"}), oneLine("'--root' does not stand before"));
   EXPECT_THAT(misuse({"sessions"}), oneLine("--root is required: see ktr sessions --help"));
   EXPECT_THAT(misuse({"sessions", "--root"}), oneLine("see ktr sessions --help"));

@@ -34,9 +34,10 @@ class SessionReportTest : public UtcZone {
     return out.str();
   }
 
-  static json parsed(const std::vector<RecordedSession>& sessions) {
+  static json parsed(const std::vector<RecordedSession>& sessions,
+                     const std::vector<StoredEvent>& events = {}) {
     std::ostringstream out;
-    SessionReport(out, "cam").printJson(sessions);
+    SessionReport(out, "cam", events).printJson(sessions);
     return json::parse(out.str());
   }
 };
@@ -105,4 +106,13 @@ TEST_F(SessionReportTest, PrintsAllAsJson) {
   EXPECT_EQ(60, session["seconds"]);
   EXPECT_EQ(12897485, session["bytes"]);
   EXPECT_EQ("stored", session["state"]);
+}
+
+TEST_F(SessionReportTest, HasEventsInTheTimelineAndInJson) {
+  const StoredEvent event{3, static_cast<unsigned int>(TEN), 9, 1, "door"};
+  EXPECT_EQ(3, parsed({video(7, 3, TEN, TEN + 60)}, {event})["events"][0]["sensor"]);
+  EXPECT_EQ(json::array(), parsed({video(7, 3, TEN, TEN + 60)})["events"]);
+  std::ostringstream out;
+  SessionReport(out, "cam", {event}).printText({video(7, 3, TEN, TEN + 60)}, 80);
+  EXPECT_NE(std::string::npos, out.str().find("\nevents      !\n"));
 }

@@ -75,3 +75,22 @@ TEST_F(TimelineTest, NeverPassesTheWidth) {
   std::istringstream lines(printed());
   for (std::string line; std::getline(lines, line);) EXPECT_LE(line.size(), WIDTH) << line;
 }
+
+TEST_F(TimelineTest, MarksEvents) {
+  timeline_.add(1, TEN, TEN + 3600);
+  timeline_.addEvent(TEN);
+  timeline_.addEvent(TEN + 1800);
+  timeline_.addEvent(TEN + 1805);
+  timeline_.addEvent(TEN + 3600);
+  EXPECT_NE(std::string::npos,
+            printed().find("\nevents      !" + std::string(29, ' ') + "!" + std::string(28, ' ') +
+                           "!\n            # recorded   + in part   . nothing   ! event\n"));
+}
+
+TEST_F(TimelineTest, LeavesEventsOutsideTheRecordingsOut) {
+  timeline_.add(1, TEN, TEN + 3600);
+  const std::string without = printed();
+  timeline_.addEvent(TEN - 1);
+  timeline_.addEvent(TEN + 3601);
+  EXPECT_EQ(without, printed());
+}
