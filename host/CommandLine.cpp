@@ -63,6 +63,8 @@ HostError translated(const CLI::ParseError& error, const CLI::App& program, cons
 
 void shapeHelp(CLI::App& program) {
   constexpr size_t columnWidth = 30;
+  program.name("ktr");
+  program.description(DESCRIPTION);
   program.footer(FOOTER);
   program.get_formatter()->column_width(columnWidth);
   program.get_formatter()->label("Usage", "\nUsage");
@@ -90,14 +92,19 @@ int CommandLine::run(int argc, const char* const* argv, HostContext& context) {
   }
 }
 
-int CommandLine::parseAndRun(int argc, const char* const* argv, HostContext& context) {
-  CLI::App program(DESCRIPTION, "ktr");
+std::vector<CLI::App*> CommandLine::define(CLI::App& program) const {
   shapeHelp(program);
   std::vector<CLI::App*> parts;
   for (const auto& command : commands_) {
     parts.push_back(command->define(program));
     parts.back()->group("Commands");
   }
+  return parts;
+}
+
+int CommandLine::parseAndRun(int argc, const char* const* argv, HostContext& context) {
+  CLI::App program;
+  const std::vector<CLI::App*> parts = define(program);
   try {
     program.parse(argc, argv);
   } catch (const CLI::Success& wanted) {  // help or version

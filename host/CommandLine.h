@@ -19,6 +19,8 @@ class CommandLine {
   explicit CommandLine(std::vector<std::unique_ptr<Command>> commands)
       : commands_(std::move(commands)) {}
 
+  /** Gives the program its help and all commands: their parts of the command line, in order. */
+  std::vector<CLI::App*> define(CLI::App& program) const;
   /** Arguments as main() gets them. */
   [[nodiscard]] int run(int argc, const char* const* argv, HostContext& context);
 

@@ -6,6 +6,7 @@
 #include "host/RecorderLock.h"
 #include "host/input/DurationText.h"
 #include "host/input/StreamNumber.h"
+#include "host/input/StreamSource.h"
 #include "host/input/TimeText.h"
 #include "host/system/StopSignal.h"
 #include "runtime/KTString.h"
@@ -19,7 +20,7 @@ constexpr const char* FOOTER = R"(Examples:
   ktr play --root ~/video --recorder home --stream 1 --at "2026-03-01 08:00:00" -o day.mkv
   ktr play --root ~/video --recorder home --stream 1 --follow -o - | ffplay -
 
-Nothing is coded anew. The name decides the format: .mp4 and .mkv with exact times, .h264, .h265
+Nothing is coded anew. Into .mp4 and .mkv the sound that was recorded with the pictures goes too. The name decides the format: .mp4 and .mkv with exact times, .h264, .h265
 and .mjpeg for the plain stream, - for the plain stream on standard output. Playback begins at the
 last key frame at or before the time. TIME is epoch seconds, "YYYY-MM-DD HH:MM:SS" (local, or UTC
 with a final Z), HH:MM[:SS] of today, now, or a time before now such as -5m.)";
@@ -42,6 +43,7 @@ CLI::App* PlayCommand::define(CLI::App& program) {
       ->type_name("FILE");
   command->add_flag("--follow", follow_,
                     "Go on while the recording does; without --at from its end on");
+  command->add_flag("--no-audio", noAudio_, "Write the pictures alone");
   command->add_option("--frame-log", frameLog_, "Write a line with a hash of every frame to FILE")
       ->type_name("FILE");
   command->callback([this, at] {
@@ -57,6 +59,8 @@ PlayRun::Options PlayCommand::checkedOptions() const {
   play.fromLast = at_.empty();
   play.at = TimeText::parse(at_.empty() ? "now" : at_);
   play.seconds = length_.empty() ? DurationText::MAX : DurationText::parse(length_);
+  play.audio = !noAudio_ && play.stream < StreamSource::AUDIO_OFFSET;
+  play.audioStream = play.stream + StreamSource::AUDIO_OFFSET;
   MediaOutput::checkName(output_);
   play.output = output_;
   play.frameLog = frameLog_;
@@ -112,6 +116,16 @@ void PlayCommand::report(const PlayRun::Result& result, HostContext& context) co
   context.err() << "played " << result.frames << " frames, " << length.c_str() << " from "
                 << TimeText::format(static_cast<long>(result.firstMs / 1000)) << ", into " << target
                 << std::endl;
+  if (!result.audioLeftOut.empty()) {
+    context.err() << "ktr: " << output_ << " cannot hold the sound (" << result.audioLeftOut
+                  << "), it was left out: let the name end in .mkv, or give --no-audio"
+                  << std::endl;
+  }
+  if (result.audioChanged) {
+    context.err() << "ktr: the camera changed the kind of its sound, what follows is silent: play "
+                     "the rest into another file with --at"
+                  << std::endl;
+  }
   if (!result.codecChanged) return;
   context.err() << "ktr: the camera changed its codec at "
                 << TimeText::format(static_cast<long>(result.lastMs / 1000))

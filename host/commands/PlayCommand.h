@@ -29,4 +29,5 @@ class PlayCommand : public Command {
   std::string output_;
   std::string frameLog_;
   bool follow_ = false;
+  bool noAudio_ = false;
 };

@@ -22,8 +22,10 @@ constexpr const char* FOOTER = R"(Examples:
   ktr record --root ~/video --recorder home 1=rtsp://camera/live
   ktr record --root ~/video --recorder home 1=front.mp4 2=rtsp://10.0.0.7/h264 --for 1h
 
-N=URL gives a stream its number, 0 to 255, and its source: rtsp:// and whatever else libavformat
-opens. Files are read in real time. H.264, H.265 and MJPEG are stored as they come.)";
+N=URL gives a stream its number, 0 to 127, and its source: rtsp:// and whatever else libavformat
+opens. Files are read in real time. H.264, H.265 and MJPEG are stored as they come, and so is sound
+of the kinds AAC, Opus, G.711 and MP3: the sound of stream N is stream N + 128. With --no-audio
+numbers go up to 255.)";
 
 constexpr int MIB = 1024 * 1024;
 constexpr int MAX_SLICE_MIB = 1024;
@@ -43,6 +45,7 @@ CLI::App* RecordCommand::define(CLI::App& program) {
   command->add_option("--slice-size", sliceSize_, "Begin a new file after so many MiB, 1 to 1024")
       ->type_name("MIB")
       ->capture_default_str();
+  command->add_flag("--no-audio", noAudio_, "Record the pictures alone");
   command
       ->add_option("--frame-log", frameLog_,
                    "Write a line with a hash of every frame of stream N to FILE.N")
@@ -67,7 +70,8 @@ int RecordCommand::sliceBytes() const {
 int RecordCommand::run(HostContext& context) {
   const StorageRoot root = options_.storageRoot();
   const RecorderName name = options_.recorderName();
-  const std::vector<StreamSource> sources = StreamSource::parseAll(sources_);
+  const std::vector<StreamSource> sources = StreamSource::parseAll(
+      sources_, noAudio_ ? StreamSource::Video : StreamSource::VideoAndAudio);
   (void)limitSeconds();
   (void)sliceBytes();
   for (const StreamSource& source : sources) MediaInput::check(source.url);
@@ -99,7 +103,12 @@ RecordCommand::Recorders RecordCommand::makeRecorders(
   for (const StreamSource& source : sources) {
     options.stream = source.stream;
     options.url = source.url;
-    if (!frameLog_.empty()) options.frameLog = frameLog_ + "." + std::to_string(source.stream);
+    options.audio = !noAudio_;
+    options.audioStream = source.stream + StreamSource::AUDIO_OFFSET;
+    if (!frameLog_.empty()) {
+      options.frameLog = frameLog_ + "." + std::to_string(options.stream);
+      options.audioLog = frameLog_ + "." + std::to_string(options.audioStream);
+    }
     recorders.push_back(std::make_unique<StreamRecorder>(options));
   }
   return recorders;
@@ -122,7 +131,10 @@ void RecordCommand::watch(const Recorders& recorders, RecordDisplay& display, St
 std::vector<RecordDisplay::Stream> RecordCommand::statusOf(const Recorders& recorders) {
   std::vector<RecordDisplay::Stream> streams;
   for (const auto& recorder : recorders) {
-    streams.push_back({recorder->stream(), recorder->status()});
+    const StreamRecorder::Status status = recorder->status();
+    streams.push_back({recorder->stream(), status});
+    if (!status.audio) continue;
+    streams.push_back({recorder->audioStream(), {*status.audio, status.failed, status.done, {}}});
   }
   return streams;
 }

@@ -35,5 +35,6 @@ class RecordCommand : public Command {
   std::string limit_;
   std::string sliceSize_;
   std::string frameLog_;
+  bool noAudio_ = false;
   int status_ = 0;
 };

@@ -32,7 +32,7 @@ std::vector<StreamSource> StreamSource::parseAll(const std::vector<std::string>&
     if (tracks == VideoAndAudio && stream >= AUDIO_OFFSET) {
       throw usageError("stream " + std::to_string(stream) + " is kept for the sound of stream " +
                            std::to_string(stream - AUDIO_OFFSET),
-                       "give a number from 0 to 127");
+                       "give a number from 0 to 127, or --no-audio");
     }
   }
   return sources;

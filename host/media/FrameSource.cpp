@@ -1,5 +1,6 @@
 #include "host/media/FrameSource.h"
 
+#include "host/media/MediaError.h"
 #include "runtime/KTLogger.h"
 #include "runtime/KTRFrameWriter.h"
 
@@ -12,19 +13,48 @@ KTRFrameWriter::Piece pieceOf(MediaBytes bytes) {
 }  // namespace
 
 bool FrameSource::next(KTDataBlock& frame) {
-  AccessUnit unit;
-  while (input_.read(unit)) {
-    if (unit.jumped) {
-      KTLogger::instance()->log(KTLogger::Warning,
-                                "[ FrameSource ] %s: the clock of the source jumped",
-                                input_.name().c_str());
-    }
-    KTDataBlock built = frameOf(unit);
-    if (built.size == 0) continue;
-    frame = built;
-    return true;
+  while (ready_.empty()) {
+    if (readOn()) continue;
+    takeAudio();
+    audio_.flush();
+    takeAudio();
+    if (!ready_.empty()) break;
+    if (flaw_ != nullptr) std::rethrow_exception(flaw_);
+    return false;
   }
+  frame = ready_.front();
+  ready_.pop_front();
+  return true;
+}
+
+// Reads the next picture and the sound beside it; false at the end of the input. What was read
+// before a failure is good.
+bool FrameSource::readOn() try {
+  AccessUnit unit;
+  if (flaw_ != nullptr || !input_.read(unit)) return false;
+  if (unit.jumped) {
+    KTLogger::instance()->log(KTLogger::Warning,
+                              "[ FrameSource ] %s: the clock of the source jumped",
+                              input_.name().c_str());
+  }
+  const bool first = !stamper_.started();
+  const KTDataBlock built = frameOf(unit);
+  if (built.size != 0) ready_.push_back(built);
+  if (first) startUs_ = unit.dtsUs;
+  takeAudio();
+  return true;
+} catch (const MediaError&) {
+  flaw_ = std::current_exception();
   return false;
+}
+
+void FrameSource::takeAudio() {
+  for (AudioPacket& packet : input_.takeAudio()) {
+    if (!stamper_.started() || packet.timeUs < startUs_) continue;
+    packet.timeUs = stamper_.clockUs(packet.timeUs);
+    audio_.add(packet);
+  }
+  for (KTDataBlock frame; audio_.take(frame);) ready_.push_back(frame);
 }
 
 KTDataBlock FrameSource::frameOf(const AccessUnit& unit) {

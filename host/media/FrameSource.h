@@ -1,23 +1,29 @@
 #pragma once
 
 #include <cstdint>
+#include <deque>
+#include <exception>
 
 #include "host/media/AccessUnit.h"
+#include "host/media/AudioFrameBuilder.h"
 #include "host/media/FrameStamper.h"
 #include "host/media/MediaInput.h"
 #include "runtime/KTDataBlock.h"
 #include "runtime/KTRFrameFormat.h"
 
 /**
- * Makes frames for a record session of the pictures of a MediaInput: KTRTask::commit() takes each
- * block as it is. The first frame is a key frame (or a JPEG picture). A picture larger than a
+ * Makes frames for record sessions of the pictures of a MediaInput, and of its sound where that is
+ * delivered: KTRTask::commit() takes each block as it is; frames of sound are of their own kind and
+ * stamped by the same clock. The first frame is a key frame (or a JPEG picture), and sound from
+ * before it is dropped. A picture larger than a
  * stored frame may be is dropped, and so are the pictures behind it that need it.
  *
- * Owns: the stamps of its stream; the input belongs to the caller and must outlive it.
+ * Owns: the stamps of its streams; the input belongs to the caller and must outlive it.
  * Threads: one thread at a time for each object.
  * Blocks: next() as MediaInput::read().
- * Errors: next() throws MediaError as MediaInput::read(). Dropped pictures are a warning in the
- * log, one until a frame is stored again; a jump of the source's clock is one too.
+ * Errors: next() throws MediaError as MediaInput::read(), when all that was read has been handed
+ * out. Dropped pictures are a warning in the log, one until a frame is stored again; a jump of the
+ * source's clock is one too.
  */
 class FrameSource {
  public:
@@ -35,11 +41,17 @@ class FrameSource {
   [[nodiscard]] std::uint64_t droppedPictures() const { return dropped_; }
 
  private:
+  [[nodiscard]] bool readOn();
+  void takeAudio();
   [[nodiscard]] KTRFrameFormat::Kind kindOf(const AccessUnit& unit) const;
   void warnOfSize(const AccessUnit& unit) const;
 
   MediaInput& input_;
   FrameStamper stamper_;
+  AudioFrameBuilder audio_;
+  std::deque<KTDataBlock> ready_;
+  std::exception_ptr flaw_;   // that ended the input
+  std::int64_t startUs_ = 0;  // of the first frame, on the input's timeline
   bool needsKey_ = true;
   bool started_ = false;
   bool warned_ = false;  // of the size, since the last frame

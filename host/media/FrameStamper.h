@@ -25,6 +25,15 @@ class FrameStamper {
 
   /** The stamp of the next frame in decoding order; dtsMs is on a timeline that only rises. */
   [[nodiscard]] std::uint32_t stamp(std::int64_t dtsMs, bool key);
+  /** Whether a frame has its stamp. */
+  [[nodiscard]] bool started() const { return started_; }
+  /**
+   * The time, microseconds since the epoch, of a moment on the timeline of the frames: of sound
+   * that goes with them.
+   */
+  [[nodiscard]] std::int64_t clockUs(std::int64_t timelineUs) const {
+    return timelineUs + offsetMs_ * 1000;
+  }
 
  private:
   void anchor(std::int64_t wallMs, std::int64_t dtsMs);

@@ -28,6 +28,11 @@ AVCodecID libAvCodecId(MediaCodec codec) {
   return AV_CODEC_ID_MJPEG;
 }
 
+AVCodecID libAvCodecId(AudioCodec codec) {
+  const AVCodecDescriptor* const known = avcodec_descriptor_get_by_name(audioCodecName(codec));
+  return known == nullptr ? AV_CODEC_ID_NONE : known->id;
+}
+
 std::optional<MediaCodec> mediaCodecOf(AVCodecID id) {
   for (const MediaCodec codec : {MediaCodec::H264, MediaCodec::Hevc, MediaCodec::Mjpeg}) {
     if (libAvCodecId(codec) == id) return codec;

@@ -14,6 +14,7 @@ extern "C" {
 #include <optional>
 #include <string>
 
+#include "host/media/AudioCodec.h"
 #include "host/media/MediaCodec.h"
 
 struct LibAvDelete {
@@ -36,6 +37,7 @@ void prepareLibAv();
 [[nodiscard]] std::string libAvError(int result);
 
 [[nodiscard]] AVCodecID libAvCodecId(MediaCodec codec);
+[[nodiscard]] AVCodecID libAvCodecId(AudioCodec codec);
 [[nodiscard]] std::optional<MediaCodec> mediaCodecOf(AVCodecID id);
 
 /** pointer, or std::bad_alloc when it is null: libav allocates no other way of failing. */

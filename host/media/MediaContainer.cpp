@@ -10,8 +10,11 @@
 struct MediaContainer::Muxer {
   AVFormatContext* format = nullptr;
   AVStream* stream = nullptr;
+  AVStream* audio = nullptr;  // null without sound
   LibAvOwner<AVPacket> held{allocated(av_packet_alloc())};
+  LibAvOwner<AVPacket> sound{allocated(av_packet_alloc())};
   std::int64_t lastTick = AV_NOPTS_VALUE;
+  std::int64_t lastAudioTick = AV_NOPTS_VALUE;
 
   Muxer() = default;
   Muxer(const Muxer&) = delete;
@@ -21,9 +24,9 @@ struct MediaContainer::Muxer {
 
 namespace {
 
-void fill(AVPacket& packet, const KTDataBlock& picture) {
-  if (av_new_packet(&packet, static_cast<int>(picture.size)) < 0) throw std::bad_alloc();
-  std::memcpy(packet.data, picture.data, picture.size);
+void fill(AVPacket& packet, const KTDataBlock& bytes) {
+  if (av_new_packet(&packet, static_cast<int>(bytes.size)) < 0) throw std::bad_alloc();
+  std::memcpy(packet.data, bytes.data, bytes.size);
 }
 
 // Decodes one key frame: the surest way to its size, cropping included.
@@ -56,7 +59,8 @@ MediaBytes bytesOf(const KTDataBlock& block) {
 
 }  // namespace
 
-MediaContainer::MediaContainer(const std::string& path, const char* format, MediaCodec codec)
+MediaContainer::MediaContainer(const std::string& path, const char* format, MediaCodec codec,
+                               const AudioHeader* audio)
     : path_(path), codec_(codec), file_(path), muxer_(std::make_unique<Muxer>()), sets_(codec) {
   prepareLibAv();
   if (avformat_alloc_output_context2(&muxer_->format, nullptr, format, path.c_str()) < 0) {
@@ -64,9 +68,26 @@ MediaContainer::MediaContainer(const std::string& path, const char* format, Medi
   }
   muxer_->format->pb = file_.context();
   muxer_->stream = allocated(avformat_new_stream(muxer_->format, nullptr));
+  if (audio != nullptr) addAudio(*audio);
 }
 
 MediaContainer::~MediaContainer() = default;
+
+void MediaContainer::addAudio(const AudioHeader& audio) {
+  muxer_->audio = allocated(avformat_new_stream(muxer_->format, nullptr));
+  AVCodecParameters& coded = *muxer_->audio->codecpar;
+  coded.codec_type = AVMEDIA_TYPE_AUDIO;
+  coded.codec_id = libAvCodecId(audio.codec);
+  coded.sample_rate = static_cast<int>(audio.sampleRate);
+  av_channel_layout_default(&coded.ch_layout, static_cast<int>(audio.channels));
+  if (audio.codec == AudioCodec::PcmAlaw || audio.codec == AudioCodec::PcmMulaw) {
+    coded.bits_per_coded_sample = 8;
+    coded.block_align = static_cast<int>(audio.channels);
+    coded.bit_rate = 8LL * audio.channels * audio.sampleRate;
+  }
+  setHeader(coded, audio.extraData);
+  muxer_->audio->time_base = {1, coded.sample_rate};
+}
 
 void MediaContainer::write(std::int64_t stampMs, const KTRVideoFrame& frame) {
   const KTDataBlock picture = frame.payload();
@@ -131,6 +152,24 @@ void MediaContainer::writeHeld(std::int64_t durationMs) {
   muxer_->held->duration = ticks(durationMs);
   const int result = av_write_frame(muxer_->format, muxer_->held.get());
   av_packet_unref(muxer_->held.get());
+  file_.check(result);
+}
+
+void MediaContainer::writeAudio(const AudioPacket& packet) {
+  const std::int64_t us = packet.timeUs - startMs_ * 1000;
+  if (!started_ || muxer_->audio == nullptr || us < 0) return;
+  constexpr AVRational microseconds{1, AV_TIME_BASE};
+  AVPacket& sound = *muxer_->sound;
+  fill(sound, packet.bytes);
+  sound.flags |= AV_PKT_FLAG_KEY;
+  sound.stream_index = muxer_->audio->index;
+  sound.dts = av_rescale_q(us, microseconds, muxer_->audio->time_base);
+  if (muxer_->lastAudioTick != AV_NOPTS_VALUE)
+    sound.dts = std::max(sound.dts, muxer_->lastAudioTick + 1);
+  sound.pts = muxer_->lastAudioTick = sound.dts;
+  sound.duration = av_rescale_q(packet.durationUs, microseconds, muxer_->audio->time_base);
+  const int result = av_write_frame(muxer_->format, &sound);
+  av_packet_unref(&sound);
   file_.check(result);
 }
 

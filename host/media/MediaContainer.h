@@ -11,7 +11,7 @@
 
 /**
  * The .mp4 or .mkv file of a MediaOutput. It is one frame behind, for only the next frame tells how
- * long a frame lasts; the last one lasts as long as the one before.
+ * long a frame lasts; the last one lasts as long as the one before. Sound is on the same clock.
  *
  * Owns: the file and libav's state for it.
  * Threads: one thread at a time for each object.
@@ -21,16 +21,19 @@
 class MediaContainer : public MediaOutput::Form {
  public:
   /** format: libavformat's name of the container. */
-  MediaContainer(const std::string& path, const char* format, MediaCodec codec);
+  MediaContainer(const std::string& path, const char* format, MediaCodec codec,
+                 const AudioHeader* audio = nullptr);
   ~MediaContainer() override;
 
   void write(std::int64_t stampMs, const KTRVideoFrame& frame) override;
+  void writeAudio(const AudioPacket& packet) override;
   void finish() override;
 
  private:
   struct Muxer;
 
   void begin(const KTDataBlock& firstPicture);
+  void addAudio(const AudioHeader& audio);
   void watchParameterSets(const KTRVideoFrame& frame, const KTDataBlock& picture);
   void hold(std::int64_t stampMs, const KTRVideoFrame& frame, const KTDataBlock& picture);
   void writeHeld(std::int64_t durationMs);

@@ -5,7 +5,7 @@
 
 MediaInput::MediaInput(const std::string& url, const Options& options)
     : stop_(options.stop),
-      source_(url, stop_),
+      source_(url, stop_, options.audio),
       pacer_(stop_),
       paced_(options.realtime && !source_.info().live),
       converter_(source_.info().codec),
@@ -14,16 +14,41 @@ MediaInput::MediaInput(const std::string& url, const Options& options)
       order_(source_.info().codec, source_.info().reorderFrames) {
   converter_.setHeader(source_.header(), name());
   sets_.remember(converter_.headerSets());
+  if (source_.audio() != nullptr) audio_ = std::make_unique<AudioTrack>(*source_.audio());
 }
 
 bool MediaInput::read(AccessUnit& unit) {
   AccessUnit next;
-  do {
-    if (!source_.next()) return false;
-  } while (!take(next));
+  if (!readPicture(next)) return false;
   if (paced_ && !pacer_.wait(next.dtsUs)) return false;
   unit = next;
   return true;
+}
+
+// Reads on to the next picture; sound on the way is kept until that has its place, or the end came.
+bool MediaInput::readPicture(AccessUnit& unit) {
+  struct Placing {
+    MediaInput& input;
+    ~Placing() {
+      if (input.audio_ != nullptr) input.audio_->place(input.timeline_);
+    }
+  } const placing{*this};
+  while (source_.next()) {
+    if (source_.isAudio()) {
+      audio_->add(source_.packet(), source_.ptsUs(), source_.durationUs());
+    } else if (take(unit)) {
+      return true;
+    }
+  }
+  return false;
+}
+
+std::vector<AudioPacket> MediaInput::takeAudio() {
+  return audio_ == nullptr ? std::vector<AudioPacket>() : audio_->take();
+}
+
+const AudioHeader* MediaInput::audioHeader() const {
+  return audio_ == nullptr ? nullptr : audio_->header();
 }
 
 // Makes a picture of the current packet; false when nothing of the packet is sound.

@@ -1,10 +1,13 @@
 #pragma once
 
 #include <atomic>
+#include <memory>
 #include <string>
+#include <vector>
 
 #include "host/media/AccessUnit.h"
 #include "host/media/AnnexBConverter.h"
+#include "host/media/AudioTrack.h"
 #include "host/media/MediaPacer.h"
 #include "host/media/MediaSource.h"
 #include "host/media/MediaTimeline.h"
@@ -12,10 +15,12 @@
 #include "host/media/PictureOrder.h"
 
 /**
- * Reads the video of whatever libavformat opens: a file or the URL of a camera. It picks the best
- * video stream of a kind that is stored and delivers it picture by picture, unchanged but for the
- * framing: H.264 and H.265 as Annex B with the parameter sets in every key frame, MJPEG as JPEG
- * pictures. Files are paced in real time; cameras set the pace themselves. RTSP goes over TCP.
+ * Reads the video of whatever libavformat opens, and its sound where that is wanted: a file or the
+ * URL of a camera. It picks the best * video stream of a kind that is stored and delivers it
+ * picture by picture, unchanged but for the framing: H.264 and H.265 as Annex B with the parameter
+ * sets in every key frame, MJPEG as JPEG pictures. Files are paced in real time; cameras set the
+ * pace themselves. RTSP goes over TCP. Sound comes in the packets of its codec, on the timeline of
+ * the pictures.
  *
  * Owns: the connection or file, and libav's state for it.
  * Threads: constructed and read by one thread; stop() and stopped() from any thread, stop() also
@@ -31,6 +36,8 @@ class MediaInput {
   struct Options {
     /** Pace files in real time. */
     bool realtime = true;
+    /** Deliver the sound too. */
+    bool audio = false;
     /** When not null: a flag that, set from elsewhere, does what stop() does. */
     const std::atomic<bool>* stop = nullptr;
   };
@@ -59,6 +66,10 @@ class MediaInput {
    * @return false at the end of the source and after stop(); unit is unchanged then
    */
   [[nodiscard]] bool read(AccessUnit& unit);
+  /** The sound that came with the pictures that were read, since the last call. */
+  [[nodiscard]] std::vector<AudioPacket> takeAudio();
+  /** What the sound is; null without sound, and until its first packet at the latest. */
+  [[nodiscard]] const AudioHeader* audioHeader() const;
 
   /** Ends a read that waits, and all later ones. */
   void stop() { stop_.request(); }
@@ -66,6 +77,7 @@ class MediaInput {
   [[nodiscard]] bool stopped() const { return stop_.requested(); }
 
  private:
+  [[nodiscard]] bool readPicture(AccessUnit& unit);
   [[nodiscard]] bool take(AccessUnit& unit);
   void frame(AccessUnit& unit, MediaBytes bytes);
   void place(AccessUnit& unit);
@@ -78,4 +90,5 @@ class MediaInput {
   ParameterSets sets_;
   MediaTimeline timeline_;
   PictureOrder order_;
+  std::unique_ptr<AudioTrack> audio_;  // null without sound
 };

@@ -75,6 +75,7 @@ class RawForm : public MediaOutput::Form {
     avio_flush(file_.context());
     file_.check(0);
   }
+  void writeAudio(const AudioPacket&) override {}
   void finish() override { file_.close(); }
 
  private:
@@ -90,12 +91,13 @@ bool isVideoOf(MediaCodec codec, KTRFrameFormat::Kind kind) {
 
 MediaOutput::Form::~Form() = default;
 
-MediaOutput::MediaOutput(const std::string& path, MediaCodec codec) : codec_(codec) {
+MediaOutput::MediaOutput(const std::string& path, MediaCodec codec, const AudioHeader* audio)
+    : codec_(codec) {
   const NamedForm& form = formOf(path, codec);
   if (form.container == nullptr) {
     form_ = std::make_unique<RawForm>(path);
   } else {
-    form_ = std::make_unique<MediaContainer>(path, form.container, codec);
+    form_ = std::make_unique<MediaContainer>(path, form.container, codec, audio);
   }
 }
 
@@ -118,6 +120,21 @@ void MediaOutput::write(std::int64_t stampMs, const KTRVideoFrame& frame) {
   if (frames_ == 0 && frame.kind() == KTRFrameFormat::Delta) return;
   form_->write(stampMs, frame);
   ++frames_;
+}
+
+bool MediaOutput::holdsAudio(const std::string& path) {
+  return formOf(path).container != nullptr;
+}
+
+// Matroska holds all kinds that are stored; libavformat does not say so of G.711.
+bool MediaOutput::holdsAudio(const std::string& path, AudioCodec codec) {
+  if (!holdsAudio(path)) return false;
+  if (path.ends_with(".mkv")) return true;
+  return codec != AudioCodec::PcmAlaw && codec != AudioCodec::PcmMulaw;
+}
+
+void MediaOutput::writeAudio(const AudioPacket& packet) {
+  form_->writeAudio(packet);
 }
 
 void MediaOutput::finish() {

@@ -5,9 +5,11 @@
 #include <cmath>
 #include <string_view>
 
+#include "host/media/AudioTrack.h"
 #include "host/media/LibAv.h"
 #include "host/media/MediaError.h"
 #include "runtime/KTClock.h"
+#include "runtime/KTLogger.h"
 
 struct MediaSource::Handles {
   LibAvOwner<AVFormatContext> format;
@@ -66,11 +68,11 @@ class Options {
   AVDictionary* options_ = nullptr;
 };
 
-void setNetworkOptions(Options& options, const std::string& scheme) {
+void setNetworkOptions(Options& options, const std::string& scheme, bool withAudio) {
   const std::string timeoutUs = std::to_string(MediaSource::TIMEOUT_SECONDS * 1'000'000);
   if (scheme != "rtsp" && scheme != "rtsps") return options.set("rw_timeout", timeoutUs);
   options.set("rtsp_transport", "tcp");
-  options.set("allowed_media_types", "video");
+  options.set("allowed_media_types", withAudio ? "video+audio" : "video");
   options.set("timeout", timeoutUs);
 }
 
@@ -90,15 +92,16 @@ AVRational rateOf(AVFormatContext& format, AVStream& stream) {
 
 }  // namespace
 
-MediaSource::MediaSource(const std::string& url, const MediaStop& stop)
+MediaSource::MediaSource(const std::string& url, const MediaStop& stop, bool withAudio)
     : stop_(stop),
       name_(withoutPassword(url)),
       handles_(std::make_unique<Handles>()),
       network_(isNetwork(url)) {
   prepareLibAv();
   info_.live = isLive(schemeOf(url));
-  open(url);
+  open(url, withAudio);
   chooseStream();
+  if (withAudio) chooseAudio();
   describeStream();
 }
 
@@ -108,30 +111,29 @@ bool MediaSource::isNetwork(const std::string& url) {
   return schemeOf(url) != "file";
 }
 
-// rtsp:// is a form of input of libavformat and not one of its protocols, unlike all the others.
+// rtsp:// is a form of input of libavformat and not one of its protocols, unlike all the others. Of
+// these, files alone can be looked at without opening them.
 void MediaSource::check(const std::string& url) {
   prepareLibAv();
-  int result = 0;
-  if (!isNetwork(url)) {
-    result = std::min(avio_check(url.c_str(), AVIO_FLAG_READ), 0);
-    if (result == AVERROR(ENOSYS)) result = 0;  // a protocol that cannot tell
-  } else if (!schemeOf(url).starts_with("rtsp") &&
-             avio_find_protocol_name(url.c_str()) == nullptr) {
-    result = AVERROR_PROTOCOL_NOT_FOUND;
-  }
+  if (schemeOf(url).starts_with("rtsp")) return;
+  const char* const protocol = avio_find_protocol_name(url.c_str());
+  const bool isFile = protocol != nullptr && std::string_view(protocol) == "file";
+  const int result = protocol == nullptr ? AVERROR_PROTOCOL_NOT_FOUND
+                     : isFile            ? avio_check(url.c_str(), AVIO_FLAG_READ)
+                                         : 0;
   if (result >= 0) return;
   throw MediaError("cannot open " + withoutPassword(url) + ": " + libAvError(result),
                    adviceFor(result, isNetwork(url)));
 }
 
-void MediaSource::open(const std::string& url) {
+void MediaSource::open(const std::string& url, bool withAudio) {
   AVFormatContext* format = allocated(avformat_alloc_context());
   format->interrupt_callback.opaque = this;
   format->interrupt_callback.callback = [](void* source) {
     return static_cast<const MediaSource*>(source)->waitIsOver() ? 1 : 0;
   };
   Options options;
-  if (network_) setNetworkOptions(options, schemeOf(url));
+  if (network_) setNetworkOptions(options, schemeOf(url), withAudio);
   startWaiting();
   int result = avformat_open_input(&format, url.c_str(), nullptr, options.get());
   handles_->format.reset(format);  // null after a failure
@@ -179,6 +181,34 @@ void MediaSource::chooseStream() {
   stream_->discard = AVDISCARD_DEFAULT;
 }
 
+// The best sound for the chosen picture, or else the first that can be stored.
+void MediaSource::chooseAudio() {
+  AVFormatContext& format = *handles_->format;
+  const int best = av_find_best_stream(&format, AVMEDIA_TYPE_AUDIO, -1, stream_->index, nullptr, 0);
+  std::string others;
+  for (unsigned int i = 0; i < format.nb_streams; ++i) {
+    AVStream* const stream = format.streams[i];
+    const AVCodecParameters& coded = *stream->codecpar;
+    if (coded.codec_type != AVMEDIA_TYPE_AUDIO) continue;
+    const bool stored = AudioTrack::canStore(coded);
+    if (!stored)
+      others += std::string(others.empty() ? "" : ", ") + avcodec_get_name(coded.codec_id);
+    if (stored && (audio_ == nullptr || static_cast<int>(i) == best)) audio_ = stream;
+  }
+  if (audio_ != nullptr) {
+    audio_->discard = AVDISCARD_DEFAULT;
+  } else if (!others.empty()) {
+    KTLogger::instance()->log(KTLogger::Warning,
+                              "[ MediaSource ] %s: the sound (%s) is left out, only %s are stored: "
+                              "set the camera to one of them or convert the file",
+                              name_.c_str(), others.c_str(), AUDIO_CODECS_STORED);
+  }
+}
+
+const AVCodecParameters* MediaSource::audio() const {
+  return audio_ == nullptr ? nullptr : audio_->codecpar;
+}
+
 void MediaSource::describeStream() {
   const AVCodecParameters& coded = *stream_->codecpar;
   if (coded.width <= 0 || coded.height <= 0) {
@@ -202,7 +232,7 @@ MediaBytes MediaSource::header() const {
 bool MediaSource::next() {
   AVPacket* const packet = handles_->packet.get();
   while (!stop_.requested()) {
-    startWaiting();
+    if (!isAudio_) startWaiting();  // a camera whose picture stands still is lost, sound or not
     av_packet_unref(packet);
     const int result = av_read_frame(handles_->format.get(), packet);
     if (result < 0) {
@@ -210,7 +240,8 @@ bool MediaSource::next() {
       continue;
     }
     broken_ = 0;
-    if (packet->stream_index == stream_->index && packet->size > 0) return true;
+    isAudio_ = audio_ != nullptr && packet->stream_index == audio_->index;
+    if (packet->size > 0 && (isAudio_ || packet->stream_index == stream_->index)) return true;
   }
   return false;
 }
@@ -248,7 +279,12 @@ std::optional<std::int64_t> MediaSource::ptsUs() const {
 
 std::optional<std::int64_t> MediaSource::microseconds(std::int64_t stamp) const {
   if (stamp == AV_NOPTS_VALUE) return std::nullopt;
-  return av_rescale_q(stamp, stream_->time_base, MICROSECONDS);
+  const AVStream& stream = isAudio_ ? *audio_ : *stream_;
+  return av_rescale_q(stamp, stream.time_base, MICROSECONDS);
+}
+
+std::int64_t MediaSource::durationUs() const {
+  return std::max<std::int64_t>(0, microseconds(packet().duration).value_or(0));
 }
 
 void MediaSource::startWaiting() {

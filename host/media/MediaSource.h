@@ -9,18 +9,20 @@
 #include "host/media/MediaStop.h"
 #include "host/media/NalUnits.h"
 
+struct AVCodecParameters;
 struct AVPacket;
 struct AVStream;
 
 /**
- * An opened file or network source and its best video stream, packet by packet as libavformat
- * delivers them: the part of MediaInput that speaks with the outside.
+ * An opened file or network source, its best video stream and, where it is wanted, the sound that
+ * goes with it, packet by packet as libavformat delivers them: the part of MediaInput that speaks
+ * with the outside.
  *
  * Owns: the connection or file, the current packet.
  * Threads: one thread; the stop request may come from any.
  * Blocks: the constructor and next(), at most TIMEOUT_SECONDS at a time for a silent network
  *   source; a stop request ends the wait.
- * Errors: MediaError.
+ * Errors: MediaError. Sound of a kind that is not stored is left out, with one warning.
  */
 class MediaSource {
  public:
@@ -38,7 +40,7 @@ class MediaSource {
   };
 
   /** stop must outlive the object. */
-  MediaSource(const std::string& url, const MediaStop& stop);
+  MediaSource(const std::string& url, const MediaStop& stop, bool withAudio = false);
   MediaSource(const MediaSource&) = delete;
   MediaSource& operator=(const MediaSource&) = delete;
   ~MediaSource();
@@ -54,21 +56,29 @@ class MediaSource {
   /** The stream's header as its container has it; empty when there is none. */
   [[nodiscard]] MediaBytes header() const;
 
-  /** Moves to the next packet of the stream; false at the end and after a stop request. */
+  /** The parameters of the sound; null when there is none. */
+  [[nodiscard]] const AVCodecParameters* audio() const;
+
+  /** Moves to the next packet; false at the end and after a stop request. */
   [[nodiscard]] bool next();
+  /** Whether the packet is one of the sound. */
+  [[nodiscard]] bool isAudio() const { return isAudio_; }
   [[nodiscard]] AVPacket& packet() const;
   /** A new header that came with the packet; empty for nearly all. */
   [[nodiscard]] MediaBytes packetHeader() const;
   /** Time stamps of the packet in microseconds; nothing when the source has none. */
   [[nodiscard]] std::optional<std::int64_t> dtsUs() const;
   [[nodiscard]] std::optional<std::int64_t> ptsUs() const;
+  /** How long the packet lasts; 0 when the source does not say. */
+  [[nodiscard]] std::int64_t durationUs() const;
 
  private:
   struct Handles;
 
-  void open(const std::string& url);
+  void open(const std::string& url, bool withAudio);
   void useArrivalTimes();
   void chooseStream();
+  void chooseAudio();
   void describeStream();
   void startWaiting();
   [[nodiscard]] bool waitIsOver() const;
@@ -81,6 +91,8 @@ class MediaSource {
   Info info_;
   std::unique_ptr<Handles> handles_;
   AVStream* stream_ = nullptr;
+  AVStream* audio_ = nullptr;
+  bool isAudio_ = false;
   bool network_;
   std::int64_t waitEndUs_ = 0;  // of the monotonic clock
   unsigned int broken_ = 0;     // packets in a row that could not be read

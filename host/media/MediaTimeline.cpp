@@ -4,7 +4,7 @@
 
 MediaTimeline::Times MediaTimeline::place(Stamp dtsUs, Stamp ptsUs) {
   const std::int64_t dts = decodingTime(dtsUs, ptsUs);
-  const bool jumped = jumpsAt(dts);
+  const bool jumped = started_ && isJump(sourceUs_, dts);
   if (jumped) offsetUs_ = placedUs_ + frameUs_ - dts;
   const std::int64_t wanted = dts + offsetUs_;
   placedUs_ = started_ ? std::max(wanted, placedUs_ + LEAST_STEP_US) : wanted;
@@ -20,9 +20,4 @@ std::int64_t MediaTimeline::decodingTime(Stamp dtsUs, Stamp ptsUs) const {
   const std::int64_t earliest = *ptsUs - reorderFrames_ * frameUs_;
   const bool plausible = started_ && next <= *ptsUs && next + MAX_DISORDER_US >= earliest;
   return plausible ? next : earliest;
-}
-
-bool MediaTimeline::jumpsAt(std::int64_t dtsUs) const {
-  const std::int64_t step = dtsUs - sourceUs_;
-  return started_ && (step > MAX_PAUSE_US || step < -MAX_DISORDER_US);
 }

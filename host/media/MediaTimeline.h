@@ -37,9 +37,19 @@ class MediaTimeline {
   /** The place of the next frame in decoding order, from the stamps that the source has for it. */
   [[nodiscard]] Times place(Stamp dtsUs, Stamp ptsUs);
 
+  /** Whether a frame has its place. */
+  [[nodiscard]] bool started() const { return started_; }
+  /** The last frame's place, decoding time. */
+  [[nodiscard]] std::int64_t placedUs() const { return placedUs_; }
+  /** Timeline minus source, as of the last frame. */
+  [[nodiscard]] std::int64_t offsetUs() const { return offsetUs_; }
+  /** Whether a clock that went from one time to the next has jumped. */
+  [[nodiscard]] static bool isJump(std::int64_t fromUs, std::int64_t toUs) {
+    return toUs - fromUs > MAX_PAUSE_US || toUs - fromUs < -MAX_DISORDER_US;
+  }
+
  private:
   [[nodiscard]] std::int64_t decodingTime(Stamp dtsUs, Stamp ptsUs) const;
-  [[nodiscard]] bool jumpsAt(std::int64_t dtsUs) const;
 
   std::int64_t frameUs_;
   unsigned int reorderFrames_;

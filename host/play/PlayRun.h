@@ -7,14 +7,16 @@
 #include "host/HostError.h"
 #include "host/media/FrameLog.h"
 #include "host/media/MediaOutput.h"
+#include "host/play/AudioReader.h"
 #include "host/play/RecordingReader.h"
 
 class StopSignal;
 
 /**
- * Writes a stretch of a recording to a media file or a pipe.
+ * Writes a stretch of a recording to a media file or a pipe, with the sound that was recorded
+ * beside it where the file holds any.
  *
- * Owns: the reader and the output.
+ * Owns: the readers and the output.
  * Threads: one thread at a time for each object.
  * Blocks: writeAll() until all is written.
  * Errors: HostError and MediaError, each one line for a person.
@@ -29,12 +31,17 @@ class PlayRun {
     std::string output;        // file, or "-"
     std::string frameLog;      // file of one line for each frame written; empty for none
     bool fromLast = false;     // begin at the last key frame, whatever `at` says
+    bool audio = false;        // write the sound too
+    unsigned char audioStream = 0;
   };
 
   struct Result {
     std::uint64_t frames = 0;
     std::int64_t firstMs = 0;  // time of the first frame, since the epoch
     std::int64_t lastMs = 0;
+    std::uint64_t audioPackets = 0;
+    std::string audioLeftOut;   // codec of sound that the file does not hold
+    bool audioChanged = false;  // the rest of the sound is another one and was left out
     bool codecChanged = false;  // the rest of the stretch has another codec and was left out
   };
 
@@ -52,17 +59,21 @@ class PlayRun {
   /** Writes frames until the stretch or the recording ends; true when the stretch has ended. */
   [[nodiscard]] bool writeAll(const StopSignal& stop);
   /** Whether a recording in progress holds more frames now. */
-  [[nodiscard]] bool hasMore() { return reader_.resume(); }
+  [[nodiscard]] bool hasMore();
   /** Completes the output. */
   [[nodiscard]] Result finish();
 
  private:
+  void openAudio();
+  void writeAudio(std::int64_t beforeMs);
   [[nodiscard]] bool write(const RecordingReader::Frame& frame);
 
   const Options options_;
   RecordingReader reader_;
+  std::unique_ptr<AudioReader> audio_;  // null without sound
   KTString codec_;
   std::int64_t endMs_ = 0;
+  std::int64_t shownUntilMs_ = 0;  // end of the last picture
   std::unique_ptr<MediaOutput> output_;
   std::unique_ptr<FrameLog> frameLog_;
   Result result_;

@@ -20,19 +20,29 @@ KTString decimal(std::int64_t value) {
 }
 
 bool startsPlayback(const RecordingReader::Frame& frame) {
-  return frame.frame.isKFrame() || frame.frame.isJpeg();
+  const KTRFrameFormat::Kind kind = frame.frame.kind();
+  return kind == KTRFrameFormat::Key || kind == KTRFrameFormat::Jpeg ||
+         kind == KTRFrameFormat::Audio;
 }
 
 KTString codecOf(const KTRSettingsRow& settings) {
   const KTVector<KTString> pieces = settings.settings.tokenize(',');
-  constexpr unsigned int CODEC = 2;
-  return pieces.count() > CODEC ? pieces[CODEC] : KTString();
+  const unsigned int codec = settings.streamType == STREAM_AUDIO ? 1 : 2;
+  return pieces.count() > codec ? pieces[codec] : KTString();
 }
 
 }  // namespace
 
-RecordingReader::RecordingReader(const KTString& recorder, unsigned char stream)
-    : recorder_(recorder), stream_(stream), session_(recorder, 0) {}
+RecordingReader::RecordingReader(const KTString& recorder, unsigned char stream, Kind kind)
+    : recorder_(recorder),
+      stream_(stream),
+      video_(kind == Video ? std::make_unique<SessionPlayer>(recorder, 0) : nullptr),
+      audio_(kind == Audio ? std::make_unique<AudioSessionPlayer>(recorder, 0) : nullptr),
+      session_(kind == Video ? static_cast<KTRStreamReadSession&>(*video_) : *audio_) {}
+
+bool RecordingReader::loadStart(const Row& row) {
+  return audio_ != nullptr ? audio_->loadStart(row) : video_->loadStart(row);
+}
 
 bool RecordingReader::seek(std::int64_t seconds, std::int64_t spanSeconds) {
   Row row;
@@ -99,7 +109,7 @@ bool RecordingReader::enterNear(const Row& row, std::int64_t seconds) {
 }
 
 bool RecordingReader::enterStart(const Row& row) {
-  if (!session_.loadStart(row)) return false;
+  if (!loadStart(row)) return false;
   stamps_.restart(row.start_time);
   Frame first;
   do {
@@ -176,6 +186,7 @@ bool RecordingReader::read(Frame& frame) {
   read.timeMs = stamps_.unwrap(read.frame.timeStamp());
   read.codec = codec_;
   read.session = session_.recordSession().id;
+  if (audio_ != nullptr) read.audioHeader = audio_->header();
   frame = std::move(read);
   return true;
 }

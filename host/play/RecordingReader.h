@@ -2,14 +2,17 @@
 
 #include <cstdint>
 #include <deque>
+#include <memory>
 
+#include "host/play/AudioSessionPlayer.h"
 #include "host/play/SessionPlayer.h"
 #include "host/play/StampUnwrapper.h"
 #include "runtime/KTRVideoFrame.h"
 
 /**
  * Reads one stream of a recorder by time, as a person means it: from the last key frame at or
- * before a moment on, over the ends of record sessions, frame by frame with absolute times.
+ * before a moment on, over the ends of record sessions, frame by frame with absolute times. Every
+ * frame of sound is a key frame.
  *
  * Every move is a load with a new start time: that works on recordings in progress as well.
  *
@@ -21,14 +24,17 @@
  */
 class RecordingReader {
  public:
+  enum Kind { Video, Audio };
+
   struct Frame {
     KTRVideoFrame frame;
-    std::int64_t timeMs = 0;   // since the epoch, decoding time
-    KTString codec;            // as codec()
-    unsigned int session = 0;  // id of its record session
+    std::int64_t timeMs = 0;                         // since the epoch, decoding time
+    KTString codec;                                  // as codec()
+    unsigned int session = 0;                        // id of its record session
+    std::shared_ptr<const AudioHeader> audioHeader;  // null for pictures, and when it is damaged
   };
 
-  RecordingReader(const KTString& recorder, unsigned char stream);
+  RecordingReader(const KTString& recorder, unsigned char stream, Kind kind = Video);
 
   /**
    * Goes to a moment, seconds since the epoch. Where nothing was recorded then, to the first frame
@@ -64,6 +70,7 @@ class RecordingReader {
   [[nodiscard]] bool enterStart(const Row& row);
   [[nodiscard]] bool enterBehind(const Row& session);
   [[nodiscard]] bool load(const Row& row, std::int64_t seconds);
+  [[nodiscard]] bool loadStart(const Row& row);
   void enter(const Row& row, const Frame& first);
   [[nodiscard]] bool nextSession();
   [[nodiscard]] bool goOn();
@@ -75,7 +82,9 @@ class RecordingReader {
 
   KTString recorder_;
   unsigned char stream_;
-  SessionPlayer session_;
+  std::unique_ptr<SessionPlayer> video_;
+  std::unique_ptr<AudioSessionPlayer> audio_;  // one of the two
+  KTRStreamReadSession& session_;              // that one
   StampUnwrapper stamps_;
   KTString codec_;               // of the session being read
   Row current_;                  // the session being read

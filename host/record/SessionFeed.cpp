@@ -3,8 +3,10 @@
 #include <algorithm>
 
 #include "handles/KTR_DB_factory.h"
+#include "recording/KTRAudioStreamRecordSession.h"
+#include "recording/KTRVideoStreamRecordSession.h"
 #include "runtime/KTLogger.h"
-#include "runtime/KTRFrameFormat.h"
+#include "runtime/KTRFrameWriter.h"
 #include "runtime/LittleEndian.h"
 
 using std::chrono::seconds;
@@ -14,6 +16,10 @@ namespace {
 constexpr KTClock::Span FIRST_PAUSE = seconds(1);
 constexpr KTClock::Span LONGEST_PAUSE = seconds(30);
 constexpr const char* SESSION_ENDED = "the record session has ended";
+
+std::uint32_t stampOf(const KTDataBlock& frame) {
+  return loadLittleEndian(frame.data + KTRFrameFormat::STAMP_OFFSET);
+}
 
 KTDataBlock timeMessage() {
   const auto now = static_cast<std::uint32_t>(KTTimeValue::now().tv_sec);
@@ -35,7 +41,7 @@ void SessionFeed::feed(const KTDataBlock& frame, bool startsPlayback) {
   if (session_ != nullptr && commit(frame) == 0) return;
   if (session_ != nullptr) abandon();
   if (!startsPlayback || KTClock::instance()->elapsed() < nextTry_) return lose(SESSION_ENDED);
-  open();
+  open(frame);
   if (commit(frame) != 0) lose(SESSION_ENDED);
 }
 
@@ -44,7 +50,7 @@ int SessionFeed::commit(const KTDataBlock& frame) {
   gap_ = false;
   ++fed_;
   fedBytes_ += frame.size;
-  lastStampMs_ = loadLittleEndian(frame.data + KTRFrameFormat::STAMP_OFFSET);
+  lastStampMs_ = stampOf(frame);
   if (session_->progress().frames != 0) pause_ = KTClock::Span(0);
   return 0;
 }
@@ -58,11 +64,28 @@ bool SessionFeed::isCongested(bool startsPlayback) {
   return congested_;
 }
 
-void SessionFeed::open() {
-  auto session = std::make_unique<KTRVideoStreamRecordSession>(params_);
-  (void)session->commit(timeMessage(), KTRMessageType::Time, KTMessage::NormalPriority);
+void SessionFeed::open(const KTDataBlock& firstFrame) {
+  Session session = audioHeader_.size == 0 ? newVideo() : newAudio(firstFrame);
   const std::lock_guard guard(mutex_);
   session_ = std::move(session);
+}
+
+SessionFeed::Session SessionFeed::newVideo() const {
+  auto session = std::make_unique<KTRVideoStreamRecordSession>(params_);
+  (void)session->commit(timeMessage(), KTRMessageType::Time, KTMessage::NormalPriority);
+  return session;
+}
+
+// A session of sound knows no time message. Its first frame is kept aside as the header; the record
+// session begins with the stamp of that frame.
+SessionFeed::Session SessionFeed::newAudio(const KTDataBlock& firstFrame) const {
+  auto session = std::make_unique<KTRAudioStreamRecordSession>(params_);
+  const long now = KTTimeValue::now().tv_sec;
+  session->setServerTime(now, now);
+  const KTDataBlock header = KTRFrameWriter::build(KTRFrameFormat::Audio, stampOf(firstFrame),
+                                                   {{audioHeader_.data, audioHeader_.size}});
+  (void)session->commit(header, KTRMessageType::FrameData, KTMessage::NormalPriority);
+  return session;
 }
 
 void SessionFeed::replaceFullRing() {
@@ -96,10 +119,9 @@ void SessionFeed::finish() {
 void SessionFeed::close() {
   session_->wait();
   const KTRRecordProgress stored = session_->progress();
-  const bool complete = stored.frames == fed_;
   const long lastTime = session_->getRealTime(lastStampMs_);
   fedBytes_ = 0;
-  std::unique_ptr<KTRVideoStreamRecordSession> ended;
+  Session ended;
   {
     const std::lock_guard guard(mutex_);
     past_.stored += stored;
@@ -107,15 +129,15 @@ void SessionFeed::close() {
     ended = std::move(session_);
   }
   ended.reset();  // closes the file: not while progress() waits
-  if (stored.frames != 0) writeEnd(stored.sessionId, complete, lastTime);
+  if (stored.frames != 0) writeEnd(stored.sessionId, lastTime);
 }
 
 // A session's own last row update comes with its last key frame; what follows belongs to it too.
-void SessionFeed::writeEnd(unsigned int sessionId, bool complete, long lastTime) {
+void SessionFeed::writeEnd(unsigned int sessionId, long lastTime) {
   KTR_DB_factory* factory = KTR_DB_factory::instance();
   KTR_DB_handle* db = factory == nullptr ? nullptr : factory->db_instance(params_.dbName);
   if (db == nullptr || db->recordSessionTable() == nullptr) return;
-  if (complete) db->recordSessionTable()->updateEndTime(sessionId, lastTime, 0);
+  db->recordSessionTable()->updateEndTime(sessionId, lastTime, 0);
   db->recordSessionTable()->updateDataBase(true);
 }
 

@@ -4,14 +4,15 @@
 #include <memory>
 #include <mutex>
 
-#include "recording/KTRVideoStreamRecordSession.h"
+#include "recording/KTRStreamRecordSession.h"
 #include "runtime/KTClock.h"
 
 /**
  * Feeds the frames of one stream into record sessions and takes care of their lives: makes one at a
  * key frame, sends it the time first, replaces it long before its ring of slices is full, and makes
  * a new one when one has ended by itself: after a pause when that one has failed, at once when it
- * had stored all that it was fed (a camera that was silent for long).
+ * had stored all that it was fed (a camera that was silent for long). Every session of sound gets
+ * the header of the sound as its first frame.
  *
  * Owns: the running session.
  * Threads: one thread, the stream's; progress() from any.
@@ -41,30 +42,38 @@ class SessionFeed {
     }
   };
 
-  explicit SessionFeed(const KTRStreamRecordParams& params) : params_(params) {}
+  /** A feed of pictures; with an audio header, as AudioHeader::encode() makes it, one of sound. */
+  explicit SessionFeed(const KTRStreamRecordParams& params,
+                       const KTDataBlock& audioHeader = KTDataBlock())
+      : params_(params), audioHeader_(audioHeader) {}
   SessionFeed(const SessionFeed&) = delete;
   SessionFeed& operator=(const SessionFeed&) = delete;
   ~SessionFeed();
 
-  /** Hands one frame to a session; startsPlayback for key frames and JPEG pictures. */
+  /** Hands one frame to a session; startsPlayback for all but delta frames. */
   void feed(const KTDataBlock& frame, bool startsPlayback);
   /** Stores all that was fed and writes the rows. Harmless when nothing runs. */
   void finish();
   [[nodiscard]] Progress progress() const;
 
  private:
-  void open();
+  using Session = std::unique_ptr<KTRStreamRecordSession>;
+
+  void open(const KTDataBlock& firstFrame);
+  [[nodiscard]] Session newVideo() const;
+  [[nodiscard]] Session newAudio(const KTDataBlock& firstFrame) const;
   void replaceFullRing();
   void abandon();
   void lose(const char* reason);
   void close();
-  void writeEnd(unsigned int sessionId, bool complete, long lastTime);
+  void writeEnd(unsigned int sessionId, long lastTime);
   [[nodiscard]] bool isCongested(bool startsPlayback);
   [[nodiscard]] int commit(const KTDataBlock& frame);
 
   const KTRStreamRecordParams params_;
-  mutable std::mutex mutex_;  // guards session_ and past_ against progress()
-  std::unique_ptr<KTRVideoStreamRecordSession> session_;
+  const KTDataBlock audioHeader_;  // empty for pictures
+  mutable std::mutex mutex_;       // guards session_ and past_ against progress()
+  Session session_;
   Progress past_;
   std::uint64_t fed_ = 0;       // frames that the running session has taken
   std::uint64_t fedBytes_ = 0;  // of these frames

@@ -7,6 +7,7 @@
 
 #include "host/media/FrameSource.h"
 #include "host/media/MediaError.h"
+#include "host/record/AudioSettings.h"
 #include "host/record/VideoSettings.h"
 #include "runtime/KTLogger.h"
 #include "runtime/KTTask.h"
@@ -31,7 +32,7 @@ class MysqlThread {
 }  // namespace
 
 StreamRecorder::StreamRecorder(const Options& options) : options_(options) {
-  if (!options.frameLog.empty()) frameLog_ = std::make_unique<FrameLog>(options.frameLog);
+  if (!options.frameLog.empty()) video_.log = std::make_unique<FrameLog>(options.frameLog);
 }
 
 StreamRecorder::~StreamRecorder() {
@@ -52,7 +53,9 @@ void StreamRecorder::run() {
   try {
     while (!stop_ && recordSource()) {
     }
-    if (frameLog_ != nullptr) frameLog_->close();
+    for (Track* track : {&video_, &audio_}) {
+      if (track->log != nullptr) track->log->close();
+    }
   } catch (const std::exception& flaw) {
     fail(flaw.what());
   }
@@ -66,6 +69,7 @@ bool StreamRecorder::recordSource() {
   try {
     MediaInput::Options options;
     options.realtime = options_.realtime;
+    options.audio = options_.audio;
     options.stop = &stop_;
     MediaInput input(options_.url, options);
     recordFrames(input);
@@ -81,49 +85,77 @@ bool StreamRecorder::recordSource() {
 }
 
 void StreamRecorder::recordFrames(MediaInput& input) {
-  {
-    const std::lock_guard guard(mutex_);
-    feed_ = std::make_unique<SessionFeed>(paramsFor(input));
-  }
+  KTRStreamRecordParams params = paramsFor(options_.stream);
+  params.videoSettings = videoSettingsOf(input.info());
+  begin(video_, std::make_unique<SessionFeed>(params));
   // Whatever ends the reading, what was received is stored.
   struct Ending {
     StreamRecorder& recorder;
     ~Ending() {
-      recorder.feed_->finish();
-      const std::lock_guard guard(recorder.mutex_);
-      recorder.past_ += recorder.feed_->progress();
-      recorder.feed_.reset();
+      recorder.end(recorder.video_);
+      recorder.end(recorder.audio_);
     }
   } const ending{*this};
 
   FrameSource source(input);
   KTDataBlock frame;
   while (source.next(frame)) {
-    const unsigned char kind = frame.data[0] & ~KTRFrameFormat::COMPOSITION_FLAG;
-    feed_->feed(frame, kind != KTRFrameFormat::Delta);
-    log(frame);
+    store(frame, input);
     pause_ = KTClock::Span(0);
   }
 }
 
+void StreamRecorder::store(const KTDataBlock& frame, const MediaInput& input) {
+  const unsigned char kind = frame.data[0] & ~KTRFrameFormat::COMPOSITION_FLAG;
+  Track& track = kind == KTRFrameFormat::Audio ? audio_ : video_;
+  if (track.feed == nullptr) beginAudio(*input.audioHeader());
+  track.feed->feed(frame, kind != KTRFrameFormat::Delta);
+  log(track, frame);
+}
+
+void StreamRecorder::begin(Track& track, std::unique_ptr<SessionFeed> feed) {
+  const std::lock_guard guard(mutex_);
+  track.feed = std::move(feed);
+  track.used = true;
+}
+
+void StreamRecorder::end(Track& track) {
+  if (track.feed == nullptr) return;
+  track.feed->finish();
+  const std::lock_guard guard(mutex_);
+  track.past += track.feed->progress();
+  track.feed.reset();
+}
+
+// With the first frame of sound, for only then its header is known for sure.
+void StreamRecorder::beginAudio(const AudioHeader& header) {
+  if (!audio_.used && !options_.audioLog.empty()) try {
+      audio_.log = std::make_unique<FrameLog>(options_.audioLog);
+    } catch (const MediaError& flaw) {
+      fail(flaw.what());
+    }
+  KTRStreamRecordParams params = paramsFor(options_.audioStream);
+  params.audioSettings = audioSettingsOf(header);
+  begin(audio_, std::make_unique<SessionFeed>(params, header.encode()));
+}
+
 // A log that cannot be written is no reason to stop recording.
-void StreamRecorder::log(const KTDataBlock& frame) {
-  if (frameLog_ == nullptr) return;
+void StreamRecorder::log(Track& track, const KTDataBlock& frame) {
+  if (track.log == nullptr) return;
   try {
-    frameLog_->add(frame);
+    track.log->add(frame);
   } catch (const MediaError& flaw) {
     fail(flaw.what());
-    frameLog_.reset();
+    track.log.reset();
   }
 }
 
-KTRStreamRecordParams StreamRecorder::paramsFor(const MediaInput& input) const {
+KTRStreamRecordParams StreamRecorder::paramsFor(unsigned char stream) const {
   KTRStreamRecordParams params;
   params.dbName = KTString(options_.recorder);
-  params.videoSettings = videoSettingsOf(input.info());
   params.sliceSize = options_.sliceSize;
   params.storageDir = KTString(options_.storageDirectory);
-  params.streamId = options_.stream;
+  params.streamId = stream;
   return params;
 }
 
@@ -150,9 +182,15 @@ std::string StreamRecorder::takeError() {
   return std::exchange(error_, std::string());
 }
 
+SessionFeed::Progress StreamRecorder::progressOf(const Track& track) {
+  SessionFeed::Progress progress = track.past;
+  if (track.feed != nullptr) progress += track.feed->progress();
+  return progress;
+}
+
 StreamRecorder::Status StreamRecorder::status() const {
   const std::lock_guard guard(mutex_);
-  Status status{past_, failed_, done_};
-  if (feed_ != nullptr) status.progress += feed_->progress();
+  Status status{progressOf(video_), failed_, done_, {}};
+  if (audio_.used) status.audio = progressOf(audio_);
   return status;
 }

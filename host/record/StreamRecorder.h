@@ -3,6 +3,7 @@
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 
@@ -11,9 +12,10 @@
 #include "host/record/SessionFeed.h"
 
 /**
- * One stream being recorded: a thread that reads a source and feeds record sessions until the
- * source ends or is stopped. A camera that ends or fails is tried again, after a growing pause; so
- * is any other network source that fails. What else ends or cannot be read is done.
+ * One source being recorded, its pictures and its sound as a stream each: a thread that reads the
+ * source and feeds record sessions until it ends or is stopped. A camera that ends or fails is
+ * tried again, after a growing pause; so is any other network source that fails. What else ends or
+ * cannot be read is done.
  *
  * Owns: its thread, its source, its record sessions.
  * Threads: constructed, started, joined and destroyed by one thread; stop(), status() and
@@ -31,6 +33,9 @@ class StreamRecorder {
     unsigned char stream = 0;
     std::string url;
     std::string frameLog;  // file of one line for each frame fed; empty for none
+    bool audio = false;    // record the sound too, as a stream of its own
+    unsigned char audioStream = 0;
+    std::string audioLog;  // as frameLog, for the sound
     bool realtime = true;  // pace files
   };
 
@@ -38,6 +43,7 @@ class StreamRecorder {
     SessionFeed::Progress progress;
     bool failed = false;  // there is, or was, an error to take
     bool done = false;
+    std::optional<SessionFeed::Progress> audio;  // once there is sound
   };
 
   /** Records nothing before start(). */
@@ -47,6 +53,7 @@ class StreamRecorder {
   ~StreamRecorder();
 
   [[nodiscard]] unsigned char stream() const { return options_.stream; }
+  [[nodiscard]] unsigned char audioStream() const { return options_.audioStream; }
   [[nodiscard]] Status status() const;
   /** The error since the last call; empty when there is none. */
   [[nodiscard]] std::string takeError();
@@ -56,23 +63,35 @@ class StreamRecorder {
   void join();
 
  private:
+  /** Pictures or sound on their way. */
+  struct Track {
+    std::unique_ptr<SessionFeed> feed;
+    SessionFeed::Progress past;  // of the feeds before
+    std::unique_ptr<FrameLog> log;
+    bool used = false;
+  };
+
   void run();
   [[nodiscard]] bool recordSource();
   void recordFrames(MediaInput& input);
-  [[nodiscard]] KTRStreamRecordParams paramsFor(const MediaInput& input) const;
+  void store(const KTDataBlock& frame, const MediaInput& input);
+  void begin(Track& track, std::unique_ptr<SessionFeed> feed);
+  void end(Track& track);
+  void beginAudio(const AudioHeader& header);
+  [[nodiscard]] KTRStreamRecordParams paramsFor(unsigned char stream) const;
+  [[nodiscard]] static SessionFeed::Progress progressOf(const Track& track);
   void pauseBeforeRetry(const std::string& reason);
-  void log(const KTDataBlock& frame);
+  void log(Track& track, const KTDataBlock& frame);
   void fail(const std::string& error);
 
   const Options options_;
   std::atomic<bool> stop_{false};
-  mutable std::mutex mutex_;  // guards feed_, past_, error_, failed_ and done_
-  std::unique_ptr<SessionFeed> feed_;
-  SessionFeed::Progress past_;
+  mutable std::mutex mutex_;  // guards the feeds of the tracks, error_, failed_ and done_
+  Track video_;
+  Track audio_;
   std::string error_;
   bool failed_ = false;
   bool done_ = false;
-  std::unique_ptr<FrameLog> frameLog_;
   KTClock::Span pause_{0};
   std::thread thread_;
 };

@@ -230,6 +230,7 @@ TEST_F(KTR_DB_factoryTest, DropsADatabaseAndItsHandle) {
 TEST_F(KTR_DB_factoryTest, WithoutMemoryForAConnectionNothingIsDeleted) {
   calls.failInit();
   KTR_DB_factory broken;
+  EXPECT_EQ(log.count(128, "mysql_init failed: no memory"), 2U);  // tried again to connect
   EXPECT_TRUE(log.has(128, "Fatal Error CAN't connect to DATABASE !"));
   log.clear();
   EXPECT_FALSE(broken.deleteDB("cam1"));

@@ -44,5 +44,5 @@ TEST(StreamSourceTest, KeepsTheUpperHalfForSound) {
   EXPECT_EQ(127, StreamSource::parseAll({"127=a"}, StreamSource::VideoAndAudio).front().stream);
   EXPECT_THAT(
       usageErrorOf([] { return StreamSource::parseAll({"129=a"}, StreamSource::VideoAndAudio); }),
-      HasSubstr("kept for the sound of stream 1"));
+      HasSubstr("kept for the sound of stream 1: give a number from 0 to 127, or --no-audio"));
 }

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "host/media/AudioFrameParser.h"
 #include "runtime/KTLogger.h"
 #include "runtime/KTRVideoFrame.h"
 #include "tests/host_media/StoredFrames.h"
@@ -139,6 +140,35 @@ TEST_F(FrameSourceTest, JumpOfTheSourcesClockIsAWarning) {
   EXPECT_EQ(framesOf(twice).size(), 100U);
   EXPECT_TRUE(
       log_.has(KTLogger::Warning, "[ FrameSource ] " + twice + ": the clock of the source jumped"));
+}
+
+TEST_F(FrameSourceTest, SoundBecomesFramesOfItsOwnOnTheClockOfThePictures) {
+  const TempDir dir;
+  const std::string url = TestClip::makeBeeps(dir.path() + "/a.mp4", "aac", {.seconds = 3});
+  std::vector<AudioPacket> packets;
+  unsigned int pictures = 0;
+  unsigned int sounds = 0;
+  for (const KTDataBlock& frame : framesOf(url, true)) {
+    ASSERT_TRUE(frame_.parse(frame));
+    if (frame_.kind() != KTRFrameFormat::Audio) {
+      EXPECT_EQ(frame_.timeStamp(), 8U * 3600 * 1000 + 40 * pictures++);
+      continue;
+    }
+    AudioFrameParser parser;
+    ASSERT_TRUE(parser.parse(frame_.payload(), frame_.timeStamp()));
+    for (const AudioPacket& packet : parser.packets()) packets.push_back(packet);
+    ++sounds;
+  }
+  EXPECT_EQ(pictures, 75U);
+  EXPECT_GT(sounds, 9U);
+  EXPECT_LT(sounds, 14U);
+  std::vector<AudioPacket> expected = soundOf(url).packets;
+  std::erase_if(expected, [](const AudioPacket& packet) { return packet.timeUs < 0; });
+  ASSERT_EQ(packets.size(), expected.size());
+  for (size_t i = 0; i < packets.size(); ++i) {
+    EXPECT_EQ(packets[i].bytes, expected[i].bytes);
+    EXPECT_EQ(packets[i].timeUs, 8LL * 3600 * 1'000'000 + expected[i].timeUs);
+  }
 }
 
 }  // namespace

@@ -80,4 +80,15 @@ TEST_F(FrameStamperTest, EqualTimesStillRise) {
   EXPECT_EQ(arrive(0, 0), first + 1);
 }
 
+TEST_F(FrameStamperTest, SoundHasTheClockOfTheFrames) {
+  EXPECT_FALSE(stamper_.started());
+  const std::int64_t first = arrive(0, 5000, true);
+  EXPECT_TRUE(stamper_.started());
+  EXPECT_EQ(stamper_.clockUs(5'000'000) / 1000 % FrameStamper::DAY_MS, first);
+  EXPECT_EQ(stamper_.clockUs(5'040'123) - stamper_.clockUs(5'000'000), 40'123);
+  clock_.stepWall(3600);
+  arrive(40, 5040, true);
+  EXPECT_EQ(stamper_.clockUs(5'040'000) / 1000 % FrameStamper::DAY_MS, first + 3'600'040);
+}
+
 }  // namespace

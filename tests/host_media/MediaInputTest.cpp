@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <numeric>
 
+#include "runtime/KTLogger.h"
 #include "tests/host_media/StoredFrames.h"
+#include "tests/support/LogCapture.h"
 #include "tests/support/ManualClock.h"
 #include "tests/support/TempDir.h"
 #include "tests/support/TestClip.h"
@@ -48,6 +50,8 @@ class MediaInputTest : public testing::Test {
       EXPECT_NEAR(static_cast<double>(units[i].ptsMs), std::stod(shown[i]) * 1000, 0.51) << i;
     }
   }
+
+  [[nodiscard]] std::string path(const std::string& name) const { return dir_.path() + "/" + name; }
 
   TempDir dir_;
 };
@@ -249,6 +253,81 @@ TEST_F(MediaInputTest, CutOffFileGivesWhatThereIs) {
   const size_t units = unitsOf(cut).size();
   EXPECT_GT(units, 5U);
   EXPECT_LT(units, 50U);
+}
+
+TEST_F(MediaInputTest, SoundComesPacketForPacketWithItsTimes) {
+  struct Case {
+    const char* name;
+    const char* encoder;
+    AudioCodec codec;
+  };
+  for (const Case& each :
+       {Case{"a.mp4", "aac", AudioCodec::Aac}, Case{"b.mkv", "libopus", AudioCodec::Opus},
+        Case{"c.mkv", "pcm_alaw -ar 8000", AudioCodec::PcmAlaw},
+        Case{"d.mkv", "pcm_mulaw -ar 8000", AudioCodec::PcmMulaw},
+        Case{"e.mkv", "libmp3lame", AudioCodec::Mp3}}) {
+    SCOPED_TRACE(each.name);
+    const std::string url = TestClip::makeBeeps(path(each.name), each.encoder, H264);
+    const StoredSound sound = soundOf(url);
+    ASSERT_TRUE(sound.header.has_value());
+    EXPECT_EQ(sound.header->codec, each.codec);
+    EXPECT_EQ(std::to_string(sound.header->sampleRate), TestClip::audioStream(url, "sample_rate"));
+    EXPECT_EQ(sound.header->channels, 1U);
+    const std::vector<std::string> times = TestClip::audioPackets(url, "pts_time");
+    const std::vector<std::string> sizes = TestClip::audioPackets(url, "size");
+    ASSERT_EQ(sound.packets.size(), times.size());
+    for (size_t i = 0; i < times.size(); ++i) {
+      EXPECT_EQ(std::to_string(sound.packets[i].bytes.size), sizes[i]);
+      EXPECT_NEAR(static_cast<double>(sound.packets[i].timeUs), std::stod(times[i]) * 1e6, 2000);
+    }
+  }
+}
+
+TEST_F(MediaInputTest, AacLosesItsAdtsHeads) {
+  const std::string url = TestClip::makeBeeps(path("a.ts"), "aac", H264);
+  const StoredSound sound = soundOf(url);
+  ASSERT_TRUE(sound.header.has_value());
+  EXPECT_FALSE(sound.header->extraData.empty());
+  const std::vector<std::string> sizes = TestClip::audioPackets(url, "size");
+  ASSERT_EQ(sound.packets.size(), sizes.size());
+  for (size_t i = 0; i < sizes.size(); ++i) {
+    EXPECT_EQ(sound.packets[i].bytes.size + 7, std::stoul(sizes[i]));
+  }
+}
+
+TEST_F(MediaInputTest, SoundIsDeliveredOnlyWhenItIsWanted) {
+  MediaInput input(TestClip::makeBeeps(path("a.mp4"), "aac", H264), {.realtime = false});
+  for (AccessUnit unit; input.read(unit);) EXPECT_TRUE(input.takeAudio().empty());
+  EXPECT_EQ(input.audioHeader(), nullptr);
+}
+
+TEST_F(MediaInputTest, SourceWithoutSoundHasNone) {
+  EXPECT_FALSE(soundOf(clip("a.mp4", H264)).header.has_value());
+}
+
+TEST_F(MediaInputTest, SoundOfAnotherKindIsLeftOutWithOneWarning) {
+  const LogCapture log;
+  const std::string url =
+      TestClip::makeBeeps(path("a.mkv"), "vorbis -strict experimental -ac 2", H264);
+  EXPECT_FALSE(soundOf(url).header.has_value());
+  EXPECT_TRUE(log.has(KTLogger::Warning,
+                      "[ MediaSource ] " + url +
+                          ": the sound (vorbis) is left out, only AAC, Opus, G.711 and MP3 are " +
+                          "stored: set the camera to one of them or convert the file"));
+  EXPECT_EQ(log.lines().size(), 1U);
+}
+
+TEST_F(MediaInputTest, SoundGoesOnBesideThePicturesWhenTheClockBeginsAgain) {
+  const std::string once = TestClip::makeBeeps(path("a.ts"), "aac", H264);
+  const std::string twice = path("b.ts");
+  ASSERT_EQ(system(("cat " + once + " " + once + " > " + twice).c_str()), 0);
+  const std::vector<AudioPacket> first = soundOf(once).packets;
+  const std::vector<AudioPacket> both = soundOf(twice).packets;
+  const std::vector<StoredUnit> pictures = unitsOf(twice);
+  ASSERT_GE(both.size(), 2 * first.size() - 1);
+  const std::int64_t shiftUs = (pictures[50].ptsMs - pictures[0].ptsMs) * 1000;
+  EXPECT_NEAR(static_cast<double>(both.back().timeUs),
+              static_cast<double>(first.back().timeUs + shiftUs), 2000);
 }
 
 }  // namespace

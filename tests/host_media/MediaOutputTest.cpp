@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 
@@ -30,6 +31,16 @@ class MediaOutputTest : public testing::Test {
     EXPECT_EQ(TestClip::pictures(result), pictures) << result;
   }
 
+  // The error of looking at an output's name; empty when there is none.
+  static std::string checkErrorOf(const std::string& path) {
+    try {
+      MediaOutput::checkName(path);
+    } catch (const MediaError& error) {
+      return error.what();
+    }
+    return "";
+  }
+
   // The error of writing frames to an output; empty when there is none.
   static std::string errorOf(const std::string& path, const std::vector<KTDataBlock>& frames = {},
                              MediaCodec codec = MediaCodec::H264) {
@@ -39,6 +50,26 @@ class MediaOutputTest : public testing::Test {
       return error.what();
     }
     return "";
+  }
+
+  // Writes the pictures of a source and then its sound, on one clock.
+  static void writeWithSound(const std::string& source, const StoredSound& sound,
+                             const std::string& path) {
+    MediaOutput output(path, MediaCodec::H264, &*sound.header);
+    KTRVideoFrame parser;
+    const std::vector<KTDataBlock> frames = framesOf(source);
+    std::int64_t startMs = 0;
+    for (const KTDataBlock& frame : frames) {
+      ASSERT_TRUE(parser.parse(frame));
+      if (output.frames() == 0) startMs = parser.timeStamp();
+      output.write(parser.timeStamp(), parser);
+    }
+    const std::int64_t firstUs = unitsOf(source).front().dtsMs * 1000;
+    for (AudioPacket packet : sound.packets) {
+      packet.timeUs += startMs * 1000 - firstUs;
+      output.writeAudio(packet);
+    }
+    output.finish();
   }
 
   TempDir dir_;
@@ -156,6 +187,60 @@ TEST_F(MediaOutputTest, FramesThatAreNoVideoAreNotWritten) {
     output.write(0, frame);
   }
   EXPECT_EQ(output.frames(), 0U);
+}
+
+TEST_F(MediaOutputTest, ChecksNameAndPlaceWithoutMakingAnything) {
+  for (const char* name : {"a.mp4", "a.mkv", "a.h264", "a.hevc", "a.mjpg"}) {
+    EXPECT_EQ(checkErrorOf(path(name)), "");
+    EXPECT_FALSE(std::filesystem::exists(path(name)));
+  }
+  EXPECT_EQ(checkErrorOf("-"), "");
+  EXPECT_EQ(checkErrorOf("relative.mp4"), "");
+  EXPECT_THAT(checkErrorOf(path("a.avi")), HasSubstr("does not say what to write"));
+  EXPECT_EQ(checkErrorOf(path("no/a.mp4")),
+            "cannot write " + path("no/a.mp4") +
+                ": No such file or directory: choose another place for the output");
+  std::filesystem::create_directory(path("folder.mp4"));
+  EXPECT_THAT(checkErrorOf(path("folder.mp4")), HasSubstr("folder.mp4: Is a directory"));
+}
+
+TEST_F(MediaOutputTest, SoundComesBackPacketForPacket) {
+  for (const char* encoder : {"aac", "libopus", "libmp3lame", "pcm_alaw -ar 8000"}) {
+    const std::string source = TestClip::makeBeeps(path("a.mkv"), encoder, {});
+    const StoredSound sound = soundOf(source);
+    for (const char* name : {"b.mp4", "b.mkv"}) {
+      if (!MediaOutput::holdsAudio(name, sound.header->codec)) continue;
+      SCOPED_TRACE(std::string(encoder) + " " + name);
+      writeWithSound(source, sound, path(name));
+      EXPECT_EQ(TestClip::audioStream(path(name), "codec_name"),
+                TestClip::audioStream(source, "codec_name"));
+      std::vector<std::string> sizes = TestClip::audioPackets(source, "size");
+      const std::int64_t startUs = unitsOf(source).front().dtsMs * 1000;
+      const auto before = std::count_if(sound.packets.begin(), sound.packets.end(),
+                                        [&](auto& packet) { return packet.timeUs < startUs; });
+      sizes.erase(sizes.begin(), sizes.begin() + before);
+      EXPECT_EQ(TestClip::audioPackets(path(name), "size"), sizes);
+      EXPECT_EQ(TestClip::pictures(path(name)), TestClip::pictures(source));
+    }
+  }
+}
+
+TEST_F(MediaOutputTest, TellsWhichSoundAFileHolds) {
+  EXPECT_TRUE(MediaOutput::holdsAudio("a.mp4", AudioCodec::Aac));
+  EXPECT_TRUE(MediaOutput::holdsAudio("a.mkv", AudioCodec::PcmAlaw));
+  EXPECT_FALSE(MediaOutput::holdsAudio("a.mp4", AudioCodec::PcmAlaw));
+  EXPECT_FALSE(MediaOutput::holdsAudio("a.mp4", AudioCodec::PcmMulaw));
+  for (const char* name : {"a.h264", "-"}) {
+    EXPECT_FALSE(MediaOutput::holdsAudio(name));
+    EXPECT_FALSE(MediaOutput::holdsAudio(name, AudioCodec::Aac));
+  }
+}
+
+TEST_F(MediaOutputTest, RawOutputPassesOverSound) {
+  const std::string source = TestClip::makeBeeps(path("a.mkv"), "aac", {});
+  writeWithSound(source, soundOf(source), path("b.h264"));
+  writeFrames(framesOf(source), path("c.h264"), MediaCodec::H264);
+  EXPECT_EQ(system(("cmp " + path("b.h264") + " " + path("c.h264")).c_str()), 0);
 }
 
 }  // namespace

@@ -17,13 +17,25 @@ std::vector<StoredUnit> unitsOf(const std::string& url) {
   return units;
 }
 
-std::vector<KTDataBlock> framesOf(const std::string& url) {
+std::vector<KTDataBlock> framesOf(const std::string& url, bool audio) {
   ManualClock clock(1699948800);  // a sleep moves it at once, so that real time costs no time
-  MediaInput input(url);
+  MediaInput input(url, {.audio = audio});
   FrameSource source(input);
   std::vector<KTDataBlock> frames;
   for (KTDataBlock frame; source.next(frame);) frames.push_back(frame);
   return frames;
+}
+
+StoredSound soundOf(const std::string& url) {
+  MediaInput input(url, {.realtime = false, .audio = true});
+  StoredSound sound;
+  for (bool more = true; more;) {
+    AccessUnit unit;
+    more = input.read(unit);
+    for (const AudioPacket& packet : input.takeAudio()) sound.packets.push_back(packet);
+  }
+  if (input.audioHeader() != nullptr) sound.header = *input.audioHeader();
+  return sound;
 }
 
 void writeFrames(const std::vector<KTDataBlock>& frames, const std::string& path,

@@ -1,6 +1,7 @@
 // What the media suites share: a clip as the frames that a record session would get.
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -20,10 +21,17 @@ struct StoredUnit {
 [[nodiscard]] std::vector<StoredUnit> unitsOf(const std::string& url);
 
 /** Every frame of a source, unpaced, the stamps counted from 08:00 of a ManualClock. */
-[[nodiscard]] std::vector<KTDataBlock> framesOf(const std::string& url);
+[[nodiscard]] std::vector<KTDataBlock> framesOf(const std::string& url, bool audio = false);
 
 /** Writes the frames to a MediaOutput as playback does. */
 void writeFrames(const std::vector<KTDataBlock>& frames, const std::string& path, MediaCodec codec);
+
+/** The sound of a source, unpaced, and its header. */
+struct StoredSound {
+  std::vector<AudioPacket> packets;
+  std::optional<AudioHeader> header;
+};
+[[nodiscard]] StoredSound soundOf(const std::string& url);
 
 /** The kinds of the NAL units of an Annex B access unit, in order. */
 [[nodiscard]] std::vector<NalKind> kindsOf(MediaCodec codec, MediaBytes annexB);

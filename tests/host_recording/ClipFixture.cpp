@@ -9,12 +9,15 @@ StreamRecorder::Options ClipFixture::source(const std::string& url) const {
   options.sliceSize = 1 << 20;
   options.stream = STREAM;
   options.url = url;
+  options.audio = true;
+  options.audioStream = SOUND;
   return options;
 }
 
 StreamRecorder::Status ClipFixture::record(const std::string& url) {
   StreamRecorder::Options options = source(url);
   options.frameLog = path("in");
+  options.audioLog = path("in.sound");
   StreamRecorder recorder(options);
   recorder.start();
   recorder.join();

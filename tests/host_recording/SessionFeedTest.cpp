@@ -30,6 +30,17 @@ class SessionFeedTest : public RecorderFixture {
   }
 
   void make(const KTRStreamRecordParams& params) { feed_ = std::make_unique<SessionFeed>(params); }
+  void makeSound(const std::string& header) {
+    KTRStreamRecordParams sound = params();
+    feed_ = std::make_unique<SessionFeed>(
+        sound, KTDataBlock(reinterpret_cast<const unsigned char*>(header.data()),
+                           static_cast<unsigned int>(header.size())));
+  }
+  /** What the header file of a record session holds. */
+  [[nodiscard]] std::string headerOf(unsigned int session) const {
+    std::ifstream file(prefix(session) + "audioHeader.dat");
+    return {std::istreambuf_iterator<char>(file), {}};
+  }
   void feed(KTRFrameFormat::Kind kind) {
     feed_->feed(makeFrame(kind, stampNow()), kind != KTRFrameFormat::Delta);
   }
@@ -220,4 +231,35 @@ TEST_F(SessionFeedTest, BoundsWhatWaitsForTheDatabase) {
   feed_->finish();
   EXPECT_EQ(dropped + 1, lost());
   EXPECT_EQ(frames - dropped + 1, stored());
+}
+
+TEST_F(SessionFeedTest, EverySessionOfSoundBeginsWithTheHeader) {
+  makeSound("header");
+  for (unsigned int session = 1; session <= 2; ++session) {
+    feed(KTRFrameFormat::Audio);
+    pass(1);
+    feed(KTRFrameFormat::Audio);
+    feed_->finish();
+    EXPECT_EQ("header", headerOf(session));
+  }
+  EXPECT_EQ(4U, stored());
+  EXPECT_EQ(0U, lost());
+  EXPECT_EQ((std::vector<std::string>{
+                "1," + std::to_string(START) + "," + std::to_string(START + 1),
+                "1," + std::to_string(START + 1) + "," + std::to_string(START + 2)}),
+            rows("SELECT streamType,start_time,end_time FROM recordSessions ORDER BY id"));
+}
+
+TEST_F(SessionFeedTest, SoundThatWasSilentForLongGoesOnInANewSession) {
+  makeSound("header");
+  feed(KTRFrameFormat::Audio);
+  settleFeed();
+  pass(16);
+  awaitDeath();
+  EXPECT_TRUE(log_.has(KTLogger::Warning, "NO AUDIO PACKET -> CLOSING Session #3  "));
+  feed(KTRFrameFormat::Audio);
+  feed_->finish();
+  EXPECT_EQ(2U, stored());
+  EXPECT_EQ(0U, lost());
+  EXPECT_EQ("header", headerOf(2));
 }

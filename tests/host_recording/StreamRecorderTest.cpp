@@ -109,3 +109,46 @@ TEST_F(StreamRecorderTest, StopsWhenItIsDestroyed) {
   awaitLog("trying again");
   recorder_.reset();
 }
+
+TEST_F(StreamRecorderTest, RecordsTheSoundAsAStreamOfItsOwn) {
+  const StreamRecorder::Status status = record(beeps("a.mp4", "aac", {.seconds = 4}));
+  EXPECT_EQ(100U, status.progress.stored.frames);
+  ASSERT_TRUE(status.audio.has_value());
+  EXPECT_EQ(lines("in.sound").size(), status.audio->stored.frames);
+  EXPECT_EQ(0U, status.audio->lost);
+  EXPECT_LT(11U, status.audio->stored.frames);
+  EXPECT_GT(19U, status.audio->stored.frames);
+  EXPECT_EQ((std::vector<std::string>{"3,0,25,0,h264,160x120,", "131,1,1,aac,48000"}),
+            rows("SELECT streamID,recordSessions.streamType,settings FROM recordSessions JOIN "
+                 "streamSettings ON settingsID=streamSettings.id ORDER BY streamID"));
+}
+
+TEST_F(StreamRecorderTest, BothStreamsHaveTheTimesOfTheSource) {
+  record(beeps("a.mp4", "aac", {.seconds = 4}));
+  EXPECT_EQ(rows("SELECT start_time,end_time FROM recordSessions WHERE streamID=3"),
+            rows("SELECT start_time,end_time FROM recordSessions WHERE streamID=131"));
+}
+
+TEST_F(StreamRecorderTest, SourceWithoutSoundIsOneStream) {
+  const StreamRecorder::Status status = record(clip("a.mp4", {.seconds = 1}));
+  EXPECT_FALSE(status.audio.has_value());
+  EXPECT_EQ("1", value("SELECT COUNT(*) FROM recordSessions"));
+}
+
+TEST_F(StreamRecorderTest, SoundStaysOutWhenItIsNotWanted) {
+  StreamRecorder::Options options = source(beeps("a.mp4", "aac", {.seconds = 1}));
+  options.audio = false;
+  StreamRecorder& recorder = start(options);
+  recorder.join();
+  EXPECT_FALSE(recorder.status().audio.has_value());
+  EXPECT_EQ("1", value("SELECT COUNT(*) FROM recordSessions"));
+}
+
+TEST_F(StreamRecorderTest, ALogOfTheSoundThatCannotBeMadeDoesNotEndTheRecording) {
+  StreamRecorder::Options options = source(beeps("a.mp4", "aac", {.seconds = 1}));
+  options.audioLog = path("no/such/place");
+  StreamRecorder& recorder = start(options);
+  recorder.join();
+  EXPECT_THAT(recorder.takeError(), StartsWith("cannot write the frame log"));
+  EXPECT_LT(0U, recorder.status().audio->stored.frames);
+}

@@ -25,10 +25,25 @@ class TestClip {
   /** Makes a clip; the extension of path decides on the container. Returns path. */
   static std::string make(const std::string& path, const Form& form);
   static std::string make(const std::string& path) { return make(path, Form()); }
+  /**
+   * Makes a clip with a white picture and a beep at the same moment, every two seconds from second
+   * 1 on; the rest is black and silent. audio is the encoder of the sound and its options.
+   */
+  static std::string makeBeeps(const std::string& path, const std::string& audio, const Form& form);
   /** Makes a sound file without video. */
   static std::string makeSound(const std::string& path);
   /** Runs ffmpeg with these arguments. */
   static void ffmpeg(const std::string& arguments);
+
+  /** When white pictures begin, seconds, as ffmpeg decodes the clip. */
+  [[nodiscard]] static std::vector<double> flashes(const std::string& path);
+  /** When beeps begin, seconds, as ffmpeg decodes the clip. */
+  [[nodiscard]] static std::vector<double> beeps(const std::string& path);
+  /** One field of every packet of sound as ffprobe prints it. */
+  [[nodiscard]] static std::vector<std::string> audioPackets(const std::string& path,
+                                                             const std::string& field);
+  /** One field of the sound stream as ffprobe prints it; empty without sound. */
+  [[nodiscard]] static std::string audioStream(const std::string& path, const std::string& field);
 
   /** A hash of each decoded picture, in the order of showing. */
   [[nodiscard]] static std::vector<std::string> pictures(const std::string& path);
