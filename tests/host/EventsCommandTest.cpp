@@ -1,20 +1,14 @@
 #include "host/commands/EventsCommand.h"
 
-#include <gmock/gmock.h>
-#include <sys/wait.h>
-
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
-#include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
 
 #include "host/server/OptionFile.h"
 #include "host/server/ServerConnection.h"
 #include "host/server/ServerLease.h"
-#include "tests/host/HostTestRoot.h"
-#include "tests/support/TempDir.h"
+#include "tests/host/ProgramFixture.h"
 #include "tests/support/TestClip.h"
 
 namespace fs = std::filesystem;
@@ -24,35 +18,22 @@ using testing::HasSubstr;
 namespace {
 
 /** Runs the program on a root with the recorder "cam". */
-class EventsCommandTest : public testing::Test {
+class EventsCommandTest : public ProgramFixture {
  protected:
-  EventsCommandTest() {
+  void SetUp() override {
+    root_ = std::make_unique<HostTestRoot>();
+    lease_.emplace(ServerLease::acquire(root_->paths()));
     ServerConnection connection;
-    EXPECT_TRUE(connection.connectTo(root_.paths().socket(), OptionFile::currentUser()));
+    ASSERT_TRUE(connection.connectTo(root_->paths().socket(), OptionFile::currentUser()));
     (void)connection.value("CREATE DATABASE ktr_cam");
   }
 
-  /** Runs a shell text in which E is ktr events, R the storage root and $O where it is named. */
+  /** As ProgramFixture::shell(), in UTC, and $O names root and recorder. */
   int shell(const std::string& text) {
-    const std::string program = fs::read_symlink("/proc/self/exe").parent_path() / "ktr";
-    const std::string command = "export TZ=UTC; K=" + program + " R=" + root_.path() +
-                                " O='--root " + root_.path() + " --recorder cam'; { " + text +
-                                "; } >" + dir_.path() + "/out 2>" + dir_.path() + "/err </dev/null";
-    const int status = std::system(command.c_str());
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    return ProgramFixture::shell("export TZ=UTC; O=\"--root $R --recorder cam\"; " + text);
   }
-  [[nodiscard]] std::string out() const { return contents("/out"); }
-  [[nodiscard]] std::string err() const { return contents("/err"); }
 
-  HostTestRoot root_;
-  TempDir dir_;
-  ServerLease lease_ = ServerLease::acquire(root_.paths());
-
- private:
-  [[nodiscard]] std::string contents(const std::string& name) const {
-    std::ifstream file(dir_.path() + name);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
+  std::optional<ServerLease> lease_;  // one server for all commands of a case
 };
 
 }  // namespace
@@ -100,7 +81,7 @@ TEST_F(EventsCommandTest, ChecksWhatItIsGiven) {
 }
 
 TEST_F(EventsCommandTest, ShowsEventsAmongTheSessions) {
-  TestClip::make(root_.path() + "/clip.mp4");
+  TestClip::make(root_->path() + "/clip.mp4");
   EXPECT_EQ(0, shell("$K events add $O --sensor 5 --type 1 --at 1000 && "
                      "$K record $O 1=$R/clip.mp4 && "
                      "s=$($K sessions $O --json | sed -n 's/.*\"end\": \\([0-9]*\\),/\\1/p') && "
@@ -109,7 +90,7 @@ TEST_F(EventsCommandTest, ShowsEventsAmongTheSessions) {
       << err();
   EXPECT_THAT(out(), HasSubstr("\nevents      "));
   EXPECT_THAT(out(), HasSubstr("! event"));
-  const json events = json::parse(std::ifstream(root_.path() + "/j"))["events"];
+  const json events = json::parse(std::ifstream(root_->path() + "/j"))["events"];
   ASSERT_EQ(1U, events.size());
   EXPECT_EQ(6, events[0]["sensor"]);
 }

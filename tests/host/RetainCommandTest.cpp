@@ -1,19 +1,12 @@
 #include "host/commands/RetainCommand.h"
 
-#include <gmock/gmock.h>
-#include <sys/wait.h>
-
-#include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
-#include <memory>
 #include <nlohmann/json.hpp>
+#include <optional>
 
 #include "host/RecorderLock.h"
 #include "host/server/ServerLease.h"
-#include "tests/host/HostTestRoot.h"
-#include "tests/support/TempDir.h"
+#include "tests/host/ProgramFixture.h"
 #include "tests/support/TestClip.h"
 
 namespace fs = std::filesystem;
@@ -24,44 +17,29 @@ using testing::StartsWith;
 namespace {
 
 /** Runs the program on a root with two recorders, "cam" and "other", of two seconds each. */
-class RetainCommandTest : public testing::Test {
+class RetainCommandTest : public ProgramFixture {
  protected:
   void SetUp() override {
-    TestClip::make(root_.path() + "/clip.mp4");
+    root_ = std::make_unique<HostTestRoot>();
+    lease_.emplace(ServerLease::acquire(root_->paths()));
+    TestClip::make(root_->path() + "/clip.mp4");
     for (const char* name : {"cam", "other"}) {
       ASSERT_EQ(0, ktr(std::string("record 1=$R/clip.mp4 --recorder ") + name)) << err();
     }
   }
 
   /** Runs ktr with words in which $R is the storage root: its exit status. */
-  int ktr(const std::string& words) {
-    const std::string program = fs::read_symlink("/proc/self/exe").parent_path() / "ktr";
-    const std::string command = "R=" + root_.path() + "; " + program + " " + words +
-                                " --root $R >" + dir_.path() + "/out 2>" + dir_.path() +
-                                "/err </dev/null";
-    const int status = std::system(command.c_str());
-    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-  }
-  [[nodiscard]] std::string out() const { return contents("/out"); }
-  [[nodiscard]] std::string err() const { return contents("/err"); }
+  int ktr(const std::string& words) { return shell("$K " + words + " --root $R"); }
 
   [[nodiscard]] int slices(const std::string& recorder) const {
     int count = 0;
-    for (const auto& entry : fs::recursive_directory_iterator(root_.path() + "/" + recorder)) {
+    for (const auto& entry : fs::recursive_directory_iterator(root_->path() + "/" + recorder)) {
       if (entry.path().extension() == ".dat") ++count;
     }
     return count;
   }
 
-  HostTestRoot root_;
-  TempDir dir_;
-  ServerLease lease_ = ServerLease::acquire(root_.paths());
-
- private:
-  [[nodiscard]] std::string contents(const std::string& name) const {
-    std::ifstream file(dir_.path() + name);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
+  std::optional<ServerLease> lease_;  // one server for all commands of a case
 };
 
 }  // namespace
@@ -90,7 +68,7 @@ TEST_F(RetainCommandTest, PrintsJson) {
 }
 
 TEST_F(RetainCommandTest, LeavesARecorderThatIsBeingRecordedAlone) {
-  const RecorderLock lock(root_.root(), RecorderName::parse("cam"));
+  const RecorderLock lock(root_->root(), RecorderName::parse("cam"));
   EXPECT_EQ(1, ktr("retain --recorder cam --max-size 0"));
   EXPECT_EQ(
       "ktr: recorder 'cam' is being recorded: give these options to its ktr record instead, or "
