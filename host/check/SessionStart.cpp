@@ -19,7 +19,7 @@ constexpr long LONGEST_SESSION = 60 * DAY;  // that a file's time is believed
 constexpr long ROW_TOLERANCE = 60;  // the header of sound may come that long before its frames
 constexpr long FILE_TIME_TOLERANCE = 3600;
 
-/** The first slice with a frame; its first frame as on 1 January 1970. */
+/** The first slice with a frame; its first frame as on 2 January 1970. */
 struct FirstSlice {
   unsigned int number = 0;
   long first = 0;
@@ -34,6 +34,7 @@ std::optional<long> firstOf(const std::string& path) {
   std::vector<long> times;
   SliceScanner scanner(path);
   StampUnwrapper clock;
+  clock.restart(DAY);
   for (auto item = scanner.next(); item != SliceScanner::End; item = scanner.next()) {
     if (item != SliceScanner::Record) continue;
     times.push_back(static_cast<long>(clock.unwrap(scanner.record().stampMs) / 1000));
@@ -70,8 +71,7 @@ long secondsOf(const SessionFiles& files, const FirstSlice& slice) {
 long nearest(const FirstSlice& slice, long time) {
   StampUnwrapper clock;
   clock.restart(time);
-  const long ofDay = ((slice.first % DAY) + DAY) % DAY;
-  return static_cast<long>(clock.unwrap(static_cast<uint32_t>(ofDay * 1000)) / 1000);
+  return static_cast<long>(clock.unwrap(static_cast<uint32_t>(slice.first % DAY * 1000)) / 1000);
 }
 
 bool fits(std::optional<long> noon, long time) {
