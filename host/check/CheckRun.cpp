@@ -36,6 +36,10 @@ std::vector<CheckSubject> CheckRun::subjects() {
     subject.live = options_.recording && id > highest_;
   }
   std::vector<CheckSubject> subjects;
+  if (options_.sessions) {
+    std::erase_if(found,
+                  [&](const auto& each) { return !options_.sessions->contains(each.first); });
+  }
   for (auto& [id, subject] : found) subjects.push_back(std::move(subject));
   return subjects;
 }

@@ -2,6 +2,7 @@
 
 #include <functional>
 #include <map>
+#include <optional>
 #include <set>
 #include <string>
 #include <vector>
@@ -27,7 +28,8 @@ class CheckRun {
     std::string directory;  // of the recorder
     std::string database;   // its name on the server
     CheckLevel level = CheckLevel::Index;
-    bool recording = false;  // a process records the recorder now
+    std::optional<std::set<unsigned int>> sessions;  // only these, if given
+    bool recording = false;                          // a process records the recorder now
     std::function<bool()> stop = [] { return false; };
     /** Bytes of slices that were dealt with, and of all there are. */
     std::function<void(uint64_t, uint64_t)> progress = [](uint64_t, uint64_t) {};

@@ -54,7 +54,9 @@ void SessionCheck::add(Finding::Kind kind, const std::function<void(Finding&)>& 
 
 void SessionCheck::checkWithoutRow() {
   const SessionFiles& files = *subject_->files;
-  if (subject_->live) return;
+  const bool nothing =
+      files.slices.empty() && !files.audioHeader && !files.sidecar && files.leftovers.empty();
+  if (subject_->live || nothing) return;
   add(files.hasContent() ? Finding::FilesWithoutRows : Finding::Leftover, [&](Finding& each) {
     each.count = std::max<uint64_t>(1, files.slices.size());
     each.bytes = files.bytes();
@@ -102,6 +104,7 @@ void SessionCheck::checkRow() {
     });
   }
   for (const std::string& path : subject_->files->leftovers) {
+    if (subject_->live) break;
     add(Finding::Leftover, [&](Finding& each) { each.detail = path; });
   }
 }

@@ -25,7 +25,7 @@
 class SliceFile {
  public:
   /** How much is read at once: little for single places, much for walking through. */
-  enum Window : size_t { Places = 4096, Walk = 1U << 20 };
+  enum Window : size_t { Places = 4096, Walk = 1U << 20, LargestRecord = 3U << 20 };
 
   explicit SliceFile(const std::string& path, Window window = Places);
 

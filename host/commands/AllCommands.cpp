@@ -4,6 +4,7 @@
 #include "host/commands/EventsCommand.h"
 #include "host/commands/PlayCommand.h"
 #include "host/commands/RecordCommand.h"
+#include "host/commands/RepairCommand.h"
 #include "host/commands/RetainCommand.h"
 #include "host/commands/ServerCommand.h"
 #include "host/commands/SessionsCommand.h"
@@ -16,6 +17,7 @@ std::vector<std::unique_ptr<Command>> makeAllCommands() {
   commands.push_back(std::make_unique<EventsCommand>());
   commands.push_back(std::make_unique<RetainCommand>());
   commands.push_back(std::make_unique<CheckCommand>());
+  commands.push_back(std::make_unique<RepairCommand>());
   commands.push_back(std::make_unique<ServerCommand>());
   return commands;
 }

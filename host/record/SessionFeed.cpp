@@ -51,6 +51,7 @@ int SessionFeed::commit(const KTDataBlock& frame) {
   ++fed_;
   fedBytes_ += frame.size;
   lastStampMs_ = stampOf(frame);
+  sidecar_.note(session_->progress().sessionId);
   if (session_->progress().frames != 0) pause_ = KTClock::Span(0);
   return 0;
 }
@@ -122,6 +123,7 @@ void SessionFeed::finish() {
 void SessionFeed::close() {
   session_->wait();
   const KTRRecordProgress stored = session_->progress();
+  sidecar_.note(stored.sessionId);
   const long lastTime = session_->getRealTime(lastStampMs_);
   fedBytes_ = 0;
   Session ended;

@@ -5,6 +5,7 @@
 #include <memory>
 #include <mutex>
 
+#include "host/record/SidecarWriter.h"
 #include "recording/KTRStreamRecordSession.h"
 #include "runtime/KTClock.h"
 
@@ -48,7 +49,7 @@ class SessionFeed {
   /** A feed of pictures; with an audio header, as AudioHeader::encode() makes it, one of sound. */
   explicit SessionFeed(const KTRStreamRecordParams& params,
                        const KTDataBlock& audioHeader = KTDataBlock())
-      : params_(params), audioHeader_(audioHeader) {}
+      : params_(params), audioHeader_(audioHeader), sidecar_(params, audioHeader) {}
   SessionFeed(const SessionFeed&) = delete;
   SessionFeed& operator=(const SessionFeed&) = delete;
   ~SessionFeed();
@@ -80,7 +81,8 @@ class SessionFeed {
 
   const KTRStreamRecordParams params_;
   const KTDataBlock audioHeader_;  // empty for pictures
-  mutable std::mutex mutex_;       // guards session_ and past_ against progress()
+  SidecarWriter sidecar_;
+  mutable std::mutex mutex_;  // guards session_ and past_ against progress()
   Session session_;
   Progress past_;
   std::uint64_t fed_ = 0;       // frames that the running session has taken
