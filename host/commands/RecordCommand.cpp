@@ -12,6 +12,7 @@
 #include "host/input/DurationText.h"
 #include "host/record/SessionIdFloor.h"
 #include "host/system/StopSignal.h"
+#include "runtime/KTLogger.h"
 
 using std::chrono::seconds;
 
@@ -88,7 +89,12 @@ int RecordCommand::run(HostContext& context) {
   const RecorderLock lock(root, name);
   const Recorders recorders = makeRecorders(sources);
   KTR_DB_handle& handle = context.createRecorder(name);
-  SessionIdFloor::raise(handle, root.recorderDirectory(name));
+  if (const unsigned int id = SessionIdFloor::raise(handle, root.recorderDirectory(name))) {
+    KTLogger::instance()->log(KTLogger::Warning,
+                              "the database has lost sessions whose files are there: new ones "
+                              "begin at id %u; see ktr check",
+                              id);
+  }
 
   const bool terminal = isatty(STDERR_FILENO) != 0;
   RecordDisplay display(context.err(), terminal);
