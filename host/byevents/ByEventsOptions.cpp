@@ -33,7 +33,7 @@ void ByEventsOptions::addTo(CLI::App& command, CLI::Option& sliceSize) {
 
 std::optional<ByEvents> ByEventsOptions::byEvents() const {
   if (keyFrames_.empty()) return std::nullopt;
-  return ByEvents{keyFrames(), afterEvent()};
+  return ByEvents{keyFrames(), std::chrono::seconds(DurationText::parse(afterEvent_))};
 }
 
 int ByEventsOptions::keyFrames() const {
@@ -43,12 +43,4 @@ int ByEventsOptions::keyFrames() const {
                      "give 2 to 100; how many seconds that is depends on the camera");
   }
   return static_cast<int>(*number);
-}
-
-KTClock::Span ByEventsOptions::afterEvent() const {
-  const long seconds = DurationText::parse(afterEvent_);
-  if (seconds == 0) {
-    throw usageError("an event cannot end when it is confirmed", "give at least 1s");
-  }
-  return std::chrono::seconds(seconds);
 }

@@ -28,14 +28,13 @@ class ByEventsOptions {
   ByEventsOptions(const ByEventsOptions&) = delete;
   ByEventsOptions& operator=(const ByEventsOptions&) = delete;
 
-  /** The option that goes with sliceSize no more. */
+  /** Makes the options; sliceSize is not to be given with them. */
   void addTo(CLI::App& command, CLI::Option& sliceSize);
   /** Nothing for a recording without interruption. */
   [[nodiscard]] std::optional<ByEvents> byEvents() const;
 
  private:
   [[nodiscard]] int keyFrames() const;
-  [[nodiscard]] KTClock::Span afterEvent() const;
 
   std::string keyFrames_;
   std::string afterEvent_ = "30s";
