@@ -94,9 +94,9 @@ int RecordCommand::run(HostContext& context) {
   for (const StreamSource& source : sources) MediaInput::check(source.url);
 
   StopSignal signal;
+  EventConfirmations confirmations;
   context.open(options_, HostContext::Recording);
   const RecorderLock lock(root, name);
-  EventConfirmations confirmations;
   if (byEvents) confirmations.listen(root.recorderDirectory(name));
   const Recorders recorders = makeRecorders(sources);
   KTR_DB_handle& handle = context.createRecorder(name);
