@@ -179,6 +179,7 @@ TEST_F(RetentionRunTest, ARunningWindowIsTakenAsOpenAndOneThatWasLeftIsNot) {
   (void)handle_->db_do_query("UPDATE recordSessions SET dataAvailable=2");
   (void)pass(optionsOf(maxSlices(0)), true);
   EXPECT_EQ("2.0", onDisk());
+  clock_.advanceSeconds(1);
   (void)pass(maxSlices(0));
   EXPECT_EQ("", onDisk());
 }
