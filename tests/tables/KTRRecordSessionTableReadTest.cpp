@@ -262,7 +262,7 @@ TEST_F(KTRRecordSessionTableReadTest, TellsTheEarliestStart) {
   add(4000000000U, 4000000001U);
   EXPECT_EQ(table.getMinStartTime(), 300);
   server.exec("DELETE FROM " + in("recordSessions") + " WHERE id=1");
-  EXPECT_EQ(table.getMinStartTime(), 4000000000L);
+  EXPECT_EQ(table.getMinStartTime(), static_cast<long>(4000000000U));
   EXPECT_EQ(sent("SELECT min(start_time) FROM recordSessions"), 3U);
 }
 
