@@ -61,6 +61,12 @@ class KTR_API KTRStreamRecordSession : public KTRTask {
   [[nodiscard]] bool mkDirFull(const KTString& path);
 
   [[nodiscard]] KTRRecordProgress progress() const;
+  /**
+   * What the paths of all files of the record session begin with that was opened last; empty before
+   * the first. It outlives the session's row, so that a host can remove the files of a recording by
+   * events that nothing has confirmed. To be asked once wait() has returned.
+   */
+  [[nodiscard]] const KTString& filePrefix() const { return filePrefix_; }
 
  protected:
   /** Server seconds, as all rules of the sessions count them. */
@@ -108,6 +114,7 @@ class KTR_API KTRStreamRecordSession : public KTRTask {
   KTThreadMutex timeMutex_{KTThreadMutex::Plain};
   KTRStreamRecordParams params_;
   std::unique_ptr<KTRFile> file_;
+  KTString filePrefix_;
   int sessionFlag_ = 1;
   unsigned int refreshPeriod_ = 15;
   unsigned int refreshCounter_ = 0;

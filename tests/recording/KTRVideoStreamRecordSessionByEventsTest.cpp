@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "runtime/KTRFrameWriter.h"
 #include "tests/support/FileSizeLimit.h"
 #include "tests/support/RecorderFixture.h"
@@ -72,6 +74,15 @@ TEST_F(KTRVideoStreamRecordSessionByEventsTest, UnconfirmedByEventsSessionIsRemo
   EXPECT_EQ(indexRows(), 0U);
   EXPECT_TRUE(
       log_.has(16, "KTRVideoStreamRecordSession::run() remove session 1 because of ByEvents"));
+}
+
+TEST_F(KTRVideoStreamRecordSessionByEventsTest, EndedSessionStillNamesItsFiles) {
+  beginByEvents(10);
+  key();
+  send(KTRMessageType::Stop);
+  session_->wait();
+  EXPECT_EQ(value("SELECT count(*) FROM recordSessions"), "0");
+  EXPECT_EQ(std::filesystem::path(session_->filePrefix().c_str()).lexically_normal(), prefix(1));
 }
 
 TEST_F(KTRVideoStreamRecordSessionByEventsTest, ConfirmedEventKeepsTheSession) {
