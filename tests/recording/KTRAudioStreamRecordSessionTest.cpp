@@ -68,6 +68,11 @@ TEST_F(KTRAudioStreamRecordSessionTest, FirstFrameBecomesTheHeaderFileAndIsStore
   EXPECT_EQ(fs::file_size(slicePath(1, 0)), 0U);
 }
 
+TEST_F(KTRAudioStreamRecordSessionTest, DatabaseIsCreatedBeforeTheFirstFrame) {
+  begin();
+  EXPECT_NE(factory_->db_instance("cam"), nullptr);
+}
+
 TEST_F(KTRAudioStreamRecordSessionTest, FirstFrameOpensASession) {
   beginWithHeader();
   EXPECT_TRUE(log_.has(16, "Starting KTRAudioStreamRecordSession..."));
@@ -106,7 +111,7 @@ TEST_F(KTRAudioStreamRecordSessionTest, StoredFrameAddsOneRowAndMovesTheEnd) {
   audioEvery(2, 1);
   EXPECT_EQ(rows("SELECT _offset,_time FROM dataStreams ORDER BY _time").back(),
             recordEnd(1) + "," + std::to_string(START + 3));
-  EXPECT_EQ(ofSession("end_time"), std::to_string(START + 3));
+  EXPECT_EQ(ofSession("end_time,realFps"), std::to_string(START + 3) + ",15");
 }
 
 TEST_F(KTRAudioStreamRecordSessionTest, RowsOfOneSecondCollapseToTheFirst) {
@@ -473,16 +478,35 @@ TEST_F(KTRAudioStreamRecordSessionTest, ConfirmedEventKeepsTheSession) {
   audioEvery(1, 20);
   EXPECT_TRUE(sliceExists(0)) << "a confirmed session is cut no more";
   stop();
-  EXPECT_EQ(ofSession("dataAvailable"), "1");
+  EXPECT_EQ(dataOf(1), "1");
 }
 
 TEST_F(KTRAudioStreamRecordSessionTest, ConfirmationOfAContinuousRecordingChangesNothing) {
   beginWithHeader();
+  forgetData(1);
   send(KTRMessageType::EventConfirmed);
   audioEvery(1, 1);
   EXPECT_FALSE(ended());
-  stop();
-  EXPECT_EQ(ofSession("dataAvailable"), "1");
+  EXPECT_EQ(dataOf(1), "0");
+}
+
+TEST_F(KTRAudioStreamRecordSessionTest, ConfirmationMarksTheSessionAsHavingData) {
+  beginByEventsWithHeader(10);
+  forgetData(1);
+  send(KTRMessageType::EventConfirmed);
+  settle();
+  EXPECT_EQ(dataOf(1), "1");
+}
+
+TEST_F(KTRAudioStreamRecordSessionTest, NewByEventsSessionCountsFramesAndSlicesAnew) {
+  beginByEventsWithHeader(0);
+  audioEvery(1, 9);
+  send(KTRMessageType::ByEvents);
+  audioEvery(1, 4);
+  EXPECT_FALSE(fs::exists(slicePath(2, 1)));
+  audioEvery(1, 1);
+  EXPECT_TRUE(fs::exists(slicePath(2, 1)));
+  EXPECT_TRUE(fs::exists(slicePath(2, 0)));
 }
 
 TEST_F(KTRAudioStreamRecordSessionTest, SwitchToByEventsStartsANewSessionAtTheNextFrame) {

@@ -125,6 +125,15 @@ void RecorderFixture::evictFirstRow() {
   }
 }
 
+void RecorderFixture::forgetData(unsigned int session) {
+  EXPECT_EQ(db()->recordSessionTable()->updateDataAvailable(session, 0), 0U);
+}
+
+std::string RecorderFixture::dataOf(unsigned int session) {
+  db()->recordSessionTable()->updateDataBase(true);
+  return value("SELECT dataAvailable FROM recordSessions WHERE id=" + std::to_string(session));
+}
+
 unsigned int RecorderFixture::indexRows() {
   return static_cast<unsigned int>(std::stoul(value("SELECT count(*) FROM dataStreams")));
 }

@@ -66,6 +66,10 @@ class RecorderFixture : public testing::Test {
   [[nodiscard]] std::string value(const std::string& sql);
   /** Makes the record session table forget the row that it holds in memory for session 1. */
   void evictFirstRow();
+  /** Notes of a session that it has no data. */
+  void forgetData(unsigned int session);
+  /** What is noted of a session's data: "1" when there is some. */
+  [[nodiscard]] std::string dataOf(unsigned int session);
   [[nodiscard]] unsigned int indexRows();
   [[nodiscard]] bool ended() const { return !session_->alive(); }
   /** The storage directory of START's day, with its last "/". */
