@@ -85,6 +85,22 @@ TEST(KTRRemovalGuardTest, RefusesWhateverAShellCouldReadAsMoreThanAPath) {
   }
 }
 
+TEST(KTRRemovalGuardTest, AllowsEveryCharacterThatNoShellReadsOtherwise) {
+  EXPECT_EQ(KTRRemovalGuard::refusal(
+                "/abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789/._-"),
+            nullptr);
+}
+
+TEST(KTRRemovalGuardTest, RefusesEveryDirectoryOfTheSystem) {
+  for (const std::string name :
+       {"bin", "boot", "etc", "lib", "lib32", "lib64", "proc", "sbin", "sys", "usr"}) {
+    for (const std::string path : {"/" + name, "/" + name + "/rec"}) {
+      EXPECT_STREQ(KTRRemovalGuard::refusal(KTString(path)), "it belongs to the system") << path;
+    }
+    EXPECT_EQ(KTRRemovalGuard::refusal(KTString("/" + name + "x")), nullptr);
+  }
+}
+
 TEST(KTRRemovalGuardTest, RefusesAZeroByteInsideThePath) {
   EXPECT_STREQ(KTRRemovalGuard::refusal(KTString("/a\0b", 4)), CHARACTERS);
 }
