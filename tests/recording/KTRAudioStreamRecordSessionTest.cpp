@@ -4,6 +4,7 @@
 
 #include <filesystem>
 #include <fstream>
+#include <mutex>
 
 #include "runtime/KTRFrameWriter.h"
 #include "tests/support/ClientCalls.h"
@@ -341,6 +342,24 @@ TEST_F(KTRAudioStreamRecordSessionTest, StopStoresWhatWasCommittedBefore) {
   send(KTRMessageType::Stop);
   session_->wait();
   EXPECT_EQ(session_->progress().frames, 50U);
+  EXPECT_EQ(session_->queueLength(), 0U);
+}
+
+TEST_F(KTRAudioStreamRecordSessionTest, MessagesBehindTheStopAreDropped) {
+  beginWithHeader();
+  std::mutex gate;
+  log_.whenLogged("[ KTRAUDIOStreamRecordSession::run() ] : UNKNOWN",
+                  [&gate] { const std::lock_guard wait(gate); });
+  {
+    const std::lock_guard closed(gate);
+    send(0x200);
+    send(KTRMessageType::Stop);
+    for (int i = 0; i < 3; ++i) {
+      send(KTRMessageType::FrameData, makeFrame(Format::Audio, stampNow()));
+    }
+  }
+  session_->wait();
+  EXPECT_EQ(session_->progress().frames, 0U);
   EXPECT_EQ(session_->queueLength(), 0U);
 }
 

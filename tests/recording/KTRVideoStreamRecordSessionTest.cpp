@@ -167,6 +167,24 @@ TEST_F(KTRVideoStreamRecordSessionTest, StopStoresWhatWasCommittedBefore) {
   EXPECT_EQ(session_->progress().frames, 100U);
 }
 
+TEST_F(KTRVideoStreamRecordSessionTest, MessagesBehindTheStopAreDropped) {
+  begin();
+  key();
+  std::mutex gate;
+  log_.whenLogged(UNKNOWN, [&gate] { const std::lock_guard wait(gate); });
+  {
+    const std::lock_guard closed(gate);
+    send(0x200);
+    send(KTRMessageType::Stop);
+    for (int i = 0; i < 3; ++i) {
+      send(KTRMessageType::FrameData, makeFrame(Format::Delta, stampNow()));
+    }
+  }
+  session_->wait();
+  EXPECT_EQ(session_->progress().frames, 1U);
+  EXPECT_EQ(session_->queueLength(), 0U);
+}
+
 TEST_F(KTRVideoStreamRecordSessionTest, FifteenSecondsOfSilenceEndTheSession) {
   begin();
   key();
