@@ -4,7 +4,6 @@
 
 #include <filesystem>
 #include <fstream>
-#include <mutex>
 
 #include "runtime/KTRFrameWriter.h"
 #include "tests/support/ClientCalls.h"
@@ -19,6 +18,7 @@ namespace fs = std::filesystem;
 using Format = KTRFrameFormat;
 
 constexpr const char* HEADER = "codec header";
+constexpr const char* UNKNOWN = "[ KTRAUDIOStreamRecordSession::run() ] : UNKNOWN";
 
 std::string contents(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
@@ -288,7 +288,7 @@ TEST_F(KTRAudioStreamRecordSessionTest, UnknownMessagesAreReportedAndTheIgnoredK
   send(KTRMessageType::Time, KTDataBlock(8));
   send(0x200);
   settle();
-  EXPECT_EQ(log_.count(64, "[ KTRAUDIOStreamRecordSession::run() ] : UNKNOWN"), 2U);
+  EXPECT_EQ(log_.count(64, UNKNOWN), 2U);
   EXPECT_FALSE(ended());
 }
 
@@ -326,8 +326,7 @@ TEST_F(KTRAudioStreamRecordSessionTest, SwitchGoesBeforeTheConfirmation) {
 
 TEST_F(KTRAudioStreamRecordSessionTest, SlowTurnsAreNotReported) {
   begin();
-  log_.whenLogged("[ KTRAUDIOStreamRecordSession::run() ] : UNKNOWN",
-                  [this] { clock_.advanceSeconds(4); });
+  log_.whenLogged(UNKNOWN, [this] { clock_.advanceSeconds(4); });
   send(0x200);
   settle();
   header();
@@ -347,17 +346,13 @@ TEST_F(KTRAudioStreamRecordSessionTest, StopStoresWhatWasCommittedBefore) {
 
 TEST_F(KTRAudioStreamRecordSessionTest, MessagesBehindTheStopAreDropped) {
   beginWithHeader();
-  std::mutex gate;
-  log_.whenLogged("[ KTRAUDIOStreamRecordSession::run() ] : UNKNOWN",
-                  [&gate] { const std::lock_guard wait(gate); });
-  {
-    const std::lock_guard closed(gate);
+  whileHeldUpBy(UNKNOWN, [&] {
     send(0x200);
     send(KTRMessageType::Stop);
     for (int i = 0; i < 3; ++i) {
       send(KTRMessageType::FrameData, makeFrame(Format::Audio, stampNow()));
     }
-  }
+  });
   session_->wait();
   EXPECT_EQ(session_->progress().frames, 0U);
   EXPECT_EQ(session_->queueLength(), 0U);

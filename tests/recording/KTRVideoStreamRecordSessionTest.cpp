@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <filesystem>
-#include <mutex>
 
 #include "runtime/KTRFrameWriter.h"
 #include "tests/support/ClientCalls.h"
@@ -170,16 +169,13 @@ TEST_F(KTRVideoStreamRecordSessionTest, StopStoresWhatWasCommittedBefore) {
 TEST_F(KTRVideoStreamRecordSessionTest, MessagesBehindTheStopAreDropped) {
   begin();
   key();
-  std::mutex gate;
-  log_.whenLogged(UNKNOWN, [&gate] { const std::lock_guard wait(gate); });
-  {
-    const std::lock_guard closed(gate);
+  whileHeldUpBy(UNKNOWN, [&] {
     send(0x200);
     send(KTRMessageType::Stop);
     for (int i = 0; i < 3; ++i) {
       send(KTRMessageType::FrameData, makeFrame(Format::Delta, stampNow()));
     }
-  }
+  });
   session_->wait();
   EXPECT_EQ(session_->progress().frames, 1U);
   EXPECT_EQ(session_->queueLength(), 0U);
@@ -288,14 +284,11 @@ TEST_F(KTRVideoStreamRecordSessionTest, ReportOfALateFrameCountsWhatWaitsBehindI
   begin();
   key();
   const unsigned int late = stampNow() - 301 * 1000;
-  std::mutex gate;
-  log_.whenLogged(UNKNOWN, [&gate] { const std::lock_guard wait(gate); });
-  {
-    const std::lock_guard closed(gate);
+  whileHeldUpBy(UNKNOWN, [&] {
     send(0x200);
     send(KTRMessageType::FrameData, makeFrame(Format::Key, late) + makeFrame(Format::Delta, late));
     send(KTRMessageType::Ignored);
-  }
+  });
   settle();
   EXPECT_TRUE(
       log_.has(64, "Recording is too slow => closing session serverTime:" + std::to_string(START) +
@@ -400,16 +393,12 @@ TEST_F(KTRVideoStreamRecordSessionTest, UnknownMessagesAreReportedAndTheIgnoredK
 TEST_F(KTRVideoStreamRecordSessionTest, LongQueueIsReportedAtEveryStoredFrame) {
   begin();
   key();
-  // The session is held up by its own log line until the queue is long.
-  std::mutex gate;
-  log_.whenLogged(UNKNOWN, [&gate] { const std::lock_guard wait(gate); });
-  {
-    const std::lock_guard closed(gate);
+  whileHeldUpBy(UNKNOWN, [&] {
     send(0x200);
     for (int i = 0; i < 25; ++i) {
       send(KTRMessageType::FrameData, makeFrame(Format::Delta, stampNow()));
     }
-  }
+  });
   settle();
   // 24, 23, 22 and 21 messages waited behind the first four frames.
   const auto identity = static_cast<unsigned int>(reinterpret_cast<std::uintptr_t>(session_.get()));

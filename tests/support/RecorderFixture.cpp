@@ -1,6 +1,7 @@
 #include "tests/support/RecorderFixture.h"
 
 #include <filesystem>
+#include <mutex>
 #include <thread>
 
 #include "recording/KTRAudioStreamRecordSession.h"
@@ -84,6 +85,14 @@ void RecorderFixture::settle(KTRTask& task) {
     std::this_thread::sleep_for(std::chrono::microseconds(50));
   }
   if (!task.alive()) task.wait();
+}
+
+void RecorderFixture::whileHeldUpBy(const std::string& line,
+                                    const std::function<void()>& commitAll) {
+  const auto gate = std::make_shared<std::mutex>();
+  log_.whenLogged(line, [gate] { const std::lock_guard wait(*gate); });
+  const std::lock_guard closed(*gate);
+  commitAll();
 }
 
 void RecorderFixture::stop() {

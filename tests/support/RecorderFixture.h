@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -49,6 +50,8 @@ class RecorderFixture : public testing::Test {
   /** Waits until a task has taken every message and waits again, or has ended. */
   void settle(KTRTask& task);
   void settle() { settle(*session_); }
+  /** Commits messages while the session's thread is held up in a log line that it comes to. */
+  void whileHeldUpBy(const std::string& line, const std::function<void()>& commitAll);
   /** Sends the stop message, waits for the end and destroys the session. */
   void stop();
 
