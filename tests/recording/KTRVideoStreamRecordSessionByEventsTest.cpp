@@ -94,8 +94,25 @@ TEST_F(KTRVideoStreamRecordSessionByEventsTest, ConfirmedEventKeepsTheSession) {
   keyEvery(1, 20);
   EXPECT_TRUE(sliceExists(0)) << "a confirmed session is cut no more";
   stop();
-  db()->recordSessionTable()->updateDataBase(true);
-  EXPECT_EQ(value("SELECT dataAvailable FROM recordSessions"), "1");
+  EXPECT_EQ(dataOf(1), "1");
+}
+
+TEST_F(KTRVideoStreamRecordSessionByEventsTest, ConfirmationMarksTheSessionAsHavingData) {
+  beginByEvents(10);
+  key();
+  forgetData(1);
+  send(KTRMessageType::EventConfirmed);
+  settle();
+  EXPECT_EQ(dataOf(1), "1");
+}
+
+TEST_F(KTRVideoStreamRecordSessionByEventsTest, ConfirmationOfAContinuousRecordingMarksNothing) {
+  begin();
+  key();
+  forgetData(1);
+  send(KTRMessageType::EventConfirmed);
+  settle();
+  EXPECT_EQ(dataOf(1), "0");
 }
 
 TEST_F(KTRVideoStreamRecordSessionByEventsTest,
