@@ -99,8 +99,11 @@ class KTR_API KTRStreamRecordSession : public KTRTask {
   void takeFrames(const KTDataBlock& data, KTRVideoFrame& parser);
   /** Keeps the record session of a recording by events, and goes on without interruption. */
   void confirmEvent();
-  /** Removes a record session by events that was not confirmed; text takes its id for the log. */
-  void removeUnconfirmed(const char* text) __attribute__((format(printf, 2, 0)));
+  /**
+   * Removes a record session by events that was not confirmed; text takes its id for the log. Logs
+   * alone when db is null.
+   */
+  void removeUnconfirmed(KTR_DB_handle* db, const char* text) __attribute__((format(printf, 3, 0)));
 
   /** Notes the stamp of an indexed frame; one that runs backwards asks for a new record session. */
   void followFrameClock(unsigned int stampMs);

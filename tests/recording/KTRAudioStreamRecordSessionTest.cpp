@@ -558,4 +558,14 @@ TEST_F(KTRAudioStreamRecordSessionTest, WithoutADatabaseTheSessionEndsAtItsFirst
   EXPECT_FALSE(session().saveHeader(KTDataBlock(20)));
 }
 
+TEST_F(KTRAudioStreamRecordSessionTest, UnconfirmedEndIsToldEvenWithoutADatabase) {
+  KTRStreamRecordParams nowhere = params();
+  nowhere.dbName = "no such'name";
+  nowhere.recordMode = KTRStreamRecordParams::ByEvents;
+  begin(nowhere);
+  stop();
+  EXPECT_TRUE(
+      log_.has(16, "KTRAudioStreamRecordSession::run() remove session 0 because of ByEvents"));
+}
+
 }  // namespace
