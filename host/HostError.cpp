@@ -4,6 +4,8 @@
 #include <cerrno>
 #include <cstring>
 
+#include "host/media/SecretText.h"
+
 namespace {
 
 std::string oneLine(std::string text) {
@@ -15,7 +17,7 @@ std::string oneLine(std::string text) {
 }  // namespace
 
 HostError::HostError(Status status, const std::string& wrong, const std::string& remedy)
-    : std::runtime_error(oneLine(wrong + ": " + remedy)), status_(status) {}
+    : std::runtime_error(SecretText::ofLine(oneLine(wrong + ": " + remedy))), status_(status) {}
 
 HostError failure(const std::string& wrong, const std::string& remedy) {
   return {HostError::Failed, wrong, remedy};

@@ -28,6 +28,9 @@ opens. Files are read in real time. H.264, H.265 and MJPEG are stored as they co
 of the kinds AAC, Opus, G.711 and MP3: the sound of stream N is stream N + 128. With --no-audio
 numbers go up to 255.
 
+N=@FILE takes the URL from the first line of FILE: the place for a URL with a
+password, since everybody may see the words of a command.
+
 Every 30 seconds the oldest footage of the recorder is deleted, as far as
 --max-size, --max-age and --min-free ask for it.)";
 
