@@ -87,7 +87,7 @@ int CommandLine::run(int argc, const char* const* argv, HostContext& context) {
     context.err() << "ktr: " << error.what() << std::endl;
     return HostError::Failed;
   } catch (const std::exception& error) {
-    context.err() << "ktr: " << SecretText::ofLine(error.what())
+    context.err() << "ktr: " << SecretText::ofMessage(error.what())
                   << ": this is a fault of ktr, please report it" << std::endl;
     return HostError::Failed;
   }

@@ -30,7 +30,7 @@ const char* levelOf(int priority) {
 std::string onOneLine(std::string_view line) {
   std::string text(line);
   std::replace_if(
-      text.begin(), text.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
+      text.begin(), text.end(), [](char c) { return c == '\n' || c == '\r' || c == '\t'; }, ' ');
   return text;
 }
 
@@ -46,7 +46,7 @@ void HostLogSink::write(int priority, std::string_view line) {
   const std::string time = TimeText::format(KTTimeValue::now().tv_sec, "%H:%M:%S");
   const std::lock_guard lock(mutex_);
   out_ << prefix_ << "ktr: " << time << " " << levelOf(priority) << ": "
-       << SecretText::ofLine(onOneLine(line)) << std::endl;
+       << SecretText::ofMessage(onOneLine(line)) << std::endl;
 }
 
 void HostLogSink::setLinePrefix(std::string_view prefix) {

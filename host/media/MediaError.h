@@ -13,5 +13,5 @@
 class MediaError : public std::runtime_error {
  public:
   MediaError(const std::string& whatIsWrong, const std::string& whatToDo)
-      : std::runtime_error(SecretText::ofLine(whatIsWrong + ": " + whatToDo)) {}
+      : std::runtime_error(SecretText::ofMessage(whatIsWrong + ": " + whatToDo)) {}
 };

@@ -100,3 +100,9 @@ std::string SecretText::ofLine(std::string_view line) {
   }
   return text;
 }
+
+std::string SecretText::ofMessage(std::string message) {
+  const auto isControl = [](unsigned char c) { return c < ' ' || c == 127; };
+  std::replace_if(message.begin(), message.end(), isControl, '?');
+  return ofLine(message);
+}

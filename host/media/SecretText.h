@@ -16,4 +16,6 @@ class SecretText {
   [[nodiscard]] static std::string ofWord(std::string_view word);
   /** A line that may hold several URLs, each of which ends at a blank. */
   [[nodiscard]] static std::string ofLine(std::string_view line);
+  /** As ofLine(), on one line whatever was put into it: control characters become '?'. */
+  [[nodiscard]] static std::string ofMessage(std::string message);
 };

@@ -54,4 +54,8 @@ TEST(SecretTextTest, MasksEveryUrlOfALine) {
             "cannot open 'rtsp://one/x' or http://two: no");
 }
 
+TEST(SecretTextTest, AMessageIsOneLine) {
+  EXPECT_EQ(SecretText::ofMessage("a\nb\r\x1B[2J\x7F rtsp://u:hid\nden@c"), "a?b??[2J? rtsp://c");
+}
+
 }  // namespace
