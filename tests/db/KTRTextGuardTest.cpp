@@ -50,6 +50,17 @@ TEST(KTRTextGuardTest, AConditionIsOneOnTheNumbersOfEvents) {
   }
 }
 
+TEST(KTRTextGuardTest, AConditionHasTheseWordsInAnyCaseAndNoOther) {
+  for (const char* word :
+       {"WHERE", "AND", "OR", "NOT", "IN", "ORDER", "BY", "ASC", "DESC", "LIMIT", "BETWEEN", "ID",
+        "SENSORID", "TIMESTAMP", "EVENTID", "EVENTTYPE", " ,()<>=!", "0123456789"}) {
+    EXPECT_EQ(Guard::refusal(Guard::Condition, word), nullptr) << word;
+  }
+  for (const char* word : {"WHERES", "DATA", "SELECT", "UNION", "HAVING", "INTO", "A", "_"}) {
+    EXPECT_NE(Guard::refusal(Guard::Condition, word), nullptr) << word;
+  }
+}
+
 TEST(KTRTextGuardTest, ARefusalIsLoggedOnceAsAnError) {
   const LogCapture log;
   EXPECT_TRUE(Guard::allows(Guard::Quoted, "a b"));
