@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
+#include <system_error>
 
 namespace {
 
@@ -27,5 +27,5 @@ HostError usageError(const std::string& wrong, const std::string& remedy) {
 
 HostError systemFailure(const std::string& wrong, const std::string& remedy) {
   const int cause = errno;
-  return {HostError::Failed, wrong + " (" + std::strerror(cause) + ")", remedy};
+  return {HostError::Failed, wrong + " (" + std::generic_category().message(cause) + ")", remedy};
 }
