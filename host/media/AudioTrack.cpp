@@ -112,7 +112,7 @@ std::int64_t AudioTrack::opusDurationUs(MediaBytes packet) {
   const unsigned int code = packet[0] & 3;
   if (code == 0) return frameUs;
   if (code != 3) return 2 * frameUs;
-  return packet.size() < 2 ? 0 : (packet[1] & 0x3F) * frameUs;
+  return packet.size() < 2 ? 0 : std::int64_t{packet[1] & 0x3F} * frameUs;
 }
 
 void AudioTrack::place(const MediaTimeline& pictures) {
