@@ -52,7 +52,7 @@ class KTR_API KTRFile : public KTFile {
   /** Deletes the current slice from disk. */
   void _remove();
   /** Flushes and closes: 0, or -1 when the system reports a late write error. */
-  int _close();
+  int _close();  // NOLINT(bugprone-virtual-near-miss): close() is KTFile's and flushes nothing
 
   /** Appends one record: 0, or -1 when a flush made by this call failed. */
   [[nodiscard]] int writeKTRData(const KTDataBlock& frame);

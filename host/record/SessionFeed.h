@@ -29,7 +29,7 @@ class SessionFeed {
   /** Slices after which a session is replaced at the next key frame; the ring has 256. */
   static constexpr unsigned int LAST_SLICE = 200;
   /** Bytes that may wait to be stored. */
-  static constexpr std::uint64_t LARGEST_QUEUE = 64 * 1024 * 1024;
+  static constexpr std::uint64_t LARGEST_QUEUE = std::uint64_t{64} * 1024 * 1024;
 
   struct Progress {
     KTRRecordProgress stored;  // since the feed was made, of all its sessions
