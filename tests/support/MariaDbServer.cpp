@@ -19,6 +19,8 @@
 #include <stdexcept>
 #include <thread>
 
+#include "tests/support/FaultLog.h"
+
 namespace {
 
 std::string program(const std::string& name) {
@@ -203,7 +205,18 @@ void MariaDbServer::stop() {
 }
 
 void MariaDbServer::kill() {
+  FaultLog::note("the server is killed");
   end(SIGKILL);
+}
+
+void MariaDbServer::pause() {
+  FaultLog::note("the server stands still");
+  ::kill(pid_, SIGSTOP);
+}
+
+void MariaDbServer::resume() {
+  FaultLog::note("the server goes on");
+  ::kill(pid_, SIGCONT);
 }
 
 void MariaDbServer::restart() {

@@ -34,6 +34,9 @@ class MariaDbServer {
   /** Ends the server with SIGKILL. */
   void kill();
   void restart();
+  /** The server stands still, its sockets open, until resume() or its end. */
+  void pause();
+  void resume();
   [[nodiscard]] bool running() const { return pid_ > 0; }
   [[nodiscard]] std::string socketPath() const { return dir_ + "/s"; }
 

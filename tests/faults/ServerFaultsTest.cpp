@@ -1,0 +1,152 @@
+#include <memory>
+#include <vector>
+
+#include "tests/faults/FaultFixture.h"
+#include "tests/support/FaultLog.h"
+
+namespace {
+
+using testing::ElementsAreArray;
+
+/** A server that dies, stands still, cuts connections off or has no room for another. */
+class ServerFaultsTest : public FaultFixture {
+ protected:
+  void TearDown() override {
+    release();
+    FaultFixture::TearDown();
+    server_.exec("SET GLOBAL max_connections=151");
+  }
+
+  void fillConnectionTable() {
+    server_.exec("SET GLOBAL max_connections=10");
+    FaultLog::note("the connection table is full");
+    for (;;) {
+      auto connection = std::make_unique<KTR_MYSQL_api>();
+      if (connection->db_connect("") == nullptr) return;
+      connections_.push_back(std::move(connection));
+    }
+  }
+  // Returns when there is room.
+  void release() {
+    if (connections_.empty()) return;
+    for (const auto& connection : connections_) connection->db_disconnect();
+    connections_.clear();
+    KTR_MYSQL_api probe;
+    while (probe.db_connect("") == nullptr) {
+    }
+    probe.db_disconnect();
+  }
+  void killRecordersConnection() {
+    FaultLog::note("the recorder's connection is killed");
+    server_.exec("KILL " + server_.value(RECORDERS_CONNECTION));
+    while (!server_.value(RECORDERS_CONNECTION).empty()) {
+    }
+  }
+
+  static constexpr const char* RECORDERS_CONNECTION =
+      "SELECT id FROM information_schema.processlist WHERE db='ktr_cam'";
+  std::vector<std::unique_ptr<KTR_MYSQL_api>> connections_;
+};
+
+TEST_F(ServerFaultsTest, AServerThatStaysAwayEndsTheSessionAndCostsNoFrameThatItHas) {
+  roll();
+  film(8);
+  server_.kill();
+  film(10);
+  EXPECT_TRUE(ended());
+  EXPECT_EQ(log_.countContaining("[ DO QUERY ] failed reconnect db [ ktr_cam ]") % 31, 0U);
+  EXPECT_EQ(log_.countContaining("addRowRes error !!!"), 1U);
+  stop();
+  server_.start();
+  db()->recordSessionTable()->updateDataBase(true);
+  EXPECT_THAT(played(), ElementsAreArray(seconds(0, 11)));
+  EXPECT_EQ(index(2), (Index{1, 0}));
+  expectNextSessionWorks();
+}
+
+TEST_F(ServerFaultsTest, AServerThatIsBackInTimeCostsNothing) {
+  roll();
+  film(8);
+  server_.kill();
+  log_.whenLogged("[ DO QUERY ] trying reconnect db [ ktr_cam ]", [this] { server_.start(); });
+  film(10);
+  EXPECT_FALSE(ended());
+  finish();
+  EXPECT_THAT(played(), ElementsAreArray(seconds(0, 18)));
+  EXPECT_EQ(index(2), (Index{3, 0}));
+}
+
+TEST_F(ServerFaultsTest, AKilledConnectionCostsNothing) {
+  roll();
+  film(8);
+  killRecordersConnection();
+  film(10);
+  EXPECT_FALSE(ended());
+  finish();
+  EXPECT_THAT(played(), ElementsAreArray(seconds(0, 18)));
+  EXPECT_EQ(index(2), (Index{3, 0}));
+}
+
+TEST_F(ServerFaultsTest, WhileTheServerStandsStillFramesWaitAndNoneIsLost) {
+  roll();
+  film(8);
+  server_.pause();
+  for (int i = 8; i < 12; ++i) {
+    const auto kind = i == 10 ? KTRFrameFormat::Key : KTRFrameFormat::Delta;
+    clock_.advanceSeconds(1);
+    EXPECT_EQ(send(KTRMessageType::FrameData, makeFrame(kind, stampNow())), 0);
+  }
+  while (session_->queueLength() > 1) {
+  }
+  EXPECT_FALSE(ended());
+  server_.resume();
+  settle();
+  finish();
+  EXPECT_THAT(played(), ElementsAreArray(seconds(0, 12)));
+  EXPECT_EQ(log_.countContaining("DO QUERY"), 0U);
+}
+
+TEST_F(ServerFaultsTest, AFullConnectionTableLeavesARunningRecorderAlone) {
+  roll();
+  film(8);
+  fillConnectionTable();
+  film(10);
+  EXPECT_FALSE(ended());
+  finish();
+  EXPECT_THAT(played(), ElementsAreArray(seconds(0, 18)));
+}
+
+TEST_F(ServerFaultsTest, ANewRecorderBeginsWhenThereIsRoomForItsConnection) {
+  KTRStreamRecordParams door = params();
+  door.dbName = "door";
+  fillConnectionTable();
+  log_.clear();
+  roll(door);
+  film(1);
+  EXPECT_TRUE(ended());
+  expectError("mysql_real_connect failed: Too many connections!");
+  release();
+  roll(door);
+  film(3);
+  EXPECT_FALSE(ended());
+  stop();
+  factory_->destroy(factory_->dbIsLoaded("door"));
+}
+
+TEST_F(ServerFaultsTest, ALostConnectionWaitsForAPlaceInTheTable) {
+  roll();
+  film(8);
+  killRecordersConnection();
+  fillConnectionTable();
+  log_.whenLogged(
+      "[ DO QUERY ] failed reconnect db [ ktr_cam ] Error:1040 Desc:Too many connections",
+      [this] { release(); });
+  film(10);
+  EXPECT_FALSE(ended());
+  EXPECT_EQ(log_.countContaining("[ DO QUERY ] success reconnect db [ ktr_cam ]"), 1U);
+  finish();
+  EXPECT_EQ(index(2).behind, 0U);
+  EXPECT_EQ(index(2).found, 3U);
+}
+
+}  // namespace
