@@ -47,7 +47,7 @@ class FaultFixture : public PlaybackFixture {
   [[nodiscard]] static std::vector<int> seconds(int from, int to);
   /** Follows the index rows of a session; a row that leads to anything else fails the case. */
   [[nodiscard]] Index index(unsigned int session);
-  /** A new session records three frames, which play. */
+  /** A new session records, and plays behind what could be played before. */
   void expectNextSessionWorks();
   /** The path of a slice, wherever the session is stored. */
   [[nodiscard]] std::string storedSlice(unsigned int session, unsigned int number);

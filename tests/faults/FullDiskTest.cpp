@@ -43,10 +43,10 @@ class FullDiskTest : public FaultFixture {
     clock_.advanceSeconds(1);
     const int from = elapsed();
     roll(onDisk());
-    film(3);
+    film(KEY_PERIOD + 1);
     EXPECT_FALSE(ended());
     finish();
-    EXPECT_THAT(played(from), ElementsAreArray(seconds(from, from + 3)));
+    EXPECT_THAT(played(from), ElementsAreArray(seconds(from, from + KEY_PERIOD + 1)));
   }
 
   std::unique_ptr<SmallFileSystem> disk_;
@@ -65,7 +65,7 @@ TEST_F(FullDiskTest, FillingUpCostsLessThanOneFlush) {
   EXPECT_THAT(played(), ElementsAreArray(seconds(0, whole)));
   const Index found = index(2);
   EXPECT_EQ(found.found, static_cast<unsigned int>(whole));
-  EXPECT_EQ(found.found + found.behind, 22U);
+  EXPECT_EQ(found.found + found.behind, 21U);
 }
 
 TEST_F(FullDiskTest, RecordingGoesOnWhenTheOldestSliceIsGone) {
@@ -119,12 +119,13 @@ TEST_F(FullDiskTest, AReadOnlyDiskPlaysAndRecordsNothing) {
 
 TEST_F(FullDiskTest, RetentionOnAReadOnlyDiskSaysWhichFileStays) {
   roll(onDisk(1));
-  film(FLUSH + 3);
+  film(2 * FLUSH + 5);
   finish();
   disk_->readOnly(true);
   EXPECT_TRUE(db()->deleteOlderSlicesOfRecorderSession(2));
   expectError("[ REMOVE FILE ERROR] : " + storedSlice(2, 0));
   EXPECT_TRUE(fs::exists(storedSlice(2, 0)));
+  EXPECT_THAT(played(), ElementsAreArray(seconds(15, 27)));
 }
 
 }  // namespace

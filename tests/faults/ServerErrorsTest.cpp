@@ -67,16 +67,6 @@ TEST_P(ServerErrorsTest, AnUpdateThatIsLostIsMadeUpForByTheNext) {
   expectNextSessionWorks();
 }
 
-TEST_P(ServerErrorsTest, RetentionLeavesNoRowWithoutItsFile) {
-  roll(smallSlices());
-  film(2 * FLUSH + 5);
-  finish();
-  fail("DELETE FROM  dataStreams");
-  (void)db()->deleteOlderSlicesOfRecorderSession(2);
-  EXPECT_EQ(index(2).behind, 0U);
-  expectNextSessionWorks();
-}
-
 INSTANTIATE_TEST_SUITE_P(, ServerErrorsTest,
                          testing::Values(1205U, 1062U, 1213U, 1927U, 2002U, 2006U, 2013U));
 

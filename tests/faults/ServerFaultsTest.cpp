@@ -1,3 +1,4 @@
+#include <filesystem>
 #include <memory>
 #include <vector>
 
@@ -147,6 +148,20 @@ TEST_F(ServerFaultsTest, ALostConnectionWaitsForAPlaceInTheTable) {
   finish();
   EXPECT_EQ(index(2).behind, 0U);
   EXPECT_EQ(index(2).found, 3U);
+}
+
+TEST_F(ServerFaultsTest, RetentionLeavesNoRowWithoutItsFile) {
+  roll(smallSlices());
+  film(10 * FLUSH);
+  finish();
+  for (const unsigned int error : {1205U, 1213U, 1927U, 2002U, 2006U, 2013U}) {
+    calls_.failNextStatements("DELETE FROM  dataStreams", {error});
+    EXPECT_TRUE(db()->deleteOlderSlicesOfRecorderSession(2));
+    const std::string gone = value("SELECT min(_fileIndex) FROM dataStreams WHERE _id=2");
+    for (unsigned int i = 0; i < 10; ++i) {
+      EXPECT_EQ(std::filesystem::exists(storedSlice(2, i)), i >= std::stoul(gone)) << error;
+    }
+  }
 }
 
 }  // namespace

@@ -64,7 +64,6 @@ TEST_F(WriteFaultsTest, AFirstSliceThatCannotBeOpenedLeavesARowThatTheNextSessio
     EXPECT_TRUE(ended());
     EXPECT_EQ(value("SELECT count(*) FROM recordSessions WHERE start_time=0"), "1");
   }
-  expectError("KTRFile " + slicePath(2, 0) + " opened Failed !!!!", 0);
   EXPECT_EQ(log_.countContaining("opened Failed !!!!"), 3U);
   expectNextSessionWorks();
   EXPECT_EQ(value("SELECT count(*) FROM recordSessions"), "2");
@@ -98,10 +97,7 @@ TEST_F(WriteFaultsTest, ASliceThatCannotBeRemovedStaysWithoutRows) {
   roll(smallSlices());
   film(2 * FLUSH + 5);
   finish();
-  for (const int error : {EIO, EROFS, EACCES}) {
-    log_.clear();
-    faults_.fail("unlink", slice(0), error);
-  }
+  faults_.fail("unlink", slice(0), EIO);
   EXPECT_TRUE(db()->deleteOlderSlicesOfRecorderSession(2));
   expectError("[ REMOVE FILE ERROR] : " + storedSlice(2, 0));
   EXPECT_TRUE(fs::exists(storedSlice(2, 0)));
@@ -123,9 +119,9 @@ TEST_F(WriteFaultsTest, ADirectoryThatIsRemovedCostsWhatWasInItUntilTheNextSessi
   clock_.advanceSeconds(1);
   const int from = elapsed();
   roll(elsewhere);
-  film(3);
+  film(KEY_PERIOD + 1);
   finish();
-  EXPECT_THAT(played(from), ElementsAreArray(seconds(from, from + 3)));
+  EXPECT_THAT(played(from), ElementsAreArray(seconds(from, from + KEY_PERIOD + 1)));
 }
 
 TEST_F(WriteFaultsTest, ShortAndInterruptedReadsLoseNothing) {

@@ -170,6 +170,11 @@ int unlink(const char* path) __THROW {
 }  // extern "C"
 #pragma GCC visibility pop
 
+FaultCalls::FaultCalls() {
+  const std::lock_guard lock(faults().mutex);
+  faults().count = 0;
+}
+
 std::string FaultCalls::text(const std::string& call, const std::string& path, int error,
                              unsigned int bytes, Turn turn) {
   std::ostringstream line;

@@ -21,7 +21,7 @@ class FaultCalls {
     unsigned int times = 1;
   };
 
-  FaultCalls() = default;
+  FaultCalls();
   FaultCalls(const FaultCalls&) = delete;
   FaultCalls& operator=(const FaultCalls&) = delete;
   /** Everything works again. */

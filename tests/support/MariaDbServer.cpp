@@ -205,16 +205,19 @@ void MariaDbServer::stop() {
 }
 
 void MariaDbServer::kill() {
-  FaultLog::note("the server is killed");
+  if (running()) FaultLog::note("the server is killed");
   end(SIGKILL);
 }
 
 void MariaDbServer::pause() {
   FaultLog::note("the server stands still");
   ::kill(pid_, SIGSTOP);
+  paused_ = true;
 }
 
 void MariaDbServer::resume() {
+  if (!paused_) return;
+  paused_ = false;
   FaultLog::note("the server goes on");
   ::kill(pid_, SIGCONT);
 }

@@ -73,6 +73,7 @@ class MariaDbServer {
   std::string dir_;
   std::string user_;  // of the system and, proved by the socket, of the server
   pid_t pid_ = -1;
+  bool paused_ = false;
   unsigned int databases_ = 0;
   std::vector<unsigned long> ownConnections_;
   size_t forgottenBytes_ = 0;
