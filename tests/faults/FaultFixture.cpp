@@ -61,13 +61,15 @@ void FaultFixture::roll(const KTRStreamRecordParams& params) {
 
 void FaultFixture::film(int frames) {
   for (int i = 0; i < frames && !ended(); ++i) {
-    if (filmed_ != 0) clock_.advanceSeconds(1);
-    if (filmed_++ % KEY_PERIOD == 0) {
-      key();
-    } else {
-      delta();
-    }
+    feed();
+    settle();
   }
+}
+
+void FaultFixture::feed() {
+  if (filmed_ != 0) clock_.advanceSeconds(1);
+  const auto kind = filmed_++ % KEY_PERIOD == 0 ? KTRFrameFormat::Key : KTRFrameFormat::Delta;
+  EXPECT_EQ(send(KTRMessageType::FrameData, makeFrame(kind, stampNow())), 0);
 }
 
 void FaultFixture::bigKey(unsigned int bytes) {

@@ -35,6 +35,8 @@ class FaultFixture : public PlaybackFixture {
   void roll() { roll(params()); }
   /** Feeds a frame a second, every fifth a key frame, until there were so many or it has ended. */
   void film(int frames);
+  /** As film(1), without waiting for the session. */
+  void feed();
   /** A key frame with so many bytes of picture. */
   void bigKey(unsigned int bytes);
   /** Cuts a slice whenever something is flushed. */

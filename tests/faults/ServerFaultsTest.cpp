@@ -1,5 +1,7 @@
+#include <atomic>
 #include <filesystem>
 #include <memory>
+#include <thread>
 #include <vector>
 
 #include "tests/faults/FaultFixture.h"
@@ -33,15 +35,13 @@ class ServerFaultsTest : public FaultFixture {
     for (const auto& connection : connections_) connection->db_disconnect();
     connections_.clear();
     KTR_MYSQL_api probe;
-    while (probe.db_connect("") == nullptr) {
-    }
+    while (probe.db_connect("") == nullptr) std::this_thread::yield();
     probe.db_disconnect();
   }
   void killRecordersConnection() {
     FaultLog::note("the recorder's connection is killed");
     server_.exec("KILL " + server_.value(RECORDERS_CONNECTION));
-    while (!server_.value(RECORDERS_CONNECTION).empty()) {
-    }
+    while (!server_.value(RECORDERS_CONNECTION).empty()) std::this_thread::yield();
   }
 
   static constexpr const char* RECORDERS_CONNECTION =
@@ -69,8 +69,16 @@ TEST_F(ServerFaultsTest, AServerThatIsBackInTimeCostsNothing) {
   roll();
   film(8);
   server_.kill();
-  log_.whenLogged("[ DO QUERY ] trying reconnect db [ ktr_cam ]", [this] { server_.start(); });
-  film(10);
+  std::atomic<bool> waits{false};
+  std::atomic<bool> back{false};
+  log_.whenLogged("[ DO QUERY ] trying reconnect db [ ktr_cam ]", [&] {
+    for (waits = true; !back;) std::this_thread::yield();
+  });
+  for (int i = 0; i < 10; ++i) feed();
+  while (!waits) std::this_thread::yield();
+  server_.start();
+  back = true;
+  settle();
   EXPECT_FALSE(ended());
   finish();
   EXPECT_THAT(played(), ElementsAreArray(seconds(0, 18)));
@@ -92,18 +100,13 @@ TEST_F(ServerFaultsTest, WhileTheServerStandsStillFramesWaitAndNoneIsLost) {
   roll();
   film(8);
   server_.pause();
-  for (int i = 8; i < 12; ++i) {
-    const auto kind = i == 10 ? KTRFrameFormat::Key : KTRFrameFormat::Delta;
-    clock_.advanceSeconds(1);
-    EXPECT_EQ(send(KTRMessageType::FrameData, makeFrame(kind, stampNow())), 0);
-  }
-  while (session_->queueLength() > 1) {
-  }
-  EXPECT_FALSE(ended());
+  for (int i = 0; i < 10; ++i) feed();
+  while (session_->queueLength() > 7) std::this_thread::yield();
+  EXPECT_EQ(session_->queueLength(), 7U) << "the key frame of second 10 waits for the server";
   server_.resume();
   settle();
   finish();
-  EXPECT_THAT(played(), ElementsAreArray(seconds(0, 12)));
+  EXPECT_THAT(played(), ElementsAreArray(seconds(0, 18)));
   EXPECT_EQ(log_.countContaining("DO QUERY"), 0U);
 }
 
