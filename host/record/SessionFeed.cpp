@@ -31,6 +31,12 @@ KTDataBlock timeMessage() {
 
 }  // namespace
 
+SessionFeed::SessionFeed(const KTRStreamRecordParams& params, const KTDataBlock& audioHeader,
+                         const EventGate* events)
+    : params_(params), audioHeader_(audioHeader) {
+  if (events != nullptr) window_.emplace(*events, params);
+}
+
 SessionFeed::~SessionFeed() {
   finish();
 }
@@ -52,6 +58,7 @@ int SessionFeed::commit(const KTDataBlock& frame) {
   fedBytes_ += frame.size;
   lastStampMs_ = stampOf(frame);
   if (session_->progress().frames != 0) pause_ = KTClock::Span(0);
+  if (window_) window_->follow(*session_);
   return 0;
 }
 
@@ -70,18 +77,20 @@ void SessionFeed::open(const KTDataBlock& firstFrame) {
   session_ = std::move(session);
 }
 
-SessionFeed::Session SessionFeed::newVideo() const {
+SessionFeed::Session SessionFeed::newVideo() {
   auto session = std::make_unique<KTRVideoStreamRecordSession>(params_);
   (void)session->commit(timeMessage(), KTRMessageType::Time, KTMessage::NormalPriority);
+  if (window_) window_->begin(*session);
   return session;
 }
 
 // A session of sound knows no time message. Its first frame is kept aside as the header; the record
 // session begins with the stamp of that frame.
-SessionFeed::Session SessionFeed::newAudio(const KTDataBlock& firstFrame) const {
+SessionFeed::Session SessionFeed::newAudio(const KTDataBlock& firstFrame) {
   auto session = std::make_unique<KTRAudioStreamRecordSession>(params_);
   const long now = KTTimeValue::now().tv_sec;
   session->setServerTime(now, now);
+  if (window_) window_->begin(*session);
   const KTDataBlock header = KTRFrameWriter::build(KTRFrameFormat::Audio, stampOf(firstFrame),
                                                    {{audioHeader_.data, audioHeader_.size}});
   (void)session->commit(header, KTRMessageType::FrameData, KTMessage::NormalPriority);
@@ -90,9 +99,11 @@ SessionFeed::Session SessionFeed::newAudio(const KTDataBlock& firstFrame) const 
 
 void SessionFeed::replaceSession() {
   if (session_ == nullptr) return;
-  const unsigned int slice = session_->progress().sliceIndex;
   const bool asked = splitAsked_.exchange(false);
-  if (slice >= LAST_SLICE || (asked && slice != 0)) finish();
+  if (window_ && window_->isUnconfirmed()) return;  // its oldest slice goes before its ring is full
+  const unsigned int slice = session_->progress().sliceIndex;
+  const bool over = window_ && window_->isOver();
+  if (over || slice >= LAST_SLICE || (asked && slice != 0)) finish();
 }
 
 // A session that has ended by itself takes nothing more; its log lines say why it ended.
@@ -113,8 +124,14 @@ void SessionFeed::lose(const char* reason) {
                             params_.streamId, reason);
 }
 
+void SessionFeed::passConfirmation() {
+  const std::lock_guard guard(mutex_);
+  if (window_ && session_ != nullptr) window_->follow(*session_);
+}
+
 void SessionFeed::finish() {
   if (session_ == nullptr) return;
+  if (window_) window_->beforeStop(*session_);
   (void)session_->commit(KTDataBlock(), KTRMessageType::Stop, KTMessage::NormalPriority);
   close();
 }
@@ -123,16 +140,17 @@ void SessionFeed::close() {
   session_->wait();
   const KTRRecordProgress stored = session_->progress();
   const long lastTime = session_->getRealTime(lastStampMs_);
+  const bool kept = !window_ || window_->ended(*session_);
   fedBytes_ = 0;
   Session ended;
   {
     const std::lock_guard guard(mutex_);
-    past_.stored += stored;
+    if (kept) past_.stored += stored;
     past_.lost += std::exchange(fed_, 0) - stored.frames;
     ended = std::move(session_);
   }
   ended.reset();  // closes the file: not while progress() waits
-  if (stored.frames != 0) writeEnd(stored.sessionId, lastTime);
+  if (kept && stored.frames != 0) writeEnd(stored.sessionId, lastTime);
 }
 
 // A session's own last row update comes with its last key frame; what follows belongs to it too.

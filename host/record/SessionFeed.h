@@ -4,7 +4,9 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 
+#include "host/byevents/EventWindow.h"
 #include "recording/KTRStreamRecordSession.h"
 #include "runtime/KTClock.h"
 
@@ -16,7 +18,7 @@
  * the header of the sound as its first frame.
  *
  * Owns: the running session.
- * Threads: one thread, the stream's; progress() and beginNewSession() from any.
+ * Threads: one thread, the stream's; progress(), beginNewSession() and passConfirmation() from any.
  * Blocks: finish(), and feed() where a session is replaced, until what was fed is on disk.
  * Errors: frames that no session takes are counted as lost; the log has one warning for each gap.
  * Memory: what waits for a disk or a server that is too slow is bounded by LARGEST_QUEUE; frames
@@ -45,10 +47,13 @@ class SessionFeed {
     }
   };
 
-  /** A feed of pictures; with an audio header, as AudioHeader::encode() makes it, one of sound. */
+  /**
+   * A feed of pictures; with an audio header, as AudioHeader::encode() makes it, one of sound. With
+   * a gate, which must outlive the feed, it records by events.
+   */
   explicit SessionFeed(const KTRStreamRecordParams& params,
-                       const KTDataBlock& audioHeader = KTDataBlock())
-      : params_(params), audioHeader_(audioHeader) {}
+                       const KTDataBlock& audioHeader = KTDataBlock(),
+                       const EventGate* events = nullptr);
   SessionFeed(const SessionFeed&) = delete;
   SessionFeed& operator=(const SessionFeed&) = delete;
   ~SessionFeed();
@@ -62,14 +67,16 @@ class SessionFeed {
    * slices may be deleted.
    */
   void beginNewSession() { splitAsked_ = true; }
+  /** Passes a confirmation on at once, without waiting for the next frame. */
+  void passConfirmation();
   [[nodiscard]] Progress progress() const;
 
  private:
   using Session = std::unique_ptr<KTRStreamRecordSession>;
 
   void open(const KTDataBlock& firstFrame);
-  [[nodiscard]] Session newVideo() const;
-  [[nodiscard]] Session newAudio(const KTDataBlock& firstFrame) const;
+  [[nodiscard]] Session newVideo();
+  [[nodiscard]] Session newAudio(const KTDataBlock& firstFrame);
   void replaceSession();
   void abandon();
   void lose(const char* reason);
@@ -80,7 +87,8 @@ class SessionFeed {
 
   const KTRStreamRecordParams params_;
   const KTDataBlock audioHeader_;  // empty for pictures
-  mutable std::mutex mutex_;       // guards session_ and past_ against progress()
+  std::optional<EventWindow> window_;
+  mutable std::mutex mutex_;  // guards session_ and past_ against other threads
   Session session_;
   Progress past_;
   std::uint64_t fed_ = 0;       // frames that the running session has taken

@@ -19,6 +19,10 @@ namespace {
 constexpr KTClock::Span FIRST_PAUSE = seconds(1);
 constexpr KTClock::Span LONGEST_PAUSE = seconds(30);
 constexpr long PAUSE_STEP_USEC = 20000;
+// A window gives up one slice for each that it is cut into: nothing else may begin a new one.
+constexpr int WINDOW_SLICE = 1 << 30;
+// Frames of sound, of a quarter of a second or more, that go with a key frame in a window.
+constexpr int SOUND_FRAMES = 8;
 
 // Rows are written from the stream's thread, so the client library is told of it.
 class MysqlThread {
@@ -32,6 +36,7 @@ class MysqlThread {
 }  // namespace
 
 StreamRecorder::StreamRecorder(const Options& options) : options_(options) {
+  if (options.byEvents) gate_.emplace(options.byEvents->afterEvent);
   if (!options.frameLog.empty()) video_.log = std::make_unique<FrameLog>(options.frameLog);
 }
 
@@ -44,6 +49,15 @@ void StreamRecorder::beginNewSession() {
   const std::lock_guard guard(mutex_);
   for (const Track* track : {&video_, &audio_}) {
     if (track->feed != nullptr) track->feed->beginNewSession();
+  }
+}
+
+void StreamRecorder::confirmEvent() {
+  if (!gate_) return;
+  gate_->confirm();
+  const std::lock_guard guard(mutex_);
+  for (const Track* track : {&video_, &audio_}) {
+    if (track->feed != nullptr) track->feed->passConfirmation();
   }
 }
 
@@ -94,7 +108,7 @@ bool StreamRecorder::recordSource() {
 void StreamRecorder::recordFrames(MediaInput& input) {
   KTRStreamRecordParams params = paramsFor(options_.stream);
   params.videoSettings = videoSettingsOf(input.info());
-  begin(video_, std::make_unique<SessionFeed>(params));
+  begin(video_, std::make_unique<SessionFeed>(params, KTDataBlock(), gate()));
   // Whatever ends the reading, what was received is stored.
   struct Ending {
     StreamRecorder& recorder;
@@ -143,7 +157,8 @@ void StreamRecorder::beginAudio(const AudioHeader& header) {
     }
   KTRStreamRecordParams params = paramsFor(options_.audioStream);
   params.audioSettings = audioSettingsOf(header);
-  begin(audio_, std::make_unique<SessionFeed>(params, header.encode()));
+  params.preEventKeyFrames *= SOUND_FRAMES;
+  begin(audio_, std::make_unique<SessionFeed>(params, header.encode(), gate()));
 }
 
 // A log that cannot be written is no reason to stop recording.
@@ -163,6 +178,10 @@ KTRStreamRecordParams StreamRecorder::paramsFor(unsigned char stream) const {
   params.sliceSize = options_.sliceSize;
   params.storageDir = KTString(options_.storageDirectory);
   params.streamId = stream;
+  if (options_.byEvents) {
+    params.preEventKeyFrames = options_.byEvents->keyFrames;
+    params.sliceSize = WINDOW_SLICE;
+  }
   return params;
 }
 

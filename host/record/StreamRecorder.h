@@ -7,6 +7,8 @@
 #include <string>
 #include <thread>
 
+#include "host/byevents/ByEventsOptions.h"
+#include "host/byevents/EventGate.h"
 #include "host/media/FrameLog.h"
 #include "host/media/MediaInput.h"
 #include "host/record/SessionFeed.h"
@@ -18,8 +20,8 @@
  * cannot be read is done.
  *
  * Owns: its thread, its source, its record sessions.
- * Threads: constructed, started, joined and destroyed by one thread; stop(), status() and
- *   takeError() from any.
+ * Threads: constructed, started, joined and destroyed by one thread; stop(), status(),
+ *   confirmEvent() and takeError() from any.
  * Blocks: join() and the destructor until all that was received is stored.
  * Errors: the constructor throws MediaError when the frame log cannot be made; takeError() holds
  *   the one line of a source that failed for good, or of a frame log that did.
@@ -37,6 +39,7 @@ class StreamRecorder {
     unsigned char audioStream = 0;
     std::string audioLog;  // as frameLog, for the sound
     bool realtime = true;  // pace files
+    std::optional<ByEvents> byEvents;
   };
 
   struct Status {
@@ -57,6 +60,8 @@ class StreamRecorder {
   [[nodiscard]] Status status() const;
   /** As SessionFeed::beginNewSession(), from any thread. */
   void beginNewSession();
+  /** Confirms an event, of a stream that is recorded by events; any thread. */
+  void confirmEvent();
   /** The error since the last call; empty when there is none. */
   [[nodiscard]] std::string takeError();
   void start();
@@ -81,12 +86,14 @@ class StreamRecorder {
   void end(Track& track);
   void beginAudio(const AudioHeader& header);
   [[nodiscard]] KTRStreamRecordParams paramsFor(unsigned char stream) const;
+  [[nodiscard]] const EventGate* gate() const { return gate_ ? &*gate_ : nullptr; }
   [[nodiscard]] static SessionFeed::Progress progressOf(const Track& track);
   void pauseBeforeRetry(const std::string& reason);
   void log(Track& track, const KTDataBlock& frame);
   void fail(const std::string& error);
 
   const Options options_;
+  std::optional<EventGate> gate_;  // outlives the feeds, as an event does a camera's connection
   std::atomic<bool> stop_{false};
   mutable std::mutex mutex_;  // guards the feeds of the tracks, error_, failed_ and done_
   Track video_;
