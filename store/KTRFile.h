@@ -87,7 +87,7 @@ class KTR_API KTRFile : public KTFile {
   void appendToWriteBuffer(const unsigned char* p, unsigned int n);
 
   void refill();
-  void reportReadError() const;
+  void reportReadError();
   void compact();
   [[nodiscard]] bool canTake(unsigned int n) const;
   [[nodiscard]] bool takeWord(std::uint32_t& word);
@@ -113,4 +113,5 @@ class KTR_API KTRFile : public KTFile {
   unsigned int curFrameTimeStamp_ = 0;
   bool sliceJustCreated_ = false;
   bool canRead_ = true;
+  long reportedPos_ = -1;  // of the last read error
 };
