@@ -87,6 +87,7 @@ class KTR_API KTRFile : public KTFile {
   void appendToWriteBuffer(const unsigned char* p, unsigned int n);
 
   void refill();
+  void reportReadError();
   [[nodiscard]] bool walkOn(unsigned int& walked);
   void compact();
   [[nodiscard]] bool canTake(unsigned int n) const;
@@ -113,4 +114,5 @@ class KTR_API KTRFile : public KTFile {
   unsigned int curFrameTimeStamp_ = 0;
   bool sliceJustCreated_ = false;
   bool canRead_ = true;
+  long reportedPos_ = -1;  // of the last read error
 };
