@@ -10,6 +10,7 @@
 #include "host/HostError.h"
 #include "host/RecorderLock.h"
 #include "host/input/DurationText.h"
+#include "host/record/SessionIdFloor.h"
 #include "host/system/StopSignal.h"
 #include "runtime/KTLogger.h"
 
@@ -103,6 +104,12 @@ int RecordCommand::run(HostContext& context) {
   if (byEvents) confirmations.listen(root.recorderDirectory(name));
   const Recorders recorders = makeRecorders(sources);
   KTR_DB_handle& handle = context.createRecorder(name);
+  if (const unsigned int id = SessionIdFloor::raise(handle, root.recorderDirectory(name))) {
+    KTLogger::instance()->log(KTLogger::Warning,
+                              "the database has lost sessions whose files are there: new ones "
+                              "begin at id %u; see ktr check",
+                              id);
+  }
 
   const bool terminal = isatty(STDERR_FILENO) != 0;
   RecordDisplay display(context.err(), terminal);

@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "host/byevents/EventWindow.h"
+#include "host/record/SidecarWriter.h"
 #include "recording/KTRStreamRecordSession.h"
 #include "runtime/KTClock.h"
 
@@ -87,6 +88,7 @@ class SessionFeed {
 
   const KTRStreamRecordParams params_;
   const KTDataBlock audioHeader_;  // empty for pictures
+  SidecarWriter sidecar_;
   std::optional<EventWindow> window_;
   mutable std::mutex mutex_;  // guards session_ and past_ against other threads
   Session session_;
