@@ -5,11 +5,16 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
+#include <optional>
 
 #include "host/HostContext.h"
 #include "host/HostError.h"
 #include "host/RecorderLock.h"
+#include "host/input/ByteCount.h"
 #include "host/input/DurationText.h"
+#include "host/media/SteadyClock.h"
+#include "host/record/SpoolLeftovers.h"
+#include "host/server/ServerKeeper.h"
 #include "host/system/StopSignal.h"
 
 using std::chrono::seconds;
@@ -50,6 +55,13 @@ CLI::App* RecordCommand::define(CLI::App& program) {
       ->type_name("MIB")
       ->capture_default_str();
   command->add_flag("--no-audio", noAudio_, "Record the pictures alone");
+  spoolSize_ = "1GiB";
+  command
+      ->add_option("--spool-size", spoolSize_,
+                   "Keep so much of each stream in files while it\n"
+                   "cannot be recorded; 0 for nothing")
+      ->type_name("BYTES")
+      ->capture_default_str();
   command
       ->add_option("--frame-log", frameLog_,
                    "Write a line with a hash of every frame of stream N to FILE.N")
@@ -79,21 +91,28 @@ int RecordCommand::run(HostContext& context) {
       sources_, noAudio_ ? StreamSource::Video : StreamSource::VideoAndAudio);
   (void)limitSeconds();
   (void)sliceBytes();
+  (void)ByteCount::parse(spoolSize_);
   (void)retention_.policy();
   for (const StreamSource& source : sources) MediaInput::check(source.url);
 
   StopSignal signal;
   context.open(options_, HostContext::Recording);
   const RecorderLock lock(root, name);
-  const Recorders recorders = makeRecorders(sources);
   KTR_DB_handle& handle = context.createRecorder(name);
+  const SteadyClock clock;
+  std::optional<ServerKeeper> keeper;
+  if (options_.usesPrivateServer()) keeper.emplace(ServerPaths(root));
+  const Recorders recorders = makeRecorders(sources);
 
   const bool terminal = isatty(STDERR_FILENO) != 0;
   RecordDisplay display(context.err(), terminal);
   if (terminal) context.log()->setLinePrefix(RecordDisplay::CLEAR_LINE);
-  RetentionTimer retained(handle, retention(recorders, signal));
+  SpoolLeftovers leftovers;
+  RetentionTimer retained(handle, retention(recorders, leftovers, signal));
   for (const auto& recorder : recorders) recorder->start();
+  leftovers.start(streamOptions(), streamsOf(sources));
   watch(recorders, retained, display, signal);
+  leftovers.finish();
   context.log()->setLinePrefix("");
   display.summary(statusOf(recorders));
   checkResults(recorders);
@@ -101,21 +120,33 @@ int RecordCommand::run(HostContext& context) {
 }
 
 RetentionRun::Options RecordCommand::retention(const Recorders& recorders,
+                                               const SpoolLeftovers& leftovers,
                                                const StopSignal& signal) const {
   RetentionRun::Options options;
   options.directory = options_.storageRoot().recorderDirectory(options_.recorderName());
   options.policy = retention_.policy();
   options.stop = [&signal] { return signal.requested(); };
-  options.openSessions = [&recorders] { return openSessions(recorders); };
+  options.openSessions = [&recorders, &leftovers] {
+    std::set<unsigned int> open = openSessions(recorders);
+    leftovers.addOpenSessions(open);
+    return open;
+  };
+  return options;
+}
+
+StreamRecorder::Options RecordCommand::streamOptions() const {
+  StreamRecorder::Options options;
+  options.recorder = options_.recorderName().text();
+  options.storageDirectory = options_.storageRoot().recorderDirectory(options_.recorderName());
+  options.sliceSize = sliceBytes();
+  options.spoolDirectory = options_.storageRoot().spoolDirectory(options_.recorderName());
+  options.spoolBytes = ByteCount::parse(spoolSize_);
   return options;
 }
 
 RecordCommand::Recorders RecordCommand::makeRecorders(
     const std::vector<StreamSource>& sources) const {
-  StreamRecorder::Options options;
-  options.recorder = options_.recorderName().text();
-  options.storageDirectory = options_.storageRoot().recorderDirectory(options_.recorderName());
-  options.sliceSize = sliceBytes();
+  StreamRecorder::Options options = streamOptions();
   Recorders recorders;
   for (const StreamSource& source : sources) {
     options.stream = source.stream;
@@ -129,6 +160,15 @@ RecordCommand::Recorders RecordCommand::makeRecorders(
     recorders.push_back(std::make_unique<StreamRecorder>(options));
   }
   return recorders;
+}
+
+std::set<unsigned int> RecordCommand::streamsOf(const std::vector<StreamSource>& sources) const {
+  std::set<unsigned int> streams;
+  for (const StreamSource& source : sources) {
+    streams.insert(source.stream);
+    if (!noAudio_) streams.insert(source.stream + StreamSource::AUDIO_OFFSET);
+  }
+  return streams;
 }
 
 // Returns when all that was received is stored.
