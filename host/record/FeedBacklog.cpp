@@ -73,6 +73,7 @@ std::optional<std::uint64_t> FeedBacklog::begin() {
     if (start) {
       const std::uint64_t repeated = done_ - *start;
       popInHand(*start);
+      flushIsDue_ = true;
       done_ = 0;
       passed_ = 0;
       recount();
@@ -137,6 +138,7 @@ std::uint64_t FeedBacklog::bytesOfFirst(size_t frames) const {
 void FeedBacklog::refill() {
   while (waitBytes_ < SHARE_IN_HAND / 2 && !(spool_.empty() && last_.empty())) {
     StreamFrame frame;
+    if (!spool_.empty() && !mayReadSpool()) return;
     if (spool_.take(frame)) {
       takeFromSpool(frame);
     } else if (!last_.empty()) {
@@ -194,13 +196,16 @@ void FeedBacklog::spoolFailed() {
 }
 
 void FeedBacklog::bound() {
-  while (waitBytes_ + lastBytes_ > LARGEST_WAIT) {
-    if (last_.empty()) {
-      dropGroup(inHand_, firstWaiting(), NO_ROOM);
-    } else {
-      dropGroup(last_, 0, NO_ROOM);
-    }
-  }
+  while (waitBytes_ + lastBytes_ > LARGEST_WAIT) dropOldestGroup();
+}
+
+// What is left of a group whose beginning is on its way stays, as long as there is another one.
+void FeedBacklog::dropOldestGroup() {
+  std::deque<StreamFrame>& from = last_.empty() ? inHand_ : last_;
+  const size_t waiting = last_.empty() ? firstWaiting() : 0;
+  size_t first = waiting;
+  while (first < from.size() && !from[first].startsPlayback) ++first;
+  dropGroup(from, first == from.size() ? waiting : first, NO_ROOM);
 }
 
 // Drops a frame and all behind it up to a key frame.

@@ -32,7 +32,7 @@ class FeedBacklog {
   static constexpr std::uint64_t SHARE_IN_HAND = 4 * 1024 * 1024;
   /** Frames that wait in memory at most, where there is no spool or it takes no more. */
   static constexpr std::uint64_t LARGEST_WAIT = 64 * 1024 * 1024;
-  /** Frames in hand at most before no more are given to a session. */
+  /** Frames in hand at most before no more are read from the spool. */
   static constexpr std::uint64_t LARGEST_HAND = 64 * 1024 * 1024;
   /** Of a group of pictures that is on disk, the most that is kept to begin again with. */
   static constexpr std::uint64_t LARGEST_GROUP = 32 * 1024 * 1024;
@@ -62,8 +62,11 @@ class FeedBacklog {
   [[nodiscard]] const StreamFrame* next();
   /** That frame was given. */
   void given();
-  /** Whether frames that were given fill the memory that there is for them. */
-  [[nodiscard]] bool isFull() const { return handBytes_ - waitBytes_ >= LARGEST_HAND; }
+  /**
+   * Whether the next frame that the running session stores brings others to the disk. Only then are
+   * frames read from the spool while those in hand fill the memory that there is for them.
+   */
+  void noteFlush(bool isDue) { flushIsDue_ = isDue; }
   /** So many of the frames that the running session was given are on disk. */
   void settle(std::uint64_t ofGiven);
   struct Recorded {
@@ -91,6 +94,7 @@ class FeedBacklog {
  private:
   [[nodiscard]] size_t firstWaiting() const { return given_ > done_ ? given_ : done_; }
   [[nodiscard]] std::optional<size_t> groupOf(size_t index) const;
+  [[nodiscard]] bool mayReadSpool() const { return handBytes_ < LARGEST_HAND || flushIsDue_; }
   void addInHand(const StreamFrame& frame);
   void takeFromSpool(const StreamFrame& frame);
   void popInHand(size_t n);
@@ -101,6 +105,7 @@ class FeedBacklog {
   void spoolContext();
   void spoolFailed();
   void bound();
+  void dropOldestGroup();
   void dropGroup(std::deque<StreamFrame>& from, size_t first, const char* reason);
   void lose(std::uint64_t frames, const char* reason);
   void tellCaughtUp();
@@ -119,7 +124,8 @@ class FeedBacklog {
   std::uint64_t passed_ = 0;     // frames of the running session that are no longer in hand
   bool handNeedsStart_ = false;  // a group of pictures was dropped up to the end of the hand
   bool lastNeedsStart_ = false;  // the same, up to the last frame
-  bool spooling_ = false;        // since it was told that frames wait in the spool
+  bool flushIsDue_ = true;
+  bool spooling_ = false;  // since it was told that frames wait in the spool
   bool spoolIsFaulty_ = false;
   KTClock::Span spoolRetry_{0};
   bool losing_ = false;  // since it was told that frames are lost

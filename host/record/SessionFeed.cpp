@@ -155,6 +155,7 @@ void SessionFeed::open() {
   if (gaveUp_) return;
   const std::optional<std::uint64_t> repeated = backlog_.begin();
   if (!repeated) return;
+  lastTry_ = finishing_;
   repeated_ = *repeated;
   repeatedBytes_ = backlog_.bytesOfFirst(repeated_);
   session_ = std::make_unique<FedSession>(options_.params, *backlog_.next());
@@ -164,9 +165,9 @@ void SessionFeed::open() {
 // Gives the session what it takes; whether that was anything.
 bool SessionFeed::pump() {
   const std::uint64_t before = session_->taken();
+  backlog_.noteFlush(session_->flushIsDue());
   while (const StreamFrame* next = backlog_.next()) {
     if (!session_->fits(*next) || splitIsDue(*next)) break;
-    if (backlog_.isFull() && !session_->flushIsDue()) break;
     if (!session_->take(*next)) break;
     backlog_.given();
   }
@@ -210,7 +211,7 @@ void SessionFeed::closeSession(Lock& lock) {
 
 // A session of the last moment that has recorded nothing is not followed by another.
 void SessionFeed::pause(bool recordedNothing) {
-  gaveUp_ = finishing_ && recordedNothing;
+  gaveUp_ = lastTry_ && recordedNothing;
   pause_ = std::clamp(2 * pause_, FIRST_PAUSE, LONGEST_PAUSE);
   nextTry_ = KTClock::instance()->elapsed() + pause_;
   KTLogger::instance()->log(KTLogger::Warning,

@@ -119,6 +119,7 @@ class SessionFeed {
   bool ready_ = false;        // what an earlier process has left is known
   bool closing_ = false;      // the session is to take nothing more
   bool finishing_ = false;
+  bool lastTry_ = false;       // the session was opened at the end
   bool gaveUp_ = false;        // at the end: nothing could be stored
   bool busy_ = false;          // the last look at the session has moved frames
   bool endAsked_ = false;      // the session ends when nothing waits

@@ -1,5 +1,6 @@
 #include "host/record/StoredFrames.h"
 
+#include "host/media/FrameHash.h"
 #include "host/play/RecordingReader.h"
 
 namespace {
@@ -7,9 +8,7 @@ namespace {
 constexpr std::int64_t WHOLE_SPAN_SECONDS = 10LL * 365 * 86400;
 
 std::uint64_t identityOf(std::int64_t timeMs, const KTDataBlock& bytes) {
-  std::uint64_t hash = 0xCBF29CE484222325 ^ static_cast<std::uint64_t>(timeMs);
-  for (unsigned int i = 0; i < bytes.size; ++i) hash = (hash ^ bytes.data[i]) * 0x100000001B3;
-  return hash;
+  return frameHash(bytes) ^ static_cast<std::uint64_t>(timeMs);
 }
 
 }  // namespace
