@@ -71,13 +71,13 @@ std::optional<std::uint64_t> FeedBacklog::begin() {
   while (done_ < inHand_.size()) {
     const std::optional<size_t> start = groupOf(done_);
     if (start) {
-      const std::uint64_t repeated = done_ - *start;
+      repeated_ = done_ - *start;
       popInHand(*start);
       flushIsDue_ = true;
       done_ = 0;
       passed_ = 0;
       recount();
-      return repeated;
+      return repeated_;
     }
     dropGroup(inHand_, done_, SESSION_ENDED);
     refill();
@@ -122,6 +122,8 @@ FeedBacklog::Recorded FeedBacklog::end(std::uint64_t ofGiven, std::uint64_t miss
     missingBytes -= std::min(missingBytes, size);
   }
   const Recorded result{passed_ + recorded, recorded == 0 ? 0 : inHand_[recorded - 1].timeMs};
+  // What an earlier session has stays recorded, even if this one did not get so far.
+  if (repeated_ > passed_) recorded = std::max<size_t>(recorded, repeated_ - passed_);
   given_ = 0;
   passed_ = 0;
   const size_t before = inHand_.size();
@@ -245,7 +247,7 @@ std::uint64_t FeedBacklog::waiting() const {
 }
 
 void FeedBacklog::leave() {
-  if (waiting() == 0) return;
+  if (waiting() == 0) return popInHand(inHand_.size());
   leaveInHand();
   while (!last_.empty() && spool_.append(last_.front()) == FrameSpool::Stored) last_.pop_front();
   if (const std::uint64_t dropped = spool_.takeDropped()) lose(dropped, NO_ROOM);

@@ -121,6 +121,7 @@ class FeedBacklog {
   std::uint64_t lastBytes_ = 0;
   size_t given_ = 0;             // frames in hand that the running session was given
   size_t done_ = 0;              // frames in hand that are recorded; 0 while a session runs
+  std::uint64_t repeated_ = 0;   // frames that the running session was given once more
   std::uint64_t passed_ = 0;     // frames of the running session that are no longer in hand
   bool handNeedsStart_ = false;  // a group of pictures was dropped up to the end of the hand
   bool lastNeedsStart_ = false;  // the same, up to the last frame

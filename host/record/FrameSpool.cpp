@@ -162,7 +162,10 @@ bool FrameSpool::take(StreamFrame& frame) {
     while (part.file->read(frame, use)) {
       --frames_;
       if (part.left) --leftover_;
-      if (use == SpoolSegment::Context && !part.left) continue;
+      // What was put back before it holds the context too.
+      const bool isNew = part.left && frame.timeMs > lastLeftMs_;
+      if (use == SpoolSegment::Context && !isNew) continue;
+      if (part.left) lastLeftMs_ = frame.timeMs;
       frame.spoolPlace = placeOf(part.number, part.file->readOffset());
       return true;
     }

@@ -77,6 +77,7 @@ class FrameSpool {
   std::uint64_t bytes_ = 0;
   std::uint64_t frames_ = 0;
   std::uint64_t leftover_ = 0;
+  std::int64_t lastLeftMs_ = 0;  // time of the last of them that was taken out
   std::uint64_t dropped_ = 0;
   std::uint32_t next_;
   bool needsStart_ = false;  // the group of pictures that comes is incomplete

@@ -180,12 +180,11 @@ bool SessionFeed::pump() {
 // A session that has ended by itself has said why in the log. What it did not record is given to
 // the next one.
 void SessionFeed::closeSession(Lock& lock) {
-  const bool asked = session_->alive();
   closing_ = true;
   lock.unlock();
   session_->finish();
   lock.lock();
-  if (session_->hasNewFiles() && asked) noteFiles(lock);
+  if (session_->hasNewFiles()) noteFiles(lock);
   const std::uint64_t taken = session_->taken();
   const std::uint64_t repeated = repeated_;
   const KTRRecordProgress stored = session_->progress();
@@ -198,7 +197,7 @@ void SessionFeed::closeSession(Lock& lock) {
   lock.lock();
   closing_ = false;
   const FeedBacklog::Recorded recorded = backlog_.end(stored.frames, missing);
-  past_.frames -= std::min(past_.frames, stored.frames - recorded.frames);
+  past_.frames -= std::max(stored.frames, repeated) - std::max(recorded.frames, repeated);
   past_.bytes -= std::min(past_.bytes, missing);
   if (recorded.timeMs != 0) {
     ends_.push_back({stored.sessionId, static_cast<long>(recorded.timeMs / 1000)});

@@ -22,8 +22,11 @@ KTRRecordSessionTable* SessionRows::table() const {
 
 std::string SessionRows::filePrefix(unsigned int id) const {
   KTR_DB_handle* db = databaseOf(recorder_);
-  if (db == nullptr) return "";
-  return std::string(db->getFullPrefixFileName(static_cast<int>(id)).view());
+  KTRRecordSessionTable* rows = table();
+  if (rows == nullptr) return "";
+  const KTString storage = rows->getSessionStorage(static_cast<int>(id));
+  if (storage.empty()) return "";
+  return std::string((storage + "/" + db->getPrefixFileName(static_cast<int>(id))).view());
 }
 
 void SessionRows::setFreeStart(unsigned int id, unsigned int stream, long start) const {

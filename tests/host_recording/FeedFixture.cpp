@@ -109,6 +109,11 @@ unsigned int FeedFixture::sessions() {
   return static_cast<unsigned int>(rows("SELECT id FROM recordSessions").size());
 }
 
+unsigned int FeedFixture::closings() const {
+  return log_.countContaining("CLOSING") + log_.countContaining("closing session") +
+         log_.countContaining("begin new session");
+}
+
 std::string FeedFixture::nameOf(std::int64_t timeMs, const KTDataBlock& frame) {
   const std::uint32_t number = loadLittleEndian(frame.data + KTRFrameFormat::HEAD_SIZE);
   return std::to_string(timeMs) + " " + std::to_string(number);

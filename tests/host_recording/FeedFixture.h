@@ -14,6 +14,8 @@
  */
 class FeedFixture : public RecorderFixture {
  protected:
+  static constexpr long MIDNIGHT = 1700006400;  // UTC, 6400 seconds behind START
+
   FeedFixture();
 
   /** Makes the feed anew; the one before is finished first. */
@@ -49,6 +51,10 @@ class FeedFixture : public RecorderFixture {
   void obstruct();
   void clearTheWay();
   void finish() { feed_->finish(); }
+  /** Puts both clocks to a time before anything is recorded. */
+  void goTo(long seconds) { pass(seconds - now()); }
+  /** How often a session has closed for reasons of time. */
+  [[nodiscard]] unsigned int closings() const;
 
   [[nodiscard]] std::uint64_t stored() const { return feed_->progress().stored.frames; }
   [[nodiscard]] std::uint64_t lost() const { return feed_->progress().lost; }

@@ -59,11 +59,12 @@ TEST_F(SessionFeedSurvivalTest, FramesThatTwoSessionsHoldAreCountedAndPlayedOnce
 
 TEST_F(SessionFeedSurvivalTest, GoesOnAfterThreeMinutesWithoutAKeyFrame) {
   feedKey();
+  settleFeed();
   for (int i = 0; i < 400; ++i) {
     pass(1);
     feedDelta();
-    if (i % 10 == 0) settleFeed();
   }
+  awaitNoSession();
   EXPECT_TRUE(log_.has(KTLogger::Warning, "NO IFRAMES for 180 sec -> CLOSING 3  "));
   expectAllPlayed();
   EXPECT_LT(1U, sessions());
@@ -192,4 +193,26 @@ TEST_F(SessionFeedSurvivalTest, ASpoolThatCannotBeWrittenLeavesTheFramesInMemory
                                                   " (Not a directory): frames wait in memory"));
   (void)blocker.value("UNLOCK TABLES");
   expectAllPlayed();
+}
+
+TEST_F(SessionFeedSurvivalTest, SessionsThatBeginInOneSecondAreAllStored) {
+  feedGroups(1);
+  for (int i = 0; i < 3; ++i) {
+    settleFeed();
+    clock_.stepWall(-4);
+    feedGroups(1);
+  }
+  expectAllPlayedByTime();
+  EXPECT_EQ(4U, sessions());
+  EXPECT_EQ("0", value("SELECT COUNT(*) FROM recordSessions WHERE start_time=0 OR end_time=0"));
+}
+
+TEST_F(SessionFeedSurvivalTest, FootageOfADayThatWaitedIsPutIntoItsOwnDay) {
+  goTo(MIDNIGHT - 20);
+  obstruct();
+  feedGroups(10);
+  pass(3 * 3600);
+  clearTheWay();
+  expectAllPlayed();
+  EXPECT_EQ(0U, closings());
 }
