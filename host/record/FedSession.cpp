@@ -4,7 +4,6 @@
 #include <cstdlib>
 #include <filesystem>
 
-#include "host/record/SessionRows.h"
 #include "recording/KTRAudioStreamRecordSession.h"
 #include "recording/KTRVideoStreamRecordSession.h"
 #include "runtime/KTRFrameWriter.h"
@@ -85,6 +84,7 @@ bool FedSession::isLate(const StreamFrame& frame) const {
 }
 
 bool FedSession::take(const StreamFrame& frame) {
+  look();
   if (!alive() || queueLength() >= LONGEST_QUEUE) return false;
   if (frame.startsPlayback && isLate(frame)) {
     // Sound is told the time beside its queue: not while frames of the time before are in it.
@@ -102,6 +102,7 @@ bool FedSession::take(const StreamFrame& frame) {
 // A session writes its buffer out with the first frame that comes 11 seconds or more after the last
 // time; what was in the file so long before a frame came is therefore on disk.
 std::uint64_t FedSession::settled() {
+  look();
   const Sample now{serverSecond(), progress().frames};
   if (now.frames > last_.frames) {
     while (!samples_.empty() && samples_.front().second <= last_.second - FLUSH_SECONDS) {
@@ -119,18 +120,31 @@ bool FedSession::flushIsDue() const {
   return samples_.empty() || samples_.front().second <= serverSecond() - FLUSH_SECONDS;
 }
 
-bool FedSession::hasNewFiles() const {
+// A session opens further record sessions by itself, at midnight at the latest.
+void FedSession::look() {
   const KTRRecordProgress now = progress();
-  return now.frames != 0 && now.sessionId != 0 && (ids_.empty() || ids_.back() != now.sessionId);
+  if (now.sessionId == 0 || (!opened_.empty() && opened_.back().id == now.sessionId)) return;
+  opened_.push_back(
+      {now.sessionId, opened_.empty() ? firstTime_ : lastTime(), now.frames, "", false});
 }
 
-void FedSession::noteFiles(long lastTime) {
-  const unsigned int id = progress().sessionId;
-  const long begun = ids_.empty() ? firstTime_ : lastTime;
-  const SessionRows rows(params_.dbName);
-  ids_.push_back(id);
-  prefixes_.push_back(rows.filePrefix(id));
-  rows.setFreeStart(id, static_cast<unsigned int>(params_.streamId), begun);
+// The row has its start once the first frame is stored.
+std::optional<FedSession::Opened> FedSession::unnoted() {
+  look();
+  for (const Opened& each : opened_) {
+    const bool isLast = each.id == opened_.back().id;
+    const bool begun = !isLast || progress().frames > each.framesBefore || !alive();
+    if (!each.noted && begun) return each;
+  }
+  return std::nullopt;
+}
+
+void FedSession::note(unsigned int id, const std::string& filePrefix) {
+  for (Opened& each : opened_) {
+    if (each.id != id) continue;
+    each.filePrefix = filePrefix;
+    each.noted = true;
+  }
 }
 
 void FedSession::finish() {
@@ -140,9 +154,11 @@ void FedSession::finish() {
 }
 
 std::uint64_t FedSession::close() {
+  look();
   const KTRRecordProgress stored = progress();
-  const bool isKnown = !hasNewFiles() && params_.recordMode == KTRStreamRecordParams::Continuous &&
-                       std::find(prefixes_.begin(), prefixes_.end(), "") == prefixes_.end();
+  const bool isKnown = params_.recordMode == KTRStreamRecordParams::Continuous &&
+                       std::all_of(opened_.begin(), opened_.end(),
+                                   [](const Opened& each) { return !each.filePrefix.empty(); });
   session_.reset();
   if (!isKnown) return 0;
   const std::uint64_t expected = stored.bytes + stored.frames * RECORD_HEAD_SIZE;
@@ -152,11 +168,11 @@ std::uint64_t FedSession::close() {
 
 std::uint64_t FedSession::bytesOnDisk() const {
   std::uint64_t bytes = 0;
-  for (const std::string& prefix : prefixes_) {
+  for (const Opened& each : opened_) {
     for (unsigned int slice = 0; slice < RING; ++slice) {
       std::error_code error;
       const auto size =
-          std::filesystem::file_size(prefix + "F" + std::to_string(slice) + ".dat", error);
+          std::filesystem::file_size(each.filePrefix + "F" + std::to_string(slice) + ".dat", error);
       if (error) break;
       bytes += size;
     }

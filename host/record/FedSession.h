@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <deque>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -15,10 +16,9 @@
  * follows how many of its frames are on disk.
  *
  * Owns: the session.
- * Threads: one thread at a time for each object, but for noteFiles() and end(), which may run
- * beside calls of take(), progress() and queueLength() as long as the object is not destroyed.
- * Blocks: noteFiles() for the database; finish(), end() and the destructor until the session is
- * over.
+ * Threads: one thread at a time for each object, but for finish(), which may run beside calls of
+ *   progress() and queueLength().
+ * Blocks: finish(), close() and the destructor until the session is over.
  */
 class FedSession {
  public:
@@ -51,13 +51,19 @@ class FedSession {
   /** Seconds of the first frame, and of the last one that the session was given. */
   [[nodiscard]] long firstTime() const { return firstTime_; }
   [[nodiscard]] long lastTime() const { return static_cast<long>(lastMs_ / 1000); }
-  /** Whether a record session was opened of which the files are not known yet. */
-  [[nodiscard]] bool hasNewFiles() const;
-  /**
-   * Learns where the files of the open record session are, and puts its row right; lastTime: as
-   * lastTime() has it.
-   */
-  void noteFiles(long lastTime);
+  /** A record session that this one has opened: its row, the second it began in, its files. */
+  struct Opened {
+    unsigned int id = 0;
+    long begun = 0;
+    std::uint64_t framesBefore = 0;
+    std::string filePrefix;
+    bool noted = false;
+  };
+
+  /** One that has stored something and was not noted yet. */
+  [[nodiscard]] std::optional<Opened> unnoted();
+  /** Its row is in order, and its files are here; an empty prefix when that is not known. */
+  void note(unsigned int id, const std::string& filePrefix);
 
   /** Has the session store what it was given and end; waits for that. */
   void finish();
@@ -71,6 +77,7 @@ class FedSession {
   };
 
   void open(const StreamFrame& first);
+  void look();
   void tellTime(long frameSecond);
   [[nodiscard]] bool isLate(const StreamFrame& frame) const;
   [[nodiscard]] std::uint64_t bytesOnDisk() const;
@@ -85,6 +92,5 @@ class FedSession {
   std::deque<Sample> samples_;  // when so many frames were in the file at the latest
   Sample last_{0, 0};
   std::uint64_t settled_ = 0;
-  std::vector<unsigned int> ids_;
-  std::vector<std::string> prefixes_;
+  std::vector<Opened> opened_;
 };

@@ -124,7 +124,7 @@ bool SessionFeed::step(Lock& lock) {
     closeSession(lock);
   } else {
     busy_ = pump();
-    if (session_->hasNewFiles()) noteFiles(lock);
+    noteFiles(lock);
   }
   return !isOver();
 }
@@ -184,7 +184,7 @@ void SessionFeed::closeSession(Lock& lock) {
   lock.unlock();
   session_->finish();
   lock.lock();
-  if (session_->hasNewFiles()) noteFiles(lock);
+  noteFiles(lock);
   const std::uint64_t taken = session_->taken();
   const std::uint64_t repeated = repeated_;
   const KTRRecordProgress stored = session_->progress();
@@ -220,12 +220,20 @@ void SessionFeed::pause(bool recordedNothing) {
                             static_cast<int>(std::chrono::duration_cast<seconds>(pause_).count()));
 }
 
+// Where the database answers, what it could not take before is written too.
 void SessionFeed::noteFiles(Lock& lock) {
-  const long lastTime = session_->lastTime();
-  lock.unlock();
-  session_->noteFiles(lastTime);
-  lock.lock();
-  writeEnds(lock);
+  bool noted = false;
+  while (const std::optional<FedSession::Opened> opened = session_->unnoted()) {
+    lock.unlock();
+    const SessionRows rows(options_.params.dbName);
+    const std::string prefix = rows.filePrefix(opened->id);
+    rows.setFreeStart(opened->id, static_cast<unsigned int>(options_.params.streamId),
+                      opened->begun);
+    lock.lock();
+    session_->note(opened->id, prefix);
+    noted = true;
+  }
+  if (noted) writeEnds(lock);
 }
 
 void SessionFeed::writeEnds(Lock& lock) {

@@ -140,5 +140,7 @@ void FeedFixture::expectAllPlayedByTime() {
   finish();
   EXPECT_EQ(0U, lost());
   EXPECT_EQ(fed().size(), stored());
-  EXPECT_THAT(played(), testing::UnorderedElementsAreArray(fed()));
+  EXPECT_THAT(played(), testing::UnorderedElementsAreArray(fed()))
+      << testing::PrintToString(rows("SELECT id,start_time,end_time FROM recordSessions"))
+      << testing::PrintToString(log_.lines());
 }

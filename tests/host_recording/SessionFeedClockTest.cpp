@@ -10,13 +10,18 @@ constexpr long DAY = 86400;
 /** A wall clock that steps while a steady camera is recorded. */
 class SessionFeedClockTest : public FeedFixture, public testing::WithParamInterface<long> {
  protected:
+  /** Five groups of pictures at the pace of a session. */
+  void recordGroups() {
+    for (int i = 0; i < 5; ++i) {
+      feedGroups(1);
+      settleFeed();
+    }
+  }
   /** Records, steps the clock at a key frame and records on. */
   void recordAcross(long step) {
-    feedGroups(5);
-    settleFeed();
+    recordGroups();
     clock_.stepWall(step);
-    feedGroups(5);
-    settleFeed();
+    recordGroups();
   }
 };
 
@@ -46,10 +51,12 @@ TEST_P(SessionFeedClockTest, AStepNearMidnightLosesNothing) {
 
 TEST_P(SessionFeedClockTest, AStepOfTheClockOfSoundLosesNothing) {
   makeSound();
-  for (int i = 0; i < 20; ++i, pass(1)) feedSound();
-  settleFeed();
-  clock_.stepWall(GetParam());
-  for (int i = 0; i < 20; ++i, pass(1)) feedSound();
+  for (int i = 0; i < 20; ++i) {
+    if (i == 10) clock_.stepWall(GetParam());
+    feedSound();
+    settleFeed();
+    pass(1);
+  }
   expectAllPlayedByTime();
   EXPECT_EQ(0U, closings());
 }
