@@ -172,11 +172,11 @@ TEST_F(SessionFeedSurvivalTest, WhatCannotBeRecordedAtTheEndIsRecordedByTheNextF
   const std::uint64_t before = stored();
   startServer();
   makeWithSpool(LARGE);
+  feedGroups(1);
+  finish();
   EXPECT_TRUE(
       log_.has(KTLogger::Warning, "stream 3: frames that an earlier recording has left in " +
                                       spoolDirectory() + " are recorded first"));
-  feedGroups(1);
-  finish();
   EXPECT_EQ(fed().size(), before + stored());
   EXPECT_EQ(fed(), played());
   EXPECT_EQ(0U, spoolFiles());
