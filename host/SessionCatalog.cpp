@@ -14,12 +14,24 @@ constexpr long RECENT_SECONDS = 60;
 /** Columns of an entry of the session list. */
 enum Column : unsigned int { ID, STREAM, SETTINGS, START, END, DATA_AVAILABLE, FPS, COLUMNS };
 
+/** What a row says while nothing has decided whether its footage is kept. */
+constexpr unsigned int UNDECIDED = 2;
+
+RecordedSession::State stateOf(unsigned int dataAvailable) {
+  if (dataAvailable == UNDECIDED) return RecordedSession::Unconfirmed;
+  return dataAvailable == 0 ? RecordedSession::Deleted : RecordedSession::Stored;
+}
+
 }  // namespace
 
 const char* RecordedSession::stateName() const {
   switch (state) {
     case Recording:
       return "recording";
+    case PreEvent:
+      return "pre-event";
+    case Unconfirmed:
+      return "unconfirmed";
     case Deleted:
       return "deleted";
     default:
@@ -54,8 +66,7 @@ std::optional<RecordedSession> SessionCatalog::parseEntry(const KTString& entry)
   session.fps = columns[FPS].toUInt(0);
   session.filePrefix = handle_.getFullPrefixFileName(static_cast<int>(session.id)).view();
   session.bytes = files_.bytesOf(session.filePrefix);
-  const bool available = columns[DATA_AVAILABLE].toUInt(0) != 0;
-  session.state = available ? RecordedSession::Stored : RecordedSession::Deleted;
+  session.state = stateOf(columns[DATA_AVAILABLE].toUInt(0));
   readSettings(columns[SETTINGS].toUInt(0), session);
   return session;
 }
@@ -83,9 +94,9 @@ void SessionCatalog::markRecording(std::vector<RecordedSession>& sessions) const
   const long now = SteadyClock::wall().tv_sec;
   for (size_t i = 0; i < sessions.size(); ++i) {
     const bool isLast = i + 1 == sessions.size() || sessions[i + 1].stream != sessions[i].stream;
-    if (isLast && sessions[i].state == RecordedSession::Stored &&
-        now - sessions[i].end <= RECENT_SECONDS) {
-      sessions[i].state = RecordedSession::Recording;
-    }
+    if (!isLast || now - sessions[i].end > RECENT_SECONDS) continue;
+    RecordedSession::State& state = sessions[i].state;
+    if (state == RecordedSession::Stored) state = RecordedSession::Recording;
+    if (state == RecordedSession::Unconfirmed) state = RecordedSession::PreEvent;
   }
 }

@@ -12,8 +12,10 @@
 struct RecordedSession {
   enum State {
     Recording,  ///< being recorded now
+    PreEvent,   ///< the window of a recording by events, which waits for one
     Stored,
-    Deleted  ///< only its row is left
+    Unconfirmed,  ///< such a window that was left behind
+    Deleted       ///< only its row is left
   };
 
   unsigned int id = 0;
@@ -29,6 +31,7 @@ struct RecordedSession {
   State state = Stored;
 
   [[nodiscard]] long seconds() const { return end - start; }
+  [[nodiscard]] bool isOpen() const { return state == Recording || state == PreEvent; }
   [[nodiscard]] const char* stateName() const;
 };
 

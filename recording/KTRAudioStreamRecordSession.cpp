@@ -36,7 +36,8 @@ int KTRAudioStreamRecordSession::run() {
     }
   }
   drainQueue();
-  removeUnconfirmed("KTRAudioStreamRecordSession::run() remove session %u because of ByEvents");
+  removeUnconfirmed(database(),
+                    "KTRAudioStreamRecordSession::run() remove session %u because of ByEvents");
   mysql_thread_end();
   return 0;
 }

@@ -61,6 +61,12 @@ class KTR_API KTRStreamRecordSession : public KTRTask {
   [[nodiscard]] bool mkDirFull(const KTString& path);
 
   [[nodiscard]] KTRRecordProgress progress() const;
+  /**
+   * What the paths of all files of the record session begin with that was opened last; empty before
+   * the first. It outlives the session's row, so that a host can remove the files of a recording by
+   * events that nothing has confirmed. To be asked once wait() has returned.
+   */
+  [[nodiscard]] const KTString& filePrefix() const { return filePrefix_; }
 
  protected:
   /** Server seconds, as all rules of the sessions count them. */
@@ -93,8 +99,11 @@ class KTR_API KTRStreamRecordSession : public KTRTask {
   void takeFrames(const KTDataBlock& data, KTRVideoFrame& parser);
   /** Keeps the record session of a recording by events, and goes on without interruption. */
   void confirmEvent();
-  /** Removes a record session by events that was not confirmed; text takes its id for the log. */
-  void removeUnconfirmed(const char* text) __attribute__((format(printf, 2, 0)));
+  /**
+   * Removes a record session by events that was not confirmed; text takes its id for the log. Logs
+   * alone when db is null.
+   */
+  void removeUnconfirmed(KTR_DB_handle* db, const char* text) __attribute__((format(printf, 3, 0)));
 
   /** Notes the stamp of an indexed frame; one that runs backwards asks for a new record session. */
   void followFrameClock(unsigned int stampMs);
@@ -108,6 +117,7 @@ class KTR_API KTRStreamRecordSession : public KTRTask {
   KTThreadMutex timeMutex_{KTThreadMutex::Plain};
   KTRStreamRecordParams params_;
   std::unique_ptr<KTRFile> file_;
+  KTString filePrefix_;
   int sessionFlag_ = 1;
   unsigned int refreshPeriod_ = 15;
   unsigned int refreshCounter_ = 0;

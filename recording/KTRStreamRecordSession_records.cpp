@@ -25,12 +25,10 @@ void KTRStreamRecordSession::confirmEvent() {
   params_.recordMode = KTRStreamRecordParams::Continuous;
 }
 
-void KTRStreamRecordSession::removeUnconfirmed(const char* text) {
+void KTRStreamRecordSession::removeUnconfirmed(KTR_DB_handle* db, const char* text) {
   if (params_.recordMode != KTRStreamRecordParams::ByEvents) return;
-  KTR_DB_handle* db = database();
-  if (db == nullptr) return;
   KTLogger::instance()->log(KTLogger::Information, text, sessionId_);
-  db->deleteStreamSession(sessionId_);
+  if (db != nullptr) db->deleteStreamSession(sessionId_);
 }
 
 void KTRStreamRecordSession::followFrameClock(unsigned int stampMs) {

@@ -69,8 +69,8 @@ bool KTRStreamRecordSession::insertSessionRow(KTR_DB_handle* db, const KTRRecord
 
 bool KTRStreamRecordSession::openDataFile(KTR_DB_handle* db) {
   if (file_ != nullptr) (void)file_->_close();
-  const KTString prefix = db->getFullPrefixFileName(static_cast<int>(sessionId_));
-  file_ = std::make_unique<KTRFile>(prefix, 0, KTRFile::WRITE_FLAGS, params_.sliceSize);
+  filePrefix_ = db->getFullPrefixFileName(static_cast<int>(sessionId_));
+  file_ = std::make_unique<KTRFile>(filePrefix_, 0, KTRFile::WRITE_FLAGS, params_.sliceSize);
   return file_->opened();
 }
 

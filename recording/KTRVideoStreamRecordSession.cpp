@@ -55,7 +55,10 @@ int KTRVideoStreamRecordSession::run() {
     }
   }
   drainQueue();
-  removeUnconfirmed("KTRVideoStreamRecordSession::run() remove session %u because of ByEvents");
+  if (KTR_DB_handle* db = database()) {
+    removeUnconfirmed(db,
+                      "KTRVideoStreamRecordSession::run() remove session %u because of ByEvents");
+  }
   mysql_thread_end();
   return 0;
 }

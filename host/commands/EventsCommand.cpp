@@ -4,9 +4,11 @@
 
 #include "host/HostContext.h"
 #include "host/HostError.h"
+#include "host/byevents/ConfirmPipe.h"
 #include "host/events/EventWatch.h"
 #include "host/input/DurationText.h"
 #include "host/input/EventText.h"
+#include "host/input/StreamNumber.h"
 #include "host/input/TimeText.h"
 #include "host/system/StopSignal.h"
 #include "host/view/EventReport.h"
@@ -20,6 +22,7 @@ constexpr const char* DESCRIPTION = "Add, list or watch the events of a recorder
 
 constexpr const char* FOOTER = R"(Examples:
   ktr events add   --root ~/video --recorder home --sensor 3 --type 1
+  ktr events add   --root ~/video --recorder home --sensor 3 --type 1 --confirm
   ktr events list  --root ~/video --recorder home --from -1h --newest-first
   ktr events watch --root ~/video --recorder home --json
 
@@ -59,6 +62,11 @@ void EventsCommand::defineAdd(CLI::App& command) {
                   "Text, or the bytes of a file, at most 255:\n"
                   "playback holds their number in 8 bits")
       ->type_name("TEXT|@FILE");
+  CLI::Option* confirm = command.add_flag(
+      "--confirm", confirm_, "Keep what is recorded by events, the time before included");
+  command.add_option("--stream", stream_, "Keep only this stream; all if left out")
+      ->type_name("N")
+      ->needs(confirm);
 }
 
 void EventsCommand::defineList(CLI::App& command) {
@@ -113,10 +121,21 @@ StoredEvent EventsCommand::checkedEvent() const {
 int EventsCommand::add(HostContext& context) {
   (void)options_.recorderName();
   const StoredEvent event = checkedEvent();
+  if (confirm_) confirm();
   open(context).add(event);
   context.out() << "added: ";
   EventReport(context.out()).printLine(event);
   return 0;
+}
+
+// Before the event is stored, since the window goes on meanwhile.
+void EventsCommand::confirm() const {
+  const RecorderName name = options_.recorderName();
+  ConfirmPipe::Confirmation what;
+  if (!stream_.empty()) what = StreamNumber::parse(stream_);
+  if (ConfirmPipe::send(options_.storageRoot().recorderDirectory(name), what)) return;
+  throw failure("recorder '" + name.text() + "' is not being recorded by events",
+                "start it with ktr record --by-events, or leave out --confirm");
 }
 
 EventCatalog::Query EventsCommand::checkedQuery() const {

@@ -23,6 +23,7 @@ class EventsCommand : public Command {
   [[nodiscard]] std::optional<unsigned int> sensor() const;
 
   int add(HostContext& context);
+  void confirm() const;
   int list(HostContext& context);
   int watch(HostContext& context);
   [[nodiscard]] EventCatalog open(HostContext& context);
@@ -38,5 +39,7 @@ class EventsCommand : public Command {
   std::string data_;
   std::string from_;
   std::string length_;
+  std::string stream_;
+  bool confirm_ = false;
   bool newestFirst_ = false;
 };

@@ -16,6 +16,7 @@
 #include "host/record/SpoolLeftovers.h"
 #include "host/server/ServerKeeper.h"
 #include "host/system/StopSignal.h"
+#include "runtime/KTLogger.h"
 
 using std::chrono::seconds;
 
@@ -27,11 +28,17 @@ constexpr const char* FOOTER = R"(Examples:
   ktr record --root ~/video --recorder home 1=rtsp://camera/live
   ktr record --root ~/video --recorder home 1=front.mp4 2=rtsp://10.0.0.7/h264 --for 1h
   ktr record --root ~/video --recorder home 1=rtsp://camera/live --max-age 30d
+  ktr record --root ~/video --recorder home 1=rtsp://camera/live --by-events 10
 
 N=URL gives a stream its number, 0 to 127, and its source: rtsp:// and whatever else libavformat
 opens. Files are read in real time. H.264, H.265 and MJPEG are stored as they come, and so is sound
 of the kinds AAC, Opus, G.711 and MP3: the sound of stream N is stream N + 128. With --no-audio
 numbers go up to 255.
+
+With --by-events only the last key frames are held, a window that nothing is kept
+of, until an event is confirmed: by ktr events add --confirm, or by SIGUSR1 to
+this process. Then the window is kept, and recording goes on until --post-event
+has passed since the last confirmation.
 
 Every 30 seconds the oldest footage of the recorder is deleted, as far as
 --max-size, --max-age and --min-free ask for it.)";
@@ -51,9 +58,11 @@ CLI::App* RecordCommand::define(CLI::App& program) {
   command->add_option("--for", limit_, "Stop after this time, such as 90s or 1h30m")
       ->type_name("TIME");
   sliceSize_ = "128";
-  command->add_option("--slice-size", sliceSize_, "Begin a new file after so many MiB, 1 to 1024")
-      ->type_name("MIB")
-      ->capture_default_str();
+  CLI::Option* sliceSize =
+      command
+          ->add_option("--slice-size", sliceSize_, "Begin a new file after so many MiB, 1 to 1024")
+          ->type_name("MIB")
+          ->capture_default_str();
   command->add_flag("--no-audio", noAudio_, "Record the pictures alone");
   spoolSize_ = "1GiB";
   command
@@ -66,6 +75,7 @@ CLI::App* RecordCommand::define(CLI::App& program) {
       ->add_option("--frame-log", frameLog_,
                    "Write a line with a hash of every frame of stream N to FILE.N")
       ->type_name("FILE");
+  byEvents_.addTo(*command, *sliceSize);
   retention_.addTo(*command);
   return command;
 }
@@ -93,11 +103,14 @@ int RecordCommand::run(HostContext& context) {
   (void)sliceBytes();
   (void)ByteCount::parse(spoolSize_);
   (void)retention_.policy();
+  const std::optional<ByEvents> byEvents = byEvents_.byEvents();
   for (const StreamSource& source : sources) MediaInput::check(source.url);
 
   StopSignal signal;
+  EventConfirmations confirmations;
   context.open(options_, HostContext::Recording);
   const RecorderLock lock(root, name);
+  if (byEvents) confirmations.listen(root.recorderDirectory(name));
   KTR_DB_handle& handle = context.createRecorder(name);
   const SteadyClock clock;
   std::optional<ServerKeeper> keeper;
@@ -111,7 +124,7 @@ int RecordCommand::run(HostContext& context) {
   RetentionTimer retained(handle, retention(recorders, leftovers, signal));
   for (const auto& recorder : recorders) recorder->start();
   leftovers.start(streamOptions(), streamsOf(sources));
-  watch(recorders, retained, display, signal);
+  watch(recorders, retained, confirmations, display, signal);
   leftovers.finish();
   context.log()->setLinePrefix("");
   display.summary(statusOf(recorders));
@@ -141,6 +154,7 @@ StreamRecorder::Options RecordCommand::streamOptions() const {
   options.sliceSize = sliceBytes();
   options.spoolDirectory = options_.storageRoot().spoolDirectory(options_.recorderName());
   options.spoolBytes = ByteCount::parse(spoolSize_);
+  options.byEvents = byEvents_.byEvents();
   return options;
 }
 
@@ -173,20 +187,39 @@ std::set<unsigned int> RecordCommand::streamsOf(const std::vector<StreamSource>&
 
 // Returns when all that was received is stored.
 void RecordCommand::watch(const Recorders& recorders, RetentionTimer& retained,
-                          RecordDisplay& display, const StopSignal& signal) {
+                          EventConfirmations& confirmations, RecordDisplay& display,
+                          const StopSignal& signal) {
   const KTClock::Span end = KTClock::instance()->elapsed() + seconds(limitSeconds());
   const auto isDone = [](const auto& recorder) { return recorder->status().done; };
   while (!std::all_of(recorders.begin(), recorders.end(), isDone)) {
     if (signal.waitFor(STEP_MS) || KTClock::instance()->elapsed() >= end) break;
+    confirm(recorders, confirmations);
     if (retained.runIfDue()) {
       for (const auto& recorder : recorders) recorder->beginNewSession();
     }
     reportErrors(recorders, display);
     display.update(statusOf(recorders));
   }
+  confirm(recorders, confirmations);
   for (const auto& recorder : recorders) recorder->stop();
   for (const auto& recorder : recorders) recorder->join();
   reportErrors(recorders, display);
+}
+
+void RecordCommand::confirm(const Recorders& recorders, EventConfirmations& confirmations) {
+  for (const EventConfirmations::Confirmation& what : confirmations.take()) {
+    bool known = false;
+    for (const auto& recorder : recorders) {
+      if (what && *what != recorder->stream() && *what != recorder->audioStream()) continue;
+      recorder->confirmEvent();
+      known = true;
+    }
+    if (known) continue;
+    KTLogger::instance()->log(KTLogger::Warning,
+                              "an event of stream %d was confirmed: no such "
+                              "stream is recorded",
+                              *what);
+  }
 }
 
 std::vector<RecordDisplay::Stream> RecordCommand::statusOf(const Recorders& recorders) {

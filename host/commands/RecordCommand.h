@@ -6,6 +6,8 @@
 #include <vector>
 
 #include "host/CommonOptions.h"
+#include "host/byevents/ByEventsOptions.h"
+#include "host/byevents/EventConfirmations.h"
 #include "host/commands/Command.h"
 #include "host/input/StreamSource.h"
 #include "host/record/RecordDisplay.h"
@@ -34,8 +36,9 @@ class RecordCommand : public Command {
   [[nodiscard]] RetentionRun::Options retention(const Recorders& recorders,
                                                 const SpoolLeftovers& leftovers,
                                                 const StopSignal& signal) const;
-  void watch(const Recorders& recorders, RetentionTimer& retained, RecordDisplay& display,
-             const StopSignal& signal);
+  void watch(const Recorders& recorders, RetentionTimer& retained,
+             EventConfirmations& confirmations, RecordDisplay& display, const StopSignal& signal);
+  static void confirm(const Recorders& recorders, EventConfirmations& confirmations);
   [[nodiscard]] static std::vector<RecordDisplay::Stream> statusOf(const Recorders& recorders);
   [[nodiscard]] static std::set<unsigned int> openSessions(const Recorders& recorders);
   static void checkResults(const Recorders& recorders);
@@ -43,6 +46,7 @@ class RecordCommand : public Command {
 
   CommonOptions options_;
   RetentionOptions retention_;
+  ByEventsOptions byEvents_;
   std::vector<std::string> sources_;
   std::string limit_;
   std::string sliceSize_;

@@ -20,5 +20,6 @@ std::vector<StoredEvent> EventWatch::poll() {
 
 void EventWatch::forgetBefore(long time) {
   from_ = std::max(from_, time);
-  std::erase_if(told_, [this](const auto& entry) { return entry.first.time < from_; });
+  std::erase_if(told_,
+                [this](const auto& entry) { return static_cast<long>(entry.first.time) < from_; });
 }

@@ -14,8 +14,9 @@ inline bool isAsciiLetterOrDigit(char c) {
 }
 
 /** The value of a text that is all decimal digits; nothing for any other text or a larger value. */
-inline std::optional<long> parseDigits(std::string_view text) {
-  long value = 0;
+template <typename Number = long>
+std::optional<Number> parseDigits(std::string_view text) {
+  Number value = 0;
   if (text.empty() || !isAsciiDigit(text.front())) return std::nullopt;
   const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
   if (error != std::errc() || end != text.data() + text.size()) return std::nullopt;

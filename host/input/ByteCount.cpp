@@ -31,12 +31,12 @@ std::optional<uint64_t> factorOf(std::string unit) {
 
 uint64_t ByteCount::parse(const std::string& text) {
   const size_t digits = std::min(text.find_first_not_of("0123456789"), text.size());
-  const std::optional<long> number = parseDigits(text.substr(0, digits));
+  const auto number = parseDigits<std::uint64_t>(text.substr(0, digits));
   const std::optional<uint64_t> factor = factorOf(text.substr(digits));
   constexpr uint64_t most = std::numeric_limits<int64_t>::max();
-  if (!number || !factor || static_cast<uint64_t>(*number) > most / *factor) {
+  if (!number || !factor || *number > most / *factor) {
     throw usageError("'" + text + "' is not a number of bytes",
                      "give a number such as 1048576, 500GB or 2TiB");
   }
-  return static_cast<uint64_t>(*number) * *factor;
+  return *number * *factor;
 }

@@ -1,5 +1,6 @@
 #include "host/input/EventText.h"
 
+#include <cstdint>
 #include <fstream>
 
 #include "host/HostError.h"
@@ -8,10 +9,10 @@
 
 namespace {
 
-constexpr long MOST = 0xFFFFFFFFL;
+constexpr std::uint32_t MOST = 0xFFFFFFFF;
 
-unsigned int upTo(long most, const std::string& text, const std::string& what) {
-  const std::optional<long> value = parseDigits(text);
+unsigned int upTo(std::uint32_t most, const std::string& text, const std::string& what) {
+  const auto value = parseDigits<std::uint64_t>(text);
   if (!value || *value > most) {
     throw usageError("'" + text + "' is not " + what,
                      "give a number from 0 to " + std::to_string(most));

@@ -95,7 +95,7 @@ std::optional<long> parseAny(const std::string& text, long now) {
 
 long TimeText::parse(const std::string& text, long now) {
   const std::optional<long> time = parseAny(text, now);
-  if (!time || *time < 0 || *time >= END) {
+  if (!time || *time < 0 || *time > LAST) {
     throw usageError("'" + text + "' is not a time",
                      "give \"YYYY-MM-DD HH:MM:SS\" (with a final Z for UTC), HH:MM for today, now, "
                      "-5m for five minutes ago, or epoch seconds below 2147483648");

@@ -11,8 +11,8 @@
  */
 class TimeText {
  public:
-  /** The first time that the database's signed readers cannot hold. */
-  static constexpr long END = 2147483648L;
+  /** The last time that the database's signed readers can hold. */
+  static constexpr long LAST = 2147483647L;
 
   /**
    * Understands epoch seconds; "YYYY-MM-DD HH:MM[:SS]", also with 'T' and with a final 'Z';

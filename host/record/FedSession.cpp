@@ -32,9 +32,11 @@ std::uint32_t stampOf(const KTDataBlock& frame) {
 
 }  // namespace
 
-FedSession::FedSession(const KTRStreamRecordParams& params, const StreamFrame& first)
+FedSession::FedSession(const KTRStreamRecordParams& params, const StreamFrame& first,
+                       EventWindow* window)
     : params_(params),
       settings_(first.settings),
+      window_(window),
       firstTime_(static_cast<long>(first.timeMs / 1000)),
       lastMs_(first.timeMs) {
   settings_->applyTo(params_);
@@ -48,12 +50,15 @@ FedSession::~FedSession() {
 void FedSession::open(const StreamFrame& first) {
   if (!settings_->isSound()) {
     session_ = std::make_unique<KTRVideoStreamRecordSession>(params_);
-    return tellTime(firstTime_);
+    tellTime(firstTime_);
+    if (window_ != nullptr) window_->begin(*session_);
+    return;
   }
   // A session of sound knows no time message. Its first frame is kept aside as the header; the
   // record session begins with the stamp of that frame.
   session_ = std::make_unique<KTRAudioStreamRecordSession>(params_);
   tellTime(firstTime_);
+  if (window_ != nullptr) window_->begin(*session_);
   const KTDataBlock& header = settings_->soundHeader();
   const KTDataBlock frame = KTRFrameWriter::build(KTRFrameFormat::Audio, stampOf(first.bytes),
                                                   {{header.data, header.size}});
@@ -75,7 +80,8 @@ bool FedSession::fits(const StreamFrame& frame) const {
   if (taken_ == 0) return true;
   if (frame.beginsSession || !(*frame.settings == *settings_)) return false;
   if (!frame.startsPlayback) return true;
-  return frame.timeMs >= lastMs_ && progress().sliceIndex < LAST_SLICE;
+  const bool isWindow = window_ != nullptr && window_->isUnconfirmed();
+  return frame.timeMs >= lastMs_ && (isWindow || progress().sliceIndex < LAST_SLICE);
 }
 
 bool FedSession::isLate(const StreamFrame& frame) const {
@@ -147,8 +153,17 @@ void FedSession::note(unsigned int id, const std::string& filePrefix) {
   }
 }
 
+void FedSession::followWindow() {
+  if (window_ != nullptr) window_->follow(*session_);
+}
+
+bool FedSession::isKept() {
+  return window_ == nullptr || window_->ended(*session_);
+}
+
 void FedSession::finish() {
   if (session_ == nullptr) return;
+  if (window_ != nullptr) window_->beforeStop(*session_);
   (void)session_->commit(KTDataBlock(), KTRMessageType::Stop, KTMessage::NormalPriority);
   session_->wait();
 }
@@ -156,7 +171,8 @@ void FedSession::finish() {
 std::uint64_t FedSession::close() {
   look();
   const KTRRecordProgress stored = progress();
-  const bool isKnown = params_.recordMode == KTRStreamRecordParams::Continuous &&
+  if (!opened_.empty()) opened_.back().filePrefix = session_->filePrefix().view();
+  const bool isKnown = window_ == nullptr &&
                        std::all_of(opened_.begin(), opened_.end(),
                                    [](const Opened& each) { return !each.filePrefix.empty(); });
   session_.reset();

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "host/byevents/EventWindow.h"
 #include "host/record/StreamFrame.h"
 #include "recording/KTRStreamRecordSession.h"
 
@@ -30,7 +31,7 @@ class FedSession {
   static constexpr unsigned int LAST_SLICE = 200;
 
   /** Opens a session that begins with this frame, which is then to be given to it. */
-  FedSession(const KTRStreamRecordParams& params, const StreamFrame& first);
+  FedSession(const KTRStreamRecordParams& params, const StreamFrame& first, EventWindow* window);
   FedSession(const FedSession&) = delete;
   FedSession& operator=(const FedSession&) = delete;
   ~FedSession();
@@ -65,6 +66,11 @@ class FedSession {
   /** Its row is in order, and its files are here; an empty prefix when that is not known. */
   void note(unsigned int id, const std::string& filePrefix);
 
+  /** In a recording by events: passes on what its window has to know of the session. */
+  void followWindow();
+  /** After finish(): whether the footage was kept. */
+  [[nodiscard]] bool isKept();
+
   /** Has the session store what it was given and end; waits for that. */
   void finish();
   /** After the end: closes the file. Bytes of it that should be on disk and are not. */
@@ -84,6 +90,7 @@ class FedSession {
 
   KTRStreamRecordParams params_;
   const std::shared_ptr<const StreamSettings> settings_;
+  EventWindow* const window_;  // null for one that records all
   const long firstTime_;
   std::unique_ptr<KTRStreamRecordSession> session_;
   long offset_ = 0;  // server time minus frame time, seconds

@@ -28,8 +28,10 @@ std::int64_t serverMs() {
 
 SessionFeed::SessionFeed(const Options& options)
     : options_(options),
-      backlog_(options.params.streamId, options.spoolDirectory, options.spoolBytes),
-      thread_([this] { run(); }) {}
+      backlog_(options.params.streamId, options.spoolDirectory, options.spoolBytes) {
+  if (options.events != nullptr) window_.emplace(*options.events, options.params);
+  thread_ = std::thread([this] { run(); });
+}
 
 SessionFeed::~SessionFeed() {
   finish();
@@ -125,6 +127,7 @@ bool SessionFeed::step(Lock& lock) {
   } else {
     busy_ = pump();
     noteFiles(lock);
+    followWindow(lock);
   }
   return !isOver();
 }
@@ -141,14 +144,17 @@ bool SessionFeed::hasEnded() {
   return !session_->fits(*next) || splits(*next);
 }
 
+// A window is kept whole: its oldest slice goes before its ring is full.
 bool SessionFeed::splitIsDue(const StreamFrame& frame) const {
-  return splitAsked_ && frame.startsPlayback && session_->taken() != 0;
+  if (!frame.startsPlayback || session_->taken() == 0) return false;
+  if (window_ && window_->isUnconfirmed()) return false;
+  return splitAsked_ || (window_ && window_->isOver());
 }
 
 bool SessionFeed::splits(const StreamFrame& frame) {
   if (!splitIsDue(frame)) return false;
   splitAsked_ = false;
-  return session_->progress().sliceIndex != 0;
+  return session_->progress().sliceIndex != 0 || (window_ && window_->isOver());
 }
 
 void SessionFeed::open() {
@@ -158,7 +164,8 @@ void SessionFeed::open() {
   lastTry_ = finishing_;
   repeated_ = *repeated;
   repeatedBytes_ = backlog_.bytesOfFirst(repeated_);
-  session_ = std::make_unique<FedSession>(options_.params, *backlog_.next());
+  session_ = std::make_unique<FedSession>(options_.params, *backlog_.next(),
+                                          window_ ? &*window_ : nullptr);
   busy_ = pump();
 }
 
@@ -183,12 +190,13 @@ void SessionFeed::closeSession(Lock& lock) {
   closing_ = true;
   lock.unlock();
   session_->finish();
+  const bool kept = session_->isKept();
   lock.lock();
   noteFiles(lock);
   const std::uint64_t taken = session_->taken();
   const std::uint64_t repeated = repeated_;
   const KTRRecordProgress stored = session_->progress();
-  past_ = shown();
+  if (kept) past_ = shown();
   repeated_ = repeatedBytes_ = 0;
   std::unique_ptr<FedSession> ended = std::move(session_);
   lock.unlock();
@@ -197,9 +205,11 @@ void SessionFeed::closeSession(Lock& lock) {
   lock.lock();
   closing_ = false;
   const FeedBacklog::Recorded recorded = backlog_.end(stored.frames, missing);
-  past_.frames -= std::max(stored.frames, repeated) - std::max(recorded.frames, repeated);
-  past_.bytes -= std::min(past_.bytes, missing);
-  if (recorded.timeMs != 0) {
+  if (missing != 0) {
+    past_.frames -= std::max(stored.frames, repeated) - std::max(recorded.frames, repeated);
+    past_.bytes -= std::min(past_.bytes, missing);
+  }
+  if (kept && recorded.timeMs != 0) {
     ends_.push_back({stored.sessionId, static_cast<long>(recorded.timeMs / 1000)});
   }
   if (recorded.frames != taken) return pause(recorded.frames <= repeated);
@@ -242,6 +252,18 @@ void SessionFeed::writeEnds(Lock& lock) {
   const SessionRows rows(options_.params.dbName);
   for (const Ending& end : ends) rows.setEnd(end.session, end.time);
   lock.lock();
+}
+
+void SessionFeed::followWindow(Lock& lock) {
+  if (!window_) return;
+  lock.unlock();
+  session_->followWindow();
+  lock.lock();
+}
+
+void SessionFeed::passConfirmation() {
+  const std::lock_guard guard(mutex_);
+  if (session_ != nullptr && !closing_) session_->followWindow();
 }
 
 // What all sessions have stored, a frame that two of them hold counted once.

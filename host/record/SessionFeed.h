@@ -5,11 +5,13 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <optional>
 #include <string>
 #include <thread>
 #include <utility>
 #include <vector>
 
+#include "host/byevents/EventWindow.h"
 #include "host/record/FedSession.h"
 #include "host/record/FeedBacklog.h"
 
@@ -22,8 +24,8 @@
  *
  * Owns: the running session, the frames that are not recorded, and a thread that opens and closes
  *   sessions.
- * Threads: feed(), use(), endSession() and finish() from one thread, the stream's; progress() and
- *   beginNewSession() from any.
+ * Threads: feed(), use(), endSession() and finish() from one thread, the stream's; progress(),
+ *   beginNewSession() and passConfirmation() from any.
  * Blocks: feed() for the spool's disk at most; finish() until what was fed is recorded or left in
  *   the spool.
  * Errors: frames that find no room are counted as lost; the log has one warning for each gap.
@@ -36,8 +38,9 @@ class SessionFeed {
 
   struct Options {
     KTRStreamRecordParams params;
-    std::string spoolDirectory;    // of this stream alone
-    std::uint64_t spoolBytes = 0;  // 0 for no spool
+    std::string spoolDirectory;         // of this stream alone
+    std::uint64_t spoolBytes = 0;       // 0 for no spool
+    const EventGate* events = nullptr;  // outlives the feed, which then records by events
   };
 
   struct Progress {
@@ -78,6 +81,8 @@ class SessionFeed {
    * slices may be deleted.
    */
   void beginNewSession() { splitAsked_ = true; }
+  /** Passes a confirmation on at once, without waiting for the next frame. */
+  void passConfirmation();
   [[nodiscard]] Progress progress() const;
 
  private:
@@ -100,6 +105,7 @@ class SessionFeed {
   [[nodiscard]] bool splits(const StreamFrame& frame);
   void closeSession(Lock& lock);
   void pause(bool recordedNothing);
+  void followWindow(Lock& lock);
   void noteFiles(Lock& lock);
   void writeEnds(Lock& lock);
   [[nodiscard]] KTRRecordProgress shown() const;
@@ -110,6 +116,7 @@ class SessionFeed {
   mutable std::mutex mutex_;  // guards all below; session_ changes on the feed's own thread only
   std::condition_variable changed_;
   FeedBacklog backlog_;
+  std::optional<EventWindow> window_;
   std::unique_ptr<FedSession> session_;
   std::shared_ptr<const StreamSettings> settings_;
   KTRRecordProgress past_;      // of the sessions before

@@ -18,10 +18,15 @@ namespace {
 constexpr KTClock::Span FIRST_PAUSE = seconds(1);
 constexpr KTClock::Span LONGEST_PAUSE = seconds(30);
 constexpr long PAUSE_STEP_USEC = 20000;
+// A window gives up one slice for each that it is cut into: nothing else may begin a new one.
+constexpr int WINDOW_SLICE = 1 << 30;
+// Frames of sound, of a quarter of a second or more, that go with a key frame in a window.
+constexpr int SOUND_FRAMES = 8;
 
 }  // namespace
 
 StreamRecorder::StreamRecorder(const Options& options) : options_(options) {
+  if (options.byEvents) gate_.emplace(options.byEvents->afterEvent);
   if (!options.frameLog.empty()) video_.log = std::make_unique<FrameLog>(options.frameLog);
 }
 
@@ -34,6 +39,15 @@ void StreamRecorder::beginNewSession() {
   const std::lock_guard guard(mutex_);
   for (const Track* track : {&video_, &audio_}) {
     if (track->feed != nullptr) track->feed->beginNewSession();
+  }
+}
+
+void StreamRecorder::confirmEvent() {
+  if (!gate_) return;
+  gate_->confirm();
+  const std::lock_guard guard(mutex_);
+  for (const Track* track : {&video_, &audio_}) {
+    if (track->feed != nullptr) track->feed->passConfirmation();
   }
 }
 
@@ -124,6 +138,11 @@ SessionFeed::Options StreamRecorder::feedOptions(const Options& options, unsigne
   feed.params.sliceSize = options.sliceSize;
   feed.params.storageDir = KTString(options.storageDirectory);
   feed.params.streamId = stream;
+  if (options.byEvents) {
+    const bool isSound = stream != options.stream;
+    feed.params.preEventKeyFrames = options.byEvents->keyFrames * (isSound ? SOUND_FRAMES : 1);
+    feed.params.sliceSize = WINDOW_SLICE;
+  }
   if (options.spoolDirectory.empty()) return feed;
   feed.spoolDirectory = options.spoolDirectory + "/" + std::to_string(stream);
   feed.spoolBytes = options.spoolBytes;
@@ -137,7 +156,9 @@ bool StreamRecorder::hasSpool(unsigned char stream) const {
 }
 
 void StreamRecorder::makeFeed(Track& track, unsigned char stream) {
-  auto feed = std::make_unique<SessionFeed>(feedOptions(options_, stream));
+  SessionFeed::Options options = feedOptions(options_, stream);
+  options.events = gate_ ? &*gate_ : nullptr;
+  auto feed = std::make_unique<SessionFeed>(options);
   const std::lock_guard guard(mutex_);
   track.feed = std::move(feed);
 }

@@ -7,6 +7,8 @@
 #include <string>
 #include <thread>
 
+#include "host/byevents/ByEventsOptions.h"
+#include "host/byevents/EventGate.h"
 #include "host/media/FrameLog.h"
 #include "host/media/FrameSource.h"
 #include "host/media/MediaInput.h"
@@ -19,8 +21,8 @@
  * cannot be read is done.
  *
  * Owns: its thread, its source, its record sessions.
- * Threads: constructed, started, joined and destroyed by one thread; stop(), status() and
- *   takeError() from any.
+ * Threads: constructed, started, joined and destroyed by one thread; stop(), status(),
+ *   confirmEvent() and takeError() from any.
  * Blocks: join() and the destructor until all that was received is stored.
  * Errors: the constructor throws MediaError when the frame log cannot be made; takeError() holds
  *   the one line of a source that failed for good, or of a frame log that did.
@@ -40,6 +42,7 @@ class StreamRecorder {
     bool realtime = true;        // pace files
     std::string spoolDirectory;  // of the recorder; each stream has a directory of its own below it
     std::uint64_t spoolBytes = 0;  // of each stream; 0 for no spool
+    std::optional<ByEvents> byEvents;
   };
 
   struct Status {
@@ -64,6 +67,8 @@ class StreamRecorder {
   [[nodiscard]] Status status() const;
   /** As SessionFeed::beginNewSession(), from any thread. */
   void beginNewSession();
+  /** Confirms an event, of a stream that is recorded by events; any thread. */
+  void confirmEvent();
   /** The error since the last call; empty when there is none. */
   [[nodiscard]] std::string takeError();
   void start();
@@ -91,6 +96,7 @@ class StreamRecorder {
   void fail(const std::string& error);
 
   const Options options_;
+  std::optional<EventGate> gate_;  // outlives the feeds, as an event does a camera's connection
   std::atomic<bool> stop_{false};
   mutable std::mutex mutex_;  // guards that the tracks have feeds, error_, failed_ and done_
   Track video_;

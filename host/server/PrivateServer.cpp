@@ -83,8 +83,9 @@ void PrivateServer::setUp() const {
   removeEarlierAttempts(paths_.directory(), prefix);
   const std::string attempt = paths_.directory() + "/" + prefix + std::to_string(getpid());
   const std::string user = OptionFile::currentUser();
+  // By force, since the host's own name matters to a server on the network only.
   const ProcessLaunch setup(
-      {"mariadb-install-db", "--no-defaults", "--auth-root-authentication-method=socket",
+      {"mariadb-install-db", "--no-defaults", "--force", "--auth-root-authentication-method=socket",
        "--auth-root-socket-user=" + user, "--user=" + user, "--skip-test-db",
        "--innodb-log-file-size=16M", "--tmpdir=" + paths_.temporaryDirectory(),
        "--datadir=" + attempt},

@@ -37,33 +37,35 @@ bool TimeAxis::isWithinOneDay() const {
   return TimeText::format(begin_, "%F") == TimeText::format(end_, "%F");
 }
 
-const char* TimeAxis::labelFormat(long step) const {
+const char* TimeAxis::labelFormat(std::int64_t step) const {
   if (step >= DAY) return "%m-%d";
   if (!isWithinOneDay()) return step < MINUTE ? "%m-%d %H:%M:%S" : "%m-%d %H:%M";
   return step < MINUTE ? "%H:%M:%S" : "%H:%M";
 }
 
-long TimeAxis::chooseStep() const {
+std::int64_t TimeAxis::chooseStep() const {
   const double columnSeconds = static_cast<double>(end_ - begin_) / static_cast<double>(columns_);
-  const auto fits = [&](long step) {
+  const auto fits = [&](std::int64_t step) {
     const auto room = static_cast<double>(TimeText::format(begin_, labelFormat(step)).size() + 2);
     return static_cast<double>(step) >= room * columnSeconds;
   };
   const auto* found = std::find_if(STEPS.begin(), STEPS.end(), fits);
   if (found != STEPS.end()) return *found;
-  long step = STEPS.back();
+  std::int64_t step = STEPS.back();
   while (!fits(step)) step *= 2;
   return step;
 }
 
 std::vector<TimeAxis::Tick> TimeAxis::ticks() const {
-  const long step = chooseStep();
-  const long offset = utcOffset(begin_);  // round in local time, so that days begin at midnight
+  const std::int64_t step = chooseStep();
+  const std::int64_t offset =
+      utcOffset(begin_);  // round in local time, so that days begin at midnight
   std::vector<Tick> ticks;
-  for (long time = (begin_ + offset + step - 1) / step * step - offset; time < end_; time += step) {
+  for (std::int64_t time = (begin_ + offset + step - 1) / step * step - offset; time < end_;
+       time += step) {
     const auto column =
-        static_cast<unsigned int>((time - begin_) * static_cast<long>(columns_) / (end_ - begin_));
-    ticks.push_back({column, TimeText::format(time, labelFormat(step))});
+        static_cast<unsigned int>((time - begin_) * std::int64_t{columns_} / (end_ - begin_));
+    ticks.push_back({column, TimeText::format(static_cast<long>(time), labelFormat(step))});
   }
   return ticks;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -32,8 +33,8 @@ class TimeAxis {
   };
 
   [[nodiscard]] std::vector<Tick> ticks() const;
-  [[nodiscard]] long chooseStep() const;
-  [[nodiscard]] const char* labelFormat(long step) const;
+  [[nodiscard]] std::int64_t chooseStep() const;
+  [[nodiscard]] const char* labelFormat(std::int64_t step) const;
   [[nodiscard]] bool isWithinOneDay() const;
 
   long begin_;

@@ -1,6 +1,7 @@
 #include "host/view/Timeline.h"
 
 #include <algorithm>
+#include <cstdint>
 #include <iomanip>
 
 #include "host/input/TimeText.h"
@@ -75,8 +76,8 @@ std::string Timeline::eventRow(const TimeAxis& axis) const {
   bool any = false;
   for (const long time : events_) {
     if (time < axis.begin() || time > axis.end()) continue;
-    const auto column = static_cast<unsigned int>((time - axis.begin()) * long{axis.columns()} /
-                                                  (axis.end() - axis.begin()));
+    const auto column = static_cast<unsigned int>(std::int64_t{time - axis.begin()} *
+                                                  axis.columns() / (axis.end() - axis.begin()));
     row[std::min(column, axis.columns() - 1)] = '!';
     any = true;
   }

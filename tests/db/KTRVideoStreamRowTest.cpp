@@ -20,7 +20,7 @@ TEST(KTRVideoStreamRowTest, SetsEachField) {
 
 TEST(KTRVideoStreamRowTest, WritesTheGreatestValuesUnsigned) {
   KTRVideoStreamRow row;
-  row.setValues(-1, -1, 4294967295L, 255, 4294967295U);
+  row.setValues(-1, -1, static_cast<long>(4294967295U), 255, 4294967295U);
   EXPECT_EQ(row.getQuery(),
             " (_id,_offset,_time,_fileIndex,_delayUsec) VALUES ( "
             "4294967295,4294967295,4294967295,255,4294967295 ) ");

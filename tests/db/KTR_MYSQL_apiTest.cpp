@@ -65,6 +65,8 @@ TEST_F(KTR_MYSQL_apiTest, SendsTheUpdate) {
   EXPECT_EQ(api.update_row(" n=9", " id=1 ", "numbers"), 0);
   EXPECT_THAT(sent(), ElementsAre("UPDATE numbers SET  n=9 WHERE  id=1  "));
   EXPECT_THAT(list("SELECT n FROM numbers"), ElementsAre("9"));
+  EXPECT_EQ(api.update_row("n=8", "id=1", "numbers"), 0);
+  EXPECT_THAT(sent(), testing::Contains("UPDATE numbers SET n=8 WHERE id=1 "));
 }
 
 TEST_F(KTR_MYSQL_apiTest, SendsTheDelete) {

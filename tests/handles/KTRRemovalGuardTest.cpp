@@ -85,6 +85,22 @@ TEST(KTRRemovalGuardTest, RefusesWhateverAShellCouldReadAsMoreThanAPath) {
   }
 }
 
+TEST(KTRRemovalGuardTest, AllowsEveryCharacterThatNoShellReadsOtherwise) {
+  EXPECT_EQ(KTRRemovalGuard::refusal(
+                "/abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789/._-"),
+            nullptr);
+}
+
+TEST(KTRRemovalGuardTest, RefusesEveryDirectoryOfTheSystem) {
+  for (const char* name :
+       {"bin", "boot", "etc", "lib", "lib32", "lib64", "proc", "sbin", "sys", "usr"}) {
+    const KTString path = KTString("/") + name;
+    EXPECT_STREQ(KTRRemovalGuard::refusal(path), "it belongs to the system") << name;
+    EXPECT_STREQ(KTRRemovalGuard::refusal(path + "/rec"), "it belongs to the system") << name;
+    EXPECT_EQ(KTRRemovalGuard::refusal(path + "x/rec"), nullptr) << name;
+  }
+}
+
 TEST(KTRRemovalGuardTest, RefusesAZeroByteInsideThePath) {
   EXPECT_STREQ(KTRRemovalGuard::refusal(KTString("/a\0b", 4)), CHARACTERS);
 }

@@ -1,10 +1,9 @@
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <functional>
 
 #include "handles/KTR_DB_handle.h"
 #include "tests/support/DatabaseFixture.h"
+#include "tests/support/ShellCalls.h"
 #include "tests/support/TempDir.h"
 
 namespace {
@@ -67,19 +66,6 @@ class KTR_DB_handle_retentionTest : public DatabaseFixture {
     handle.recordSessionTable()->updateDataBase(true);
     return server.value("SELECT start_time FROM " + in("recordSessions") +
                         " WHERE id=" + std::to_string(id));
-  }
-  // The arguments that the shell gives to the program rm during an action.
-  std::string argumentsOfRm(const std::function<void()>& act) {
-    const std::string program = day("rm");
-    const std::string path = std::getenv("PATH");
-    std::ofstream(program) << "#!/bin/sh\nprintf '%s ' \"$@\" >>" << day("arguments") << "\n";
-    fs::permissions(program, fs::perms::owner_all);
-    setenv("PATH", (dir.path() + ":" + path).c_str(), 1);
-    act();
-    setenv("PATH", path.c_str(), 1);
-    std::string arguments;
-    std::getline(std::ifstream(day("arguments")), arguments);
-    return arguments;
   }
   bool deletedIndexRows() const { return sentBeginningWith("DELETE FROM  dataStreams") != 0; }
 };
@@ -254,10 +240,10 @@ TEST_F(KTR_DB_handle_retentionTest, RemovesTheFilesOfOneSession) {
 
 TEST_F(KTR_DB_handle_retentionTest, FilesAreRemovedByPrefixAndWithoutQuestions) {
   const unsigned int id = session(100, day("d"));
-  record(id, 0, 100);
-  record(id, 1, 110);
-  EXPECT_EQ(argumentsOfRm([&] { handle.deleteAllDataFiles(id); }),
-            "-f " + slice(id, 0) + " " + slice(id, 1) + " ");
+  const ShellCalls shell;
+  handle.deleteAllDataFiles(id);
+  const std::string prefix = handle.getFullPrefixFileName(static_cast<int>(id)).c_str();
+  EXPECT_EQ(shell.commands(), (std::vector<std::string>{"\\rm -f " + prefix + "*"}));
 }
 
 TEST_F(KTR_DB_handle_retentionTest, FilesInAHostileDirectoryAreNotRemoved) {
@@ -323,6 +309,7 @@ TEST_F(KTR_DB_handle_retentionTest, NoCommandRunsForAHostileDirectory) {
   const std::string victim = day("victim");
   std::ofstream{victim} << "keep";
   unsigned int refused = 0;
+  const ShellCalls shell;
   for (std::string storage : HOSTILE) {
     for (size_t at = 0; (at = storage.find("$D", at)) != std::string::npos;) {
       storage.replace(at, 2, dir.path());
@@ -345,6 +332,7 @@ TEST_F(KTR_DB_handle_retentionTest, NoCommandRunsForAHostileDirectory) {
     ++refused;
   }
   EXPECT_GE(refused, 40U);
+  EXPECT_TRUE(shell.commands().empty());
 }
 
 TEST_F(KTR_DB_handle_retentionTest, NothingIsRemovedThatIsNotBelowTheStorageRoot) {
@@ -404,8 +392,9 @@ TEST_F(KTR_DB_handle_retentionTest, RemovesTheDirectoryOfTheOldestSession) {
   record(oldest, 0, 1000);
   record(same, 0, 1500);
   record(newest, 0, 2800);
-  forget();
+  const ShellCalls shell;
   EXPECT_TRUE(handle.deleteOlderDay());
+  EXPECT_EQ(shell.commands(), (std::vector<std::string>{"/bin/rm -rf " + day("old")}));
   EXPECT_FALSE(fs::exists(day("old")));
   EXPECT_TRUE(fs::exists(slice(newest, 0)));
   EXPECT_EQ(sessions(), "3");

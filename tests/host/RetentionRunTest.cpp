@@ -173,6 +173,17 @@ TEST_F(RetentionRunTest, ASessionThatHasJustBegunIsTakenAsOpen) {
   EXPECT_EQ("1.0", onDisk());
 }
 
+TEST_F(RetentionRunTest, ARunningWindowIsTakenAsOpenAndOneThatWasLeftIsNot) {
+  record(1, NOW - 10 * DAY, 1);
+  record(1, NOW - SLICE_TIME, 1);
+  (void)handle_->db_do_query("UPDATE recordSessions SET dataAvailable=2");
+  (void)pass(optionsOf(maxSlices(0)), true);
+  EXPECT_EQ("2.0", onDisk());
+  clock_.advanceSeconds(1);
+  (void)pass(maxSlices(0));
+  EXPECT_EQ("", onDisk());
+}
+
 TEST_F(RetentionRunTest, LeavesWhatLiesElsewhereAlone) {
   recordInto(dir_.path() + "/other/2025/12/01/", 1, NOW - 30 * DAY, 2);
   recordInto(directory() + "/../keep2/", 2, NOW - 30 * DAY, 2);

@@ -137,6 +137,19 @@ TEST_F(SessionCatalogTest, TellsTheSessionsThatAreBeingRecorded) {
   EXPECT_STREQ("stored", sessions.at(2).stateName());
 }
 
+TEST_F(SessionCatalogTest, TellsWindowsThatNothingHasConfirmed) {
+  addSession(1, NOW - 200, NOW - 10, 0, 2);
+  addSession(1, NOW - 100, NOW - 10, 0, 2);
+  for (const RecordedSession& session : read(false)) {
+    EXPECT_STREQ("unconfirmed", session.stateName());
+    EXPECT_FALSE(session.isOpen());
+  }
+  const auto sessions = read(true);
+  EXPECT_STREQ("unconfirmed", sessions.at(0).stateName());
+  EXPECT_STREQ("pre-event", sessions.at(1).stateName());
+  EXPECT_TRUE(sessions.at(1).isOpen());
+}
+
 TEST_F(SessionCatalogTest, TakesNoNegativeLength) {
   addSession(1, 200, 0);
   EXPECT_EQ(0, read().at(0).seconds());

@@ -21,7 +21,7 @@ class AudioReaderTest : public RecorderFixture {
 
   /** Records some seconds of sound as one session; the clock goes along. */
   void record(int seconds, const AudioHeader& header = HEADER) {
-    SessionFeed feed({params(), "", 0});
+    SessionFeed feed({params(), "", 0, nullptr});
     feed.use(StreamSettings(audioSettingsOf(header), header.encode()));
     AudioFrameBuilder builder;
     for (int i = 0; i < 10 * seconds; ++i) {
@@ -133,7 +133,7 @@ TEST_F(AudioReaderTest, EndsWhereTheSoundBecomesAnother) {
 TEST_F(AudioReaderTest, DamagedFramesAreSilenceWithOneWarning) {
   record(1);
   {
-    SessionFeed feed({params(), "", 0});
+    SessionFeed feed({params(), "", 0, nullptr});
     feed.use(StreamSettings(audioSettingsOf(HEADER), HEADER.encode()));
     for (int i = 0; i < 2; ++i) {
       feed.feed(makeFrame(KTRFrameFormat::Audio, stampNow()), true, now() * 1000);

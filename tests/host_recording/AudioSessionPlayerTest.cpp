@@ -16,7 +16,7 @@ class AudioSessionPlayerTest : public RecorderFixture {
 
   // Records three frames, one a second, behind a header.
   void record(const KTDataBlock& header) {
-    SessionFeed feed({params(), "", 0});
+    SessionFeed feed({params(), "", 0, nullptr});
     feed.use(StreamSettings(audioSettingsOf(HEADER), header));
     for (int i = 0; i < 3; ++i) {
       frames_.push_back(makeFrame(KTRFrameFormat::Audio, stampNow()));

@@ -91,8 +91,8 @@ TEST_F(PlayRunTest, PlaysAStretch) {
   const PlayRun::Result result = play(wanted);
   EXPECT_TRUE(ended_);
   EXPECT_EQ(50U, result.frames);
-  EXPECT_EQ((START + 2) * 1000, result.firstMs);
-  EXPECT_EQ((START + 4) * 1000 - 40, result.lastMs);
+  EXPECT_EQ((START + 2) * std::int64_t{1000}, result.firstMs);
+  EXPECT_EQ((START + 4) * std::int64_t{1000} - 40, result.lastMs);
 }
 
 TEST_F(PlayRunTest, PlaysALengthFromTheLastKeyFrame) {

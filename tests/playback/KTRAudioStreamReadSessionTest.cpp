@@ -38,6 +38,13 @@ class KTRAudioStreamReadSessionTest : public PlaybackFixture {
   void writeHeader(const std::string& content) {
     std::ofstream(headerPath(), std::ios::binary) << content;
   }
+  // Puts other records in place of what the session stored.
+  void storeInstead(const std::vector<KTDataBlock>& records) {
+    fs::remove(slicePath(1, 0));
+    KTRFile writer(KTString(prefix(1)), 0, KTRFile::WRITE_FLAGS, 1000000);
+    for (const KTDataBlock& record : records) EXPECT_EQ(writer.writeKTRData(record), 0);
+    EXPECT_EQ(writer._close(), 0);
+  }
   [[nodiscard]] static KTDataBlock frameAt(long second) {
     return makeFrame(Format::Audio, stampAt(second));
   }
@@ -161,6 +168,20 @@ TEST_F(KTRAudioStreamReadSessionTest, HeaderIsThatOfTheSessionBeingPlayed) {
   EXPECT_EQ(log_.countContaining("record_ktr_cam_R2_audioHeader.dat"), 1U);
 }
 
+TEST_F(KTRAudioStreamReadSessionTest, HeaderStaysThatOfTheOpenFileWhenALoadFails) {
+  recordAudio(2);
+  clock_.advanceSeconds(100);
+  recordAudio(2);
+  writeHeader("first session");
+  ASSERT_TRUE(play(START));
+  exec("DELETE FROM dataStreams WHERE _id=2");
+  EXPECT_FALSE(player_->load(at(START + 102)));
+  ASSERT_TRUE(player_->load(Parameters())) << "plays on";
+  KTDataBlock frame;
+  ASSERT_TRUE(read(frame));
+  EXPECT_EQ(frame, spliced(frameAt(1), "first session"));
+}
+
 TEST_F(KTRAudioStreamReadSessionTest, PausedSessionReadsNothing) {
   playAudio(2);
   player_->pause();
@@ -189,19 +210,25 @@ TEST_F(KTRAudioStreamReadSessionTest, FailedReadOfTheSpliceEmptiesTheFrameAndCle
 
 TEST_F(KTRAudioStreamReadSessionTest, RecordWithoutAWholeFrameHeadIsAFailedRead) {
   recordAudio(1);
-  fs::remove(slicePath(1, 0));
-  {
-    KTRFile writer(KTString(prefix(1)), 0, KTRFile::WRITE_FLAGS, 1000000);
-    ASSERT_EQ(writer.writeKTRData(KTDataBlock(8)), 0);
-    ASSERT_EQ(writer.writeKTRData(frameAt(2)), 0);
-    ASSERT_EQ(writer._close(), 0);
-  }
+  storeInstead({KTDataBlock(8), frameAt(2)});
   ASSERT_TRUE(play(START));
   KTDataBlock frame = frameAt(7);
   EXPECT_FALSE(read(frame));
   EXPECT_EQ(frame.size, 0U);
   ASSERT_TRUE(read(frame));
   EXPECT_EQ(frame, frameAt(2));
+}
+
+TEST_F(KTRAudioStreamReadSessionTest, HeadWithoutAPayloadCarriesTheHeader) {
+  recordAudio(1);
+  writeHeader("codec");
+  KTDataBlock head = frameAt(1).copy(0, 9);
+  storeLittleEndian(head.writable() + 5, 0U);
+  storeInstead({head});
+  ASSERT_TRUE(play(START));
+  KTDataBlock frame;
+  ASSERT_TRUE(read(frame));
+  EXPECT_EQ(frame, spliced(head, "codec"));
 }
 
 TEST_F(KTRAudioStreamReadSessionTest, SessionThatWasNeverLoadedHasNeitherFramesNorAHeader) {

@@ -18,6 +18,7 @@ namespace fs = std::filesystem;
 using Format = KTRFrameFormat;
 
 constexpr const char* HEADER = "codec header";
+constexpr const char* UNKNOWN = "[ KTRAUDIOStreamRecordSession::run() ] : UNKNOWN";
 
 std::string contents(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
@@ -68,6 +69,11 @@ TEST_F(KTRAudioStreamRecordSessionTest, FirstFrameBecomesTheHeaderFileAndIsStore
   EXPECT_EQ(fs::file_size(slicePath(1, 0)), 0U);
 }
 
+TEST_F(KTRAudioStreamRecordSessionTest, DatabaseIsCreatedBeforeTheFirstFrame) {
+  begin();
+  EXPECT_NE(factory_->db_instance("cam"), nullptr);
+}
+
 TEST_F(KTRAudioStreamRecordSessionTest, FirstFrameOpensASession) {
   beginWithHeader();
   EXPECT_TRUE(log_.has(16, "Starting KTRAudioStreamRecordSession..."));
@@ -106,7 +112,7 @@ TEST_F(KTRAudioStreamRecordSessionTest, StoredFrameAddsOneRowAndMovesTheEnd) {
   audioEvery(2, 1);
   EXPECT_EQ(rows("SELECT _offset,_time FROM dataStreams ORDER BY _time").back(),
             recordEnd(1) + "," + std::to_string(START + 3));
-  EXPECT_EQ(ofSession("end_time"), std::to_string(START + 3));
+  EXPECT_EQ(ofSession("end_time,realFps"), std::to_string(START + 3) + ",15");
 }
 
 TEST_F(KTRAudioStreamRecordSessionTest, RowsOfOneSecondCollapseToTheFirst) {
@@ -282,7 +288,7 @@ TEST_F(KTRAudioStreamRecordSessionTest, UnknownMessagesAreReportedAndTheIgnoredK
   send(KTRMessageType::Time, KTDataBlock(8));
   send(0x200);
   settle();
-  EXPECT_EQ(log_.count(64, "[ KTRAUDIOStreamRecordSession::run() ] : UNKNOWN"), 2U);
+  EXPECT_EQ(log_.count(64, UNKNOWN), 2U);
   EXPECT_FALSE(ended());
 }
 
@@ -320,8 +326,7 @@ TEST_F(KTRAudioStreamRecordSessionTest, SwitchGoesBeforeTheConfirmation) {
 
 TEST_F(KTRAudioStreamRecordSessionTest, SlowTurnsAreNotReported) {
   begin();
-  log_.whenLogged("[ KTRAUDIOStreamRecordSession::run() ] : UNKNOWN",
-                  [this] { clock_.advanceSeconds(4); });
+  log_.whenLogged(UNKNOWN, [this] { clock_.advanceSeconds(4); });
   send(0x200);
   settle();
   header();
@@ -336,6 +341,20 @@ TEST_F(KTRAudioStreamRecordSessionTest, StopStoresWhatWasCommittedBefore) {
   send(KTRMessageType::Stop);
   session_->wait();
   EXPECT_EQ(session_->progress().frames, 50U);
+  EXPECT_EQ(session_->queueLength(), 0U);
+}
+
+TEST_F(KTRAudioStreamRecordSessionTest, MessagesBehindTheStopAreDropped) {
+  beginWithHeader();
+  whileHeldUpBy(UNKNOWN, [&] {
+    send(0x200);
+    send(KTRMessageType::Stop);
+    for (int i = 0; i < 3; ++i) {
+      send(KTRMessageType::FrameData, makeFrame(Format::Audio, stampNow()));
+    }
+  });
+  session_->wait();
+  EXPECT_EQ(session_->progress().frames, 0U);
   EXPECT_EQ(session_->queueLength(), 0U);
 }
 
@@ -473,16 +492,35 @@ TEST_F(KTRAudioStreamRecordSessionTest, ConfirmedEventKeepsTheSession) {
   audioEvery(1, 20);
   EXPECT_TRUE(sliceExists(0)) << "a confirmed session is cut no more";
   stop();
-  EXPECT_EQ(ofSession("dataAvailable"), "1");
+  EXPECT_EQ(dataOf(1), "1");
 }
 
 TEST_F(KTRAudioStreamRecordSessionTest, ConfirmationOfAContinuousRecordingChangesNothing) {
   beginWithHeader();
+  forgetData(1);
   send(KTRMessageType::EventConfirmed);
   audioEvery(1, 1);
   EXPECT_FALSE(ended());
-  stop();
-  EXPECT_EQ(ofSession("dataAvailable"), "1");
+  EXPECT_EQ(dataOf(1), "0");
+}
+
+TEST_F(KTRAudioStreamRecordSessionTest, ConfirmationMarksTheSessionAsHavingData) {
+  beginByEventsWithHeader(10);
+  forgetData(1);
+  send(KTRMessageType::EventConfirmed);
+  settle();
+  EXPECT_EQ(dataOf(1), "1");
+}
+
+TEST_F(KTRAudioStreamRecordSessionTest, NewByEventsSessionCountsFramesAndSlicesAnew) {
+  beginByEventsWithHeader(0);
+  audioEvery(1, 9);
+  send(KTRMessageType::ByEvents);
+  audioEvery(1, 4);
+  EXPECT_FALSE(fs::exists(slicePath(2, 1)));
+  audioEvery(1, 1);
+  EXPECT_TRUE(fs::exists(slicePath(2, 1)));
+  EXPECT_TRUE(fs::exists(slicePath(2, 0)));
 }
 
 TEST_F(KTRAudioStreamRecordSessionTest, SwitchToByEventsStartsANewSessionAtTheNextFrame) {
@@ -518,6 +556,16 @@ TEST_F(KTRAudioStreamRecordSessionTest, WithoutADatabaseTheSessionEndsAtItsFirst
   audio();
   EXPECT_TRUE(ended());
   EXPECT_FALSE(session().saveHeader(KTDataBlock(20)));
+}
+
+TEST_F(KTRAudioStreamRecordSessionTest, UnconfirmedEndIsToldEvenWithoutADatabase) {
+  KTRStreamRecordParams nowhere = params();
+  nowhere.dbName = "no such'name";
+  nowhere.recordMode = KTRStreamRecordParams::ByEvents;
+  begin(nowhere);
+  stop();
+  EXPECT_TRUE(
+      log_.has(16, "KTRAudioStreamRecordSession::run() remove session 0 because of ByEvents"));
 }
 
 }  // namespace

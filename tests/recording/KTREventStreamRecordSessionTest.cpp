@@ -1,7 +1,5 @@
 #include "recording/KTREventStreamRecordSession.h"
 
-#include <mutex>
-
 #include "runtime/KTREventWriter.h"
 #include "tests/support/ClientCalls.h"
 #include "tests/support/RecorderFixture.h"
@@ -182,15 +180,12 @@ TEST_F(KTREventStreamRecordSessionTest, SilenceNeverEndsTheSession) {
 
 TEST_F(KTREventStreamRecordSessionTest, StopStoresEveryEventThatWasCommitted) {
   listen();
-  std::mutex gate;
-  log_.whenLogged(UNKNOWN, [&gate] { const std::lock_guard wait(gate); });
-  {
-    const std::lock_guard closed(gate);
+  whileHeldUpBy(UNKNOWN, [&] {
     commit(0x200);
     commit(KTRMessageType::FrameData, event(1));
     commit(KTRMessageType::Stop);
     commit(KTRMessageType::FrameData, event(2));
-  }
+  });
   events_->wait();
   EXPECT_EQ(storedSensors(), (std::vector<std::string>{"1", "2"}));
   EXPECT_EQ(commit(KTRMessageType::FrameData, event(3)), -1);
@@ -260,13 +255,10 @@ TEST_F(KTREventStreamRecordSessionTest, DatabaseWithoutAnEventTableIsReportedFor
 }
 
 TEST_F(KTREventStreamRecordSessionTest, WithoutADatabaseTheSessionEndsAndEmptiesItsQueue) {
-  std::mutex gate;
-  log_.whenLogged("Start Event Session StreamID", [&gate] { const std::lock_guard wait(gate); });
-  {
-    const std::lock_guard closed(gate);
+  whileHeldUpBy("Start Event Session StreamID", [&] {
     events_ = std::make_unique<KTREventStreamRecordSession>("no such'name", STREAM, ALL);
     for (unsigned int i = 0; i < 10; ++i) EXPECT_EQ(commit(KTRMessageType::FrameData, event(i)), 0);
-  }
+  });
   events_->wait();
   EXPECT_TRUE(log_.has(16, "ENDING  KTREventRecordSession"));
   EXPECT_EQ(events_->queueLength(), 0U);

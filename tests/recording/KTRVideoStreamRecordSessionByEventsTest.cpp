@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 #include "runtime/KTRFrameWriter.h"
 #include "tests/support/FileSizeLimit.h"
 #include "tests/support/RecorderFixture.h"
@@ -74,6 +76,15 @@ TEST_F(KTRVideoStreamRecordSessionByEventsTest, UnconfirmedByEventsSessionIsRemo
       log_.has(16, "KTRVideoStreamRecordSession::run() remove session 1 because of ByEvents"));
 }
 
+TEST_F(KTRVideoStreamRecordSessionByEventsTest, EndedSessionStillNamesItsFiles) {
+  beginByEvents(10);
+  key();
+  send(KTRMessageType::Stop);
+  session_->wait();
+  EXPECT_EQ(value("SELECT count(*) FROM recordSessions"), "0");
+  EXPECT_EQ(std::filesystem::path(session_->filePrefix().c_str()).lexically_normal(), prefix(1));
+}
+
 TEST_F(KTRVideoStreamRecordSessionByEventsTest, ConfirmedEventKeepsTheSession) {
   beginByEvents(10);
   key();
@@ -83,8 +94,25 @@ TEST_F(KTRVideoStreamRecordSessionByEventsTest, ConfirmedEventKeepsTheSession) {
   keyEvery(1, 20);
   EXPECT_TRUE(sliceExists(0)) << "a confirmed session is cut no more";
   stop();
-  db()->recordSessionTable()->updateDataBase(true);
-  EXPECT_EQ(value("SELECT dataAvailable FROM recordSessions"), "1");
+  EXPECT_EQ(dataOf(1), "1");
+}
+
+TEST_F(KTRVideoStreamRecordSessionByEventsTest, ConfirmationMarksTheSessionAsHavingData) {
+  beginByEvents(10);
+  key();
+  forgetData(1);
+  send(KTRMessageType::EventConfirmed);
+  settle();
+  EXPECT_EQ(dataOf(1), "1");
+}
+
+TEST_F(KTRVideoStreamRecordSessionByEventsTest, ConfirmationOfAContinuousRecordingMarksNothing) {
+  begin();
+  key();
+  forgetData(1);
+  send(KTRMessageType::EventConfirmed);
+  settle();
+  EXPECT_EQ(dataOf(1), "0");
 }
 
 TEST_F(KTRVideoStreamRecordSessionByEventsTest,

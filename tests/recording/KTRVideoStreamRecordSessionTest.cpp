@@ -5,7 +5,6 @@
 #include <algorithm>
 #include <cstdint>
 #include <filesystem>
-#include <mutex>
 
 #include "runtime/KTRFrameWriter.h"
 #include "tests/support/ClientCalls.h"
@@ -21,6 +20,13 @@ constexpr const char* UNKNOWN = "[ KTRVideoStreamRecordSession::run() ] : UNKNOW
 
 class KTRVideoStreamRecordSessionTest : public RecorderFixture {
  protected:
+  // The values of a session row as the recorder first inserts them.
+  [[nodiscard]] std::string insertTail() const {
+    return " ( streamID, settingsID, start_time,end_time,update_time, dataAvailable,storage,"
+           "streamType,realFps) VALUES ( 3,1,0,0," +
+           std::to_string(START) + ",2,'" + dayDirectory() + "',0,25 ) ";
+  }
+
   ClientCalls calls_;
 };
 
@@ -47,12 +53,7 @@ TEST_F(KTRVideoStreamRecordSessionTest, SessionRowNamesSettingsStorageAndFrameRa
 TEST_F(KTRVideoStreamRecordSessionTest, SessionRowIsInsertedWithItsFirstValues) {
   begin();
   key();
-  const std::string time = std::to_string(START);
-  EXPECT_THAT(calls_.statements(),
-              testing::Contains("INSERT INTO recordSessions  ( streamID, settingsID, start_time,"
-                                "end_time,update_time, dataAvailable,storage,streamType,realFps) "
-                                "VALUES ( 3,1,0,0," +
-                                time + ",2,'" + dayDirectory() + "',0,25 ) "));
+  EXPECT_THAT(calls_.statements(), testing::Contains("INSERT INTO recordSessions " + insertTail()));
 }
 
 TEST_F(KTRVideoStreamRecordSessionTest, FramesBeforeTheFirstKeyFrameAreDropped) {
@@ -165,6 +166,21 @@ TEST_F(KTRVideoStreamRecordSessionTest, StopStoresWhatWasCommittedBefore) {
   EXPECT_EQ(session_->progress().frames, 100U);
 }
 
+TEST_F(KTRVideoStreamRecordSessionTest, MessagesBehindTheStopAreDropped) {
+  begin();
+  key();
+  whileHeldUpBy(UNKNOWN, [&] {
+    send(0x200);
+    send(KTRMessageType::Stop);
+    for (int i = 0; i < 3; ++i) {
+      send(KTRMessageType::FrameData, makeFrame(Format::Delta, stampNow()));
+    }
+  });
+  session_->wait();
+  EXPECT_EQ(session_->progress().frames, 1U);
+  EXPECT_EQ(session_->queueLength(), 0U);
+}
+
 TEST_F(KTRVideoStreamRecordSessionTest, FifteenSecondsOfSilenceEndTheSession) {
   begin();
   key();
@@ -268,14 +284,11 @@ TEST_F(KTRVideoStreamRecordSessionTest, ReportOfALateFrameCountsWhatWaitsBehindI
   begin();
   key();
   const unsigned int late = stampNow() - 301 * 1000;
-  std::mutex gate;
-  log_.whenLogged(UNKNOWN, [&gate] { const std::lock_guard wait(gate); });
-  {
-    const std::lock_guard closed(gate);
+  whileHeldUpBy(UNKNOWN, [&] {
     send(0x200);
     send(KTRMessageType::FrameData, makeFrame(Format::Key, late) + makeFrame(Format::Delta, late));
     send(KTRMessageType::Ignored);
-  }
+  });
   settle();
   EXPECT_TRUE(
       log_.has(64, "Recording is too slow => closing session serverTime:" + std::to_string(START) +
@@ -307,6 +320,7 @@ TEST_F(KTRVideoStreamRecordSessionTest, ShortTimeMessageChangesNothing) {
   send(KTRMessageType::Time, KTDataBlock(7));
   settle();
   EXPECT_EQ(session_->getGatewayTime(), START);
+  EXPECT_TRUE(log_.has(64, "[ KTRVideoStreamRecordSession ] time message of 7 bytes dropped"));
   EXPECT_FALSE(ended());
 }
 
@@ -379,16 +393,12 @@ TEST_F(KTRVideoStreamRecordSessionTest, UnknownMessagesAreReportedAndTheIgnoredK
 TEST_F(KTRVideoStreamRecordSessionTest, LongQueueIsReportedAtEveryStoredFrame) {
   begin();
   key();
-  // The session is held up by its own log line until the queue is long.
-  std::mutex gate;
-  log_.whenLogged(UNKNOWN, [&gate] { const std::lock_guard wait(gate); });
-  {
-    const std::lock_guard closed(gate);
+  whileHeldUpBy(UNKNOWN, [&] {
     send(0x200);
     for (int i = 0; i < 25; ++i) {
       send(KTRMessageType::FrameData, makeFrame(Format::Delta, stampNow()));
     }
-  }
+  });
   settle();
   // 24, 23, 22 and 21 messages waited behind the first four frames.
   const auto identity = static_cast<unsigned int>(reinterpret_cast<std::uintptr_t>(session_.get()));
@@ -482,11 +492,7 @@ TEST_F(KTRVideoStreamRecordSessionTest, HalfBornRowOfACrashIsReplaced) {
   key();
   EXPECT_EQ(rows("SELECT start_time>0 FROM recordSessions"), (std::vector<std::string>{"1"}));
   EXPECT_GT(session_->progress().sessionId, 1U);
-  const std::string insert =
-      "insert= ( streamID, settingsID, start_time,end_time,update_time, dataAvailable,storage,"
-      "streamType,realFps) VALUES ( 3,1,0,0," +
-      std::to_string(START) + ",2,'" + dayDirectory() + "',0,25 ) ";
-  EXPECT_EQ(log_.count(128, insert), 1U);
+  EXPECT_EQ(log_.count(128, "insert=" + insertTail()), 1U);
 }
 
 TEST_F(KTRVideoStreamRecordSessionTest, HalfBornRowThatCannotBeDeletedEndsTheSession) {
@@ -497,12 +503,15 @@ TEST_F(KTRVideoStreamRecordSessionTest, HalfBornRowThatCannotBeDeletedEndsTheSes
   exec(
       "CREATE TRIGGER keep BEFORE DELETE ON recordSessions FOR EACH ROW "
       "SIGNAL SQLSTATE '45000' SET MESSAGE_TEXT='kept'");
+  calls_.forget();
   begin();
   key();
   EXPECT_TRUE(ended());
   EXPECT_TRUE(log_.has(128, "Cant delete wrong RecorderSessionRow in DB sessionID=1"));
   EXPECT_TRUE(log_.has(128, "Can't add RecorderSessionRow in DB recordid=0"));
-  EXPECT_EQ(log_.countContaining("insert= ( streamID"), 2U);
+  EXPECT_EQ(log_.count(128, "insert=" + insertTail()), 2U);
+  EXPECT_THAT(calls_.statements(),
+              testing::Contains("DELETE FROM  recordSessions   WHERE id=1").Times(1));
   EXPECT_EQ(rows("SELECT id FROM recordSessions"), (std::vector<std::string>{"1"}));
 }
 
@@ -547,7 +556,7 @@ TEST_F(KTRVideoStreamRecordSessionTest, EndTimeThatCannotBeSetEndsTheSession) {
   EXPECT_TRUE(log_.has(128, "Cant update RecorderSessionRow in DB sessionID=1"));
 }
 
-TEST_F(KTRVideoStreamRecordSessionTest, LostSessionTableEndsTheSessionWithBothReports) {
+TEST_F(KTRVideoStreamRecordSessionTest, LostSessionTableEndsTheSession) {
   ASSERT_NE(db(), nullptr);
   exec("DROP TABLE recordSessions");
   begin();

@@ -59,8 +59,8 @@ TEST_F(KTLoggerTest, LinesGoToStandardErrorUntilASinkIsSet) {
   }
   logger().log(KTLogger::Information, "two lines");
   const std::string written = testing::internal::GetCapturedStderr();
-  EXPECT_NE(written.find("one line\n"), std::string::npos) << written;
-  EXPECT_NE(written.find("two lines\n"), std::string::npos) << written;
+  EXPECT_NE(written.find("[ktr] [warning] one line\n"), std::string::npos) << written;
+  EXPECT_NE(written.find("[ktr] [info] two lines\n"), std::string::npos) << written;
   EXPECT_EQ(written.find("captured"), std::string::npos) << written;
 }
 

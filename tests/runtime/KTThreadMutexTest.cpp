@@ -94,7 +94,8 @@ TEST_F(KTThreadMutexTest, ARankOutOfOrderEndsADebugBuild) {
   testing::FLAGS_gtest_death_test_style = "threadsafe";
   KTThreadMutex handle(KTThreadMutex::Recursive, KTThreadMutex::Handle);
   KTThreadMutex connection(KTThreadMutex::Recursive, KTThreadMutex::Connection);
-  EXPECT_DEATH(lockBoth(connection, handle), "lock order broken: rank 2 taken while 3 is held");
+  EXPECT_DEATH(lockBoth(connection, handle),
+               "KTThreadMutex: lock order broken: rank 2 taken while 3 is held\n");
 }
 
 TEST_F(KTThreadMutexTest, RelockingAnOuterRankIsInOrder) {

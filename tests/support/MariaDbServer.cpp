@@ -137,10 +137,10 @@ void MariaDbServer::install() {
   const std::string output = dir_ + "/install.log";
   std::filesystem::create_directory(temporaryFiles());
   const int status = awaitEnd(
-      spawn({program("mariadb-install-db"), "--no-defaults", "--datadir=" + dir_ + "/data",
-             "--auth-root-authentication-method=socket", "--auth-root-socket-user=" + user_,
-             "--skip-test-db", "--user=" + user_, "--tmpdir=" + temporaryFiles(),
-             "--innodb-log-file-size=4M", "--debug-no-sync"},
+      spawn({program("mariadb-install-db"), "--no-defaults", "--force",
+             "--datadir=" + dir_ + "/data", "--auth-root-authentication-method=socket",
+             "--auth-root-socket-user=" + user_, "--skip-test-db", "--user=" + user_,
+             "--tmpdir=" + temporaryFiles(), "--innodb-log-file-size=4M", "--debug-no-sync"},
             output));
   if (status != 0) throw std::runtime_error("mariadb-install-db failed: " + contents(output));
 }

@@ -1,6 +1,7 @@
 #include "tests/support/RecorderFixture.h"
 
 #include <filesystem>
+#include <mutex>
 #include <thread>
 
 #include "recording/KTRAudioStreamRecordSession.h"
@@ -86,6 +87,14 @@ void RecorderFixture::settle(KTRTask& task) {
   if (!task.alive()) task.wait();
 }
 
+void RecorderFixture::whileHeldUpBy(const std::string& line,
+                                    const std::function<void()>& commitAll) {
+  const auto gate = std::make_shared<std::mutex>();
+  log_.whenLogged(line, [gate] { const std::lock_guard wait(*gate); });
+  const std::lock_guard closed(*gate);
+  commitAll();
+}
+
 void RecorderFixture::stop() {
   send(KTRMessageType::Stop);
   session_->wait();
@@ -123,6 +132,15 @@ void RecorderFixture::evictFirstRow() {
          std::to_string(i) + ",'')");
     db()->recordSessionTable()->updateEndTime(1 + i, START, 0);
   }
+}
+
+void RecorderFixture::forgetData(unsigned int session) {
+  EXPECT_EQ(db()->recordSessionTable()->updateDataAvailable(session, 0), 0U);
+}
+
+std::string RecorderFixture::dataOf(unsigned int session) {
+  db()->recordSessionTable()->updateDataBase(true);
+  return value("SELECT dataAvailable FROM recordSessions WHERE id=" + std::to_string(session));
 }
 
 unsigned int RecorderFixture::indexRows() {

@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <memory>
 #include <string>
 #include <vector>
@@ -49,6 +50,8 @@ class RecorderFixture : public testing::Test {
   /** Waits until a task has taken every message and waits again, or has ended. */
   void settle(KTRTask& task);
   void settle() { settle(*session_); }
+  /** Commits messages while the session's thread is held up in a log line that it comes to. */
+  void whileHeldUpBy(const std::string& line, const std::function<void()>& commitAll);
   /** Sends the stop message, waits for the end and destroys the session. */
   void stop();
 
@@ -66,6 +69,10 @@ class RecorderFixture : public testing::Test {
   [[nodiscard]] std::string value(const std::string& sql);
   /** Makes the record session table forget the row that it holds in memory for session 1. */
   void evictFirstRow();
+  /** Notes of a session that it has no data. */
+  void forgetData(unsigned int session);
+  /** What is noted of a session's data: "1" when there is some. */
+  [[nodiscard]] std::string dataOf(unsigned int session);
   [[nodiscard]] unsigned int indexRows();
   [[nodiscard]] bool ended() const { return !session_->alive(); }
   /** The storage directory of START's day, with its last "/". */

@@ -76,13 +76,13 @@ TEST_F(KTRRecordSessionTableReadTest, AnyOtherDataFlagReadsAsOne) {
 
 TEST_F(KTRRecordSessionTableReadTest, TheGreatestNumbersComeBackUnsigned) {
   add(4294967294U, 4294967295U, 4294967293U);
-  EXPECT_TRUE(covers(4294967294L));
+  EXPECT_TRUE(covers(static_cast<long>(4294967294U)));
   EXPECT_EQ(row.settingsID, 4294967293U);
   EXPECT_EQ(row.start_time, 4294967294U);
   EXPECT_EQ(row.end_time, 4294967295U);
   long start = -7;
   EXPECT_EQ(table.getOlderSessionIDByPath("/data", start), 1);
-  EXPECT_EQ(start, 4294967294L);
+  EXPECT_EQ(start, static_cast<long>(4294967294U));
 }
 
 TEST_F(KTRRecordSessionTableReadTest, AnUnknownIdLeavesTheRow) {
@@ -262,7 +262,7 @@ TEST_F(KTRRecordSessionTableReadTest, TellsTheEarliestStart) {
   add(4000000000U, 4000000001U);
   EXPECT_EQ(table.getMinStartTime(), 300);
   server.exec("DELETE FROM " + in("recordSessions") + " WHERE id=1");
-  EXPECT_EQ(table.getMinStartTime(), 4000000000L);
+  EXPECT_EQ(table.getMinStartTime(), static_cast<long>(4000000000U));
   EXPECT_EQ(sent("SELECT min(start_time) FROM recordSessions"), 3U);
 }
 

@@ -119,7 +119,8 @@ TEST_F(KTRSettingsTableTest, ANameOfTwentyCharactersEndsTheProcessAfterALogLine)
     (void)table.getSettingsByID(1, row);
   };
   EXPECT_EXIT(readIt(), testing::KilledBySignal(SIGABRT),
-              "getSettingsByID \\] settings 1 : the name has 20 characters, 19 are allowed");
+              "\\[error\\] \\[ getSettingsByID \\] settings 1 : the name has 20 characters, "
+              "19 are allowed\n");
 }
 
 TEST_F(KTRSettingsTableTest, ListsEveryKindOfSettings) {

@@ -206,8 +206,9 @@ TEST_F(KTRStreamTableTest, TellsTheOldestFrameAndItsSlice) {
 }
 
 TEST_F(KTRStreamTableTest, TheGreatestValuesComeBackUnsigned) {
-  EXPECT_EQ(index(7, 4294967295L, 255, -1, 4294967295U), 0U);
-  EXPECT_EQ(find(4294967290L, true, 0), (Frame{4294967295L, 255, 4294967295U}));
+  EXPECT_EQ(index(7, static_cast<long>(4294967295U), 255, -1, 4294967295U), 0U);
+  EXPECT_EQ(find(static_cast<long>(4294967290U), true, 0),
+            (Frame{static_cast<long>(4294967295U), 255, 4294967295U}));
   EXPECT_EQ(table.getDelayBetweenFrame(4294967295U, 255), 4294967295U);
   EXPECT_EQ(table.getOlderKFrameTime(), 4294967295U);
 }

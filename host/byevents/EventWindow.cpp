@@ -1,0 +1,143 @@
+#include "host/byevents/EventWindow.h"
+
+#include <filesystem>
+#include <string>
+
+#include "handles/KTRRemovalGuard.h"
+#include "handles/KTR_DB_factory.h"
+#include "runtime/KTCriticalCode.h"
+#include "runtime/KTLogger.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr unsigned int CONFIRMED = 1;
+constexpr unsigned int UNDECIDED = 2;
+/** Slices after which a session holds a whole window, whatever its number of key frames. */
+constexpr unsigned int WHOLE_WINDOW = 3;
+
+}  // namespace
+
+void EventWindow::begin(KTRStreamRecordSession& session) {
+  const std::lock_guard guard(mutex_);
+  current_ = 0;
+  confirmationsBefore_ = gate_.confirmations();
+  unconfirmed_ = !gate_.isOpen();
+  if (!unconfirmed_) return;
+  (void)session.commit(KTDataBlock(), KTRMessageType::ByEvents, KTMessage::NormalPriority);
+}
+
+void EventWindow::follow(KTRStreamRecordSession& session) {
+  const std::lock_guard guard(mutex_);
+  if (!unconfirmed_) return;
+  observe(session);
+  if (current_ == 0) return;
+  if (gate_.confirmations() != confirmationsBefore_) {
+    confirm(session);
+  } else if (session.progress().sliceIndex >= WHOLE_WINDOW) {
+    removeEarlier();
+  }
+}
+
+void EventWindow::beforeStop(KTRStreamRecordSession& session) {
+  const std::lock_guard guard(mutex_);
+  if (unconfirmed_ && gate_.confirmations() != confirmationsBefore_) confirm(session);
+}
+
+bool EventWindow::isUnconfirmed() const {
+  const std::lock_guard guard(mutex_);
+  return unconfirmed_;
+}
+
+bool EventWindow::isOver() const {
+  const std::lock_guard guard(mutex_);
+  return !unconfirmed_ && !gate_.isOpen();
+}
+
+// A row that was read back says that there is data, whatever it said before: the library's first
+// update of a session's start makes a window look like a recording.
+void EventWindow::observe(const KTRStreamRecordSession& session) {
+  const unsigned int id = session.progress().sessionId;
+  if (id == current_) return;
+  if (current_ != 0) earlier_.push_back(current_);
+  current_ = id;
+  mark(id, UNDECIDED);
+}
+
+// The session marks its row too, and writes that within ten seconds: a crash would come before.
+void EventWindow::confirm(KTRStreamRecordSession& session) {
+  if (session.commit(KTDataBlock(), KTRMessageType::EventConfirmed, KTMessage::NormalPriority) !=
+      0) {
+    return;
+  }
+  unconfirmed_ = false;
+  if (current_ != 0) mark(current_, CONFIRMED);
+  for (const unsigned int id : earlier_) mark(id, CONFIRMED);
+  earlier_.clear();
+}
+
+bool EventWindow::ended(const KTRStreamRecordSession& session) {
+  const std::lock_guard guard(mutex_);
+  const unsigned int last = session.progress().sessionId;
+  if (unconfirmed_ && current_ != 0 && current_ != last) earlier_.push_back(current_);
+  removeEarlier();
+  unconfirmed_ = false;
+  current_ = 0;
+  if (last == 0 || !rowIsGone(last)) return true;
+  removeFiles(session.filePrefix());
+  return false;
+}
+
+void EventWindow::removeEarlier() {
+  KTR_DB_handle* db = database();
+  if (db == nullptr) return;
+  for (const unsigned int id : earlier_) {
+    if (rowIsGone(id)) continue;
+    db->deleteAllDataFiles(id);
+    db->deleteStreamSession(id);
+  }
+  earlier_.clear();
+}
+
+void EventWindow::mark(unsigned int session, unsigned int dataAvailable) const {
+  KTR_DB_handle* db = database();
+  if (db == nullptr) return;
+  (void)db->recordSessionTable()->updateDataAvailable(session, dataAvailable);
+  db->recordSessionTable()->updateDataBase(true);
+}
+
+KTR_DB_handle* EventWindow::database() const {
+  KTR_DB_factory* factory = KTR_DB_factory::instance();
+  KTR_DB_handle* db = factory == nullptr ? nullptr : factory->db_instance(params_.dbName);
+  return db == nullptr || db->recordSessionTable() == nullptr ? nullptr : db;
+}
+
+// Only what the server says for sure: a server that is lost must not cost a file.
+bool EventWindow::rowIsGone(unsigned int session) const {
+  KTR_DB_handle* db = database();
+  if (db == nullptr) return false;
+  KTString query;
+  query.format("SELECT id FROM %s WHERE id=%u",
+               KTR_DBTable::KTR_TableName[KTR_DBTable::TB_RECORD_SESSIONS].c_str(), session);
+  const KTCriticalCode guard(KTR_MYSQL_api::_staticMysqlMux);  // the error is this query's own
+  KTDLList<KTString> rows;
+  db->getQueryResultList(rows, query);
+  return rows.count == 0 && db->lastError() == 0;
+}
+
+void EventWindow::removeFiles(const KTString& prefix) const {
+  if (prefix.empty() || !KTRRemovalGuard::allows(prefix, params_.storageDir)) return;
+  const fs::path path(std::string(prefix.view()));
+  const std::string begin = path.filename().string();
+  std::vector<fs::path> files;
+  std::error_code error;
+  for (fs::directory_iterator entry(path.parent_path(), error), end; !error && entry != end;
+       entry.increment(error)) {
+    if (entry->path().filename().string().starts_with(begin)) files.push_back(entry->path());
+  }
+  for (const fs::path& file : files) {
+    if (fs::remove(file, error)) continue;
+    KTLogger::instance()->log(KTLogger::Error, "[ REMOVE FILE ERROR] : %s", file.c_str());
+  }
+}
