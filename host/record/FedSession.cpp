@@ -78,10 +78,12 @@ void FedSession::tellTime(long frameSecond) {
 
 bool FedSession::fits(const StreamFrame& frame) const {
   if (taken_ == 0) return true;
-  if (frame.beginsSession || !(*frame.settings == *settings_)) return false;
+  if (!(*frame.settings == *settings_)) return false;
+  // A window is kept whole, whatever the clock does.
+  if (window_ != nullptr && window_->isUnconfirmed()) return true;
+  if (frame.beginsSession) return false;
   if (!frame.startsPlayback) return true;
-  const bool isWindow = window_ != nullptr && window_->isUnconfirmed();
-  return frame.timeMs >= lastMs_ && (isWindow || progress().sliceIndex < LAST_SLICE);
+  return frame.timeMs >= lastMs_ && progress().sliceIndex < LAST_SLICE;
 }
 
 bool FedSession::isLate(const StreamFrame& frame) const {

@@ -51,6 +51,7 @@ class EventWindowTest : public RecorderFixture {
   void delta() { feed(KTRFrameFormat::Delta); }
   void settleFeed() {
     while (feed_->progress().queue != 0 || clock_.waiters() == 0) std::this_thread::yield();
+    feed_->passConfirmation();  // the feed looks at its window in its own time
   }
   void confirm() {
     gate_.confirm();
