@@ -35,6 +35,9 @@ opens. Files are read in real time. H.264, H.265 and MJPEG are stored as they co
 of the kinds AAC, Opus, G.711 and MP3: the sound of stream N is stream N + 128. With --no-audio
 numbers go up to 255.
 
+N=@FILE takes the URL from the first line of FILE: the place for a URL with a
+password, since everybody may see the words of a command.
+
 With --by-events only the last key frames are held, a window that nothing is kept
 of, until an event is confirmed: by ktr events add --confirm, or by SIGUSR1 to
 this process. Then the window is kept, and recording goes on until --post-event
@@ -256,7 +259,7 @@ void RecordCommand::reportErrors(const Recorders& recorders, RecordDisplay& disp
 void RecordCommand::checkResults(const Recorders& recorders) {
   for (const auto& recorder : recorders) {
     const SessionFeed::Progress progress = recorder->status().progress;
-    if (progress.stored.frames != 0 || progress.lost == 0) continue;
+    if (progress.stored.frames != 0 || progress.lost + progress.queue == 0) continue;
     throw failure("nothing of stream " + std::to_string(recorder->stream()) + " could be stored",
                   "mend what the messages above name and record again");
   }
