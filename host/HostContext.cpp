@@ -105,6 +105,12 @@ KTR_DB_handle& HostContext::recorder(const RecorderName& name) {
   return keep(factory_->db_instance(name.text().c_str()), name);
 }
 
+KTR_DB_handle* HostContext::findRecorder(const RecorderName& name) {
+  const std::vector<std::string> known = recorders();
+  const bool found = std::find(known.begin(), known.end(), name.text()) != known.end();
+  return found ? &recorder(name) : nullptr;
+}
+
 KTR_DB_handle& HostContext::createRecorder(const RecorderName& name) {
   return keep(factory_->createDB(name.text().c_str()), name);
 }

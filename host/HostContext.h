@@ -57,6 +57,8 @@ class HostContext {
   [[nodiscard]] std::vector<std::string> recorders();
   /** The database of a recorder; a failure that names those that exist when it is unknown. */
   [[nodiscard]] KTR_DB_handle& recorder(const RecorderName& name);
+  /** As recorder(), but null when it is unknown. */
+  [[nodiscard]] KTR_DB_handle* findRecorder(const RecorderName& name);
   /** As recorder(), but a new one is made. To be called before its first session starts. */
   [[nodiscard]] KTR_DB_handle& createRecorder(const RecorderName& name);
 

@@ -1,8 +1,10 @@
 #include "host/commands/AllCommands.h"
 
+#include "host/commands/CheckCommand.h"
 #include "host/commands/EventsCommand.h"
 #include "host/commands/PlayCommand.h"
 #include "host/commands/RecordCommand.h"
+#include "host/commands/RepairCommand.h"
 #include "host/commands/RetainCommand.h"
 #include "host/commands/ServerCommand.h"
 #include "host/commands/SessionsCommand.h"
@@ -14,6 +16,8 @@ std::vector<std::unique_ptr<Command>> makeAllCommands() {
   commands.push_back(std::make_unique<PlayCommand>());
   commands.push_back(std::make_unique<EventsCommand>());
   commands.push_back(std::make_unique<RetainCommand>());
+  commands.push_back(std::make_unique<CheckCommand>());
+  commands.push_back(std::make_unique<RepairCommand>());
   commands.push_back(std::make_unique<ServerCommand>());
   return commands;
 }

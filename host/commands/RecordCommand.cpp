@@ -10,6 +10,7 @@
 #include "host/HostError.h"
 #include "host/RecorderLock.h"
 #include "host/input/DurationText.h"
+#include "host/record/SessionIdFloor.h"
 #include "host/system/StopSignal.h"
 #include "runtime/KTLogger.h"
 
@@ -100,6 +101,7 @@ int RecordCommand::run(HostContext& context) {
   if (byEvents) confirmations.listen(root.recorderDirectory(name));
   const Recorders recorders = makeRecorders(sources);
   KTR_DB_handle& handle = context.createRecorder(name);
+  SessionIdFloor::raise(handle, root.recorderDirectory(name));
 
   const bool terminal = isatty(STDERR_FILENO) != 0;
   RecordDisplay display(context.err(), terminal);

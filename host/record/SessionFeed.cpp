@@ -33,7 +33,7 @@ KTDataBlock timeMessage() {
 
 SessionFeed::SessionFeed(const KTRStreamRecordParams& params, const KTDataBlock& audioHeader,
                          const EventGate* events)
-    : params_(params), audioHeader_(audioHeader) {
+    : params_(params), audioHeader_(audioHeader), sidecar_(params, audioHeader) {
   if (events != nullptr) window_.emplace(*events, params);
 }
 
@@ -57,6 +57,7 @@ int SessionFeed::commit(const KTDataBlock& frame) {
   ++fed_;
   fedBytes_ += frame.size;
   lastStampMs_ = stampOf(frame);
+  sidecar_.note(session_->progress().sessionId);
   if (session_->progress().frames != 0) pause_ = KTClock::Span(0);
   if (window_) window_->follow(*session_);
   return 0;
@@ -139,6 +140,7 @@ void SessionFeed::finish() {
 void SessionFeed::close() {
   session_->wait();
   const KTRRecordProgress stored = session_->progress();
+  sidecar_.note(stored.sessionId);
   const long lastTime = session_->getRealTime(lastStampMs_);
   const bool kept = !window_ || window_->ended(*session_);
   fedBytes_ = 0;

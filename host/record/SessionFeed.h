@@ -7,6 +7,7 @@
 #include <optional>
 
 #include "host/byevents/EventWindow.h"
+#include "host/record/SidecarWriter.h"
 #include "recording/KTRStreamRecordSession.h"
 #include "runtime/KTClock.h"
 
@@ -88,6 +89,7 @@ class SessionFeed {
   const KTRStreamRecordParams params_;
   const KTDataBlock audioHeader_;  // empty for pictures
   std::optional<EventWindow> window_;
+  SidecarWriter sidecar_;
   mutable std::mutex mutex_;  // guards session_ and past_ against other threads
   Session session_;
   Progress past_;

@@ -1,0 +1,136 @@
+#include "host/repair/SessionMender.h"
+
+#include <algorithm>
+#include <filesystem>
+
+#include "host/HostError.h"
+#include "host/check/SessionStart.h"
+#include "host/repair/AudioHeaderFinder.h"
+#include "host/repair/DurableFile.h"
+#include "host/repair/SliceMender.h"
+
+namespace {
+
+constexpr unsigned int HAS_DATA = 1;
+constexpr long AUDIO_HEADER_LEAD = 60;  // seconds that the header of sound may come before it
+
+}  // namespace
+
+bool SessionMender::has(Finding::Kind kind) const {
+  return std::any_of(work_->findings.begin(), work_->findings.end(),
+                     [&](const Finding& each) { return each.kind == kind; });
+}
+
+void SessionMender::mend(const Work& work) {
+  work_ = &work;
+  files_ = work.subject->files == nullptr ? SessionFiles() : *work.subject->files;
+  if (has(Finding::Unreadable)) {
+    throw failure("session " + std::to_string(work.subject->id) + " has slices that cannot be read",
+                  "look at the disk, copy what can be copied, and repair again");
+  }
+  for (const std::string& path : files_.leftovers) DurableFile::remove(path);
+  mendSlices();
+  if (!files_.hasContent()) return removeSession();
+  fillGaps();
+  mendAudioHeader();
+  mendRows();
+}
+
+void SessionMender::mendSlices() {
+  for (const Finding& finding : work_->findings) {
+    if (finding.kind != Finding::TornTail && finding.kind != Finding::Garbage) continue;
+    const std::string path = files_.slicePath(*finding.slice);
+    if (SliceMender::mend(path).unreadable) {
+      throw failure("cannot read " + path, "look at the disk, and repair again");
+    }
+    files_.slices[*finding.slice] = std::filesystem::file_size(path);
+  }
+}
+
+void SessionMender::fillGaps() {
+  for (const unsigned int slice : files_.gaps()) {
+    DurableFile::touch(files_.slicePath(slice));
+    files_.slices[slice] = 0;
+  }
+}
+
+void SessionMender::mendAudioHeader() {
+  if (!has(Finding::NoAudioHeader) && !has(Finding::DamagedAudioHeader)) return;
+  const KTDataBlock header =
+      AudioHeaderFinder::find(files_, work_->identity.settings.text, work_->alikeHeaders);
+  if (header.size == 0) return;
+  DurableFile file(files_.audioHeaderPath() + SessionFiles::UNFINISHED, DurableFile::Replace);
+  file.write({header.data, header.size});
+  file.finish();
+  DurableFile::rename(file.path(), files_.audioHeaderPath());
+}
+
+// Nothing of it can be played: no slice holds a byte. What was moved out of its slices stays.
+void SessionMender::removeSession() {
+  writer_.removeSession(work_->subject->id);
+  for (const auto& [slice, bytes] : files_.slices) DurableFile::remove(files_.slicePath(slice));
+  if (files_.audioHeader) DurableFile::remove(files_.audioHeaderPath());
+  if (files_.sidecar) DurableFile::remove(files_.sidecarPath());
+}
+
+bool SessionMender::needsIndex() const {
+  static const std::set<Finding::Kind> kinds = {Finding::Garbage,        Finding::RowInMissingSlice,
+                                                Finding::RowBehindEnd,   Finding::RowInWrongSlice,
+                                                Finding::RowAtNoRecord,  Finding::RowWithWrongTime,
+                                                Finding::FrameWithoutRow};
+  return !work_->subject->row ||
+         std::any_of(work_->findings.begin(), work_->findings.end(),
+                     [](const Finding& each) { return kinds.contains(each.kind); });
+}
+
+RecorderTables::Session SessionMender::rowToBegin() {
+  if (work_->subject->row) return *work_->subject->row;
+  RecorderTables::Session row;
+  row.id = work_->subject->id;
+  row.stream = *work_->identity.stream;
+  row.start = row.end = work_->identity.start;
+  row.type = work_->identity.settings.type;
+  row.fps = work_->identity.fps;
+  return row;
+}
+
+void SessionMender::mendRows() {
+  RecorderTables::Session row = rowToBegin();
+  const bool newIndex = needsIndex();
+  const std::optional<long> start =
+      work_->subject->row ? SessionStart::of(files_, {row.start, tables_.firstTime(row.id)})
+                          : work_->identity.start;
+  if (!start) return;
+  const bool newSettings = !work_->subject->row || has(Finding::NoSettings);
+  if (newSettings) row.settings = writer_.settingsId(work_->identity.settings);
+  try {
+    writer_.begin();
+    if (newIndex) writer_.removeIndex(row.id);
+    const Footage footage =
+        Footage::read(files_, *start, row.fps, [&](const TableWriter::IndexRow& each) {
+          if (newIndex) writer_.addRow(row.id, each);
+        });
+    correct(row, footage, newIndex);
+    if (work_->subject->row) {
+      writer_.updateSession(row);
+    } else {
+      writer_.addSession(row);
+    }
+    writer_.commit();
+  } catch (const HostError&) {
+    writer_.abandon();
+    throw;
+  }
+}
+
+void SessionMender::correct(RecorderTables::Session& row, const Footage& footage, bool newIndex) {
+  const long lead = footage.first - row.start;
+  const bool isEarly = lead > (footage.sound ? AUDIO_HEADER_LEAD : 0);
+  const bool shortened = files_.chain().front() != 0 && !newIndex;
+  if (row.start == 0 || lead < 0 || (isEarly && (!shortened || has(Finding::WrongStart)))) {
+    row.start = footage.first;
+  }
+  if (row.end < footage.lastRow || row.end > footage.last) row.end = footage.last;
+  row.available = HAS_DATA;
+  if (!work_->subject->row || work_->subject->wrongDirectory) row.storage = files_.directory();
+}
