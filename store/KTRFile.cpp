@@ -51,7 +51,12 @@ void KTRFile::_remove() {
 
 int KTRFile::_close() {
   if (writeFill_ != 0) (void)flush();
-  return KTFile::close();
+  const int result = KTFile::close();
+  if (result != 0) {
+    KTLogger::instance()->log(KTLogger::Error, "KTRFile %s closed Failed !!!!",
+                              KTFile::name().c_str());
+  }
+  return result;
 }
 
 void KTRFile::flushAndClose() {

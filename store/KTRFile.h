@@ -87,6 +87,7 @@ class KTR_API KTRFile : public KTFile {
   void appendToWriteBuffer(const unsigned char* p, unsigned int n);
 
   void refill();
+  void reportReadError() const;
   void compact();
   [[nodiscard]] bool canTake(unsigned int n) const;
   [[nodiscard]] bool takeWord(std::uint32_t& word);

@@ -49,7 +49,10 @@ void KTRFile::refill() {
     }
     markerSize = sizeof _NEW_FILE_FLAG;
   }
-  if (count < 0) return;
+  if (count < 0) {
+    reportReadError();
+    return;
+  }
   unsigned char* tail = readBuffer_.writable() + readFill_;
   if (pos() <= startPos) {
     std::memcpy(tail, _NEW_FILE_FLAG, markerSize);
@@ -58,6 +61,12 @@ void KTRFile::refill() {
     std::memmove(tail, tail + markerSize, static_cast<unsigned int>(count));
   }
   readFill_ += static_cast<unsigned int>(count);
+}
+
+// A chain whose first slice is missing was reported when it was opened.
+void KTRFile::reportReadError() const {
+  if (!opened()) return;
+  KTLogger::instance()->log(KTLogger::Error, "KTRFile %s read Failed !!!!", KTFile::name().c_str());
 }
 
 void KTRFile::compact() {
