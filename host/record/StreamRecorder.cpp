@@ -130,8 +130,8 @@ void StreamRecorder::store(const KTDataBlock& frame, const MediaInput& input) {
   const unsigned char kind = frame.data[0] & ~KTRFrameFormat::COMPOSITION_FLAG;
   Track& track = kind == KTRFrameFormat::Audio ? audio_ : video_;
   if (track.feed == nullptr) beginAudio(*input.audioHeader());
+  log(track, frame);  // first, so that the log of a killed process lacks nothing that is stored
   track.feed->feed(frame, kind != KTRFrameFormat::Delta);
-  log(track, frame);
 }
 
 void StreamRecorder::begin(Track& track, std::unique_ptr<SessionFeed> feed) {
