@@ -68,7 +68,7 @@ class CrashFixture : public ProgramFixture {
   void expectRepaired(const Recorder& recorder);
   void expectClean(const std::string& recorder);
   void expectPlays(const Recorder& recorder);
-  /** Records anew for a moment: no file that is there is touched. */
+  /** Records anew for a moment, to an end in order: no file that is there is touched. */
   void expectNextRunKeepsFiles(Recorder& recorder);
 
   static void killServer();

@@ -23,7 +23,13 @@ class SentFrames {
   /** Adds the frame log of a recording that was killed, or else has ended in order. */
   void add(const std::string& frameLog, std::optional<End> killed);
   /** What was lost of what was promised, or played that was never sent; empty when all is well. */
-  [[nodiscard]] std::string flawOf(const std::string& playedLog) const;
+  [[nodiscard]] std::string flawOf(const std::string& playedLog) const {
+    return compare(playedLog, false);
+  }
+  /** Of frames that were played, one that was never sent, or not in this order; else empty. */
+  [[nodiscard]] std::string strangersIn(const std::string& playedLog) const {
+    return compare(playedLog, true);
+  }
   /** Frames that must be played. */
   [[nodiscard]] size_t promised() const;
 
@@ -34,6 +40,8 @@ class SentFrames {
     std::string line;
     bool promised = false;
   };
+
+  [[nodiscard]] std::string compare(const std::string& playedLog, bool mayLack) const;
 
   std::vector<Frame> frames_;
 };
