@@ -15,6 +15,13 @@ if(KTR_SANITIZE)
   add_link_options(-fsanitize=${KTR_SANITIZE})
 endif()
 
+option(KTR_COVERAGE "Count the lines that run, for scripts/coverage" OFF)
+if(KTR_COVERAGE)
+  # Atomic counters: the sessions' threads share them.
+  add_compile_options(--coverage -fprofile-update=atomic)
+  add_link_options(--coverage)
+endif()
+
 find_program(CCACHE_PROGRAM ccache)
 if(CCACHE_PROGRAM)
   set(CMAKE_CXX_COMPILER_LAUNCHER ${CCACHE_PROGRAM})

@@ -454,6 +454,14 @@ TEST_F(KTRFileTest, FullWriteBufferGrowsByTwiceTheBlock) {
   EXPECT_EQ(readAll(), range(0, 3));
 }
 
+TEST_F(KTRFileTest, BytesAddedToTheWriteBufferReachTheDiskAsTheyAre) {
+  openWriter();
+  const KTDataBlock record = rawRecord(payload(7, 64), 64);
+  EXPECT_EQ(writer_->addtoWriteBuffer(record), 72U);
+  ASSERT_EQ(writer_->_writeWriteBuffer(), 0);
+  EXPECT_EQ(readRaw(0), std::string(reinterpret_cast<const char*>(record.data), record.size));
+}
+
 TEST_F(KTRFileTest, FullReadBufferGrowsByTwiceTheBlock) {
   openReader();
   EXPECT_EQ(reader_->addtoReadBuffer(KTDataBlock(20971520)), 20971520U);
