@@ -103,7 +103,7 @@ void CheckRun::checkWhole(const std::vector<CheckSubject>& all) {
   if (!tables_.exist() && disk_.files() != 0) {
     Finding finding;
     finding.kind = Finding::NoDatabase;
-    finding.count = disk_.sessions().size();
+    finding.detail = std::to_string(disk_.sessions().size()) + " sessions";
     report(finding);
   }
   for (const CheckSubject& subject : all) {

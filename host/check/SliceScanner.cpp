@@ -13,12 +13,13 @@ SliceScanner::Item SliceScanner::next() {
     return Unreadable;
   }
   if (position_ >= file_.size()) return End;
-  if (const auto found = file_.recordAt(position_)) {
+  const auto found = file_.recordAt(position_);
+  if (found && !swallowsAnother(*found)) {
     record_ = *found;
     range_.end = position_ = record_.end();
     return readTo(position_) ? Record : next();
   }
-  if (file_.error() == 0) range_.end = findRecord(position_ + 1);
+  if (file_.error() == 0) range_.end = findRecord(position_ + 1, file_.size());
   if (file_.error() != 0) return next();
   position_ = range_.end;
   return position_ == file_.size() && isTorn() ? TornTail : Garbage;
@@ -37,8 +38,16 @@ bool SliceScanner::readTo(uint64_t end) {
   return true;
 }
 
-uint64_t SliceScanner::findRecord(uint64_t from) {
-  while (from < file_.size()) {
+// A record that lacks bytes in its middle claims the beginning of the next one as its own, and then
+// does not end where one begins.
+bool SliceScanner::swallowsAnother(const SliceRecord& record) {
+  if (record.end() == file_.size() || file_.recordAt(record.end())) return false;
+  return findRecord(record.offset + 1, record.end()) < record.end();
+}
+
+/** The first sound record that begins between two places; the end when there is none. */
+uint64_t SliceScanner::findRecord(uint64_t from, uint64_t end) {
+  while (from < end) {
     const auto bytes = file_.bytes(from);
     if (bytes.empty()) break;
     const auto found = std::find(bytes.begin(), bytes.end(), FLAG[0]);
@@ -47,7 +56,7 @@ uint64_t SliceScanner::findRecord(uint64_t from) {
     if (file_.recordAt(from)) return from;
     ++from;
   }
-  return file_.size();
+  return end;
 }
 
 // The beginning of a record that claims more than is there, up to zeros or the end of the file.

@@ -40,7 +40,8 @@ class SliceScanner {
 
  private:
   [[nodiscard]] bool readTo(uint64_t end);
-  [[nodiscard]] uint64_t findRecord(uint64_t from);
+  [[nodiscard]] bool swallowsAnother(const SliceRecord& record);
+  [[nodiscard]] uint64_t findRecord(uint64_t from, uint64_t end);
   [[nodiscard]] bool isTorn();
   [[nodiscard]] uint64_t endOfContent();
 

@@ -101,7 +101,12 @@ int RecordCommand::run(HostContext& context) {
   if (byEvents) confirmations.listen(root.recorderDirectory(name));
   const Recorders recorders = makeRecorders(sources);
   KTR_DB_handle& handle = context.createRecorder(name);
-  SessionIdFloor::raise(handle, root.recorderDirectory(name));
+  if (const unsigned int id = SessionIdFloor::raise(handle, root.recorderDirectory(name))) {
+    KTLogger::instance()->log(KTLogger::Warning,
+                              "the database has lost sessions whose files are there: new ones "
+                              "begin at id %u; see ktr check",
+                              id);
+  }
 
   const bool terminal = isatty(STDERR_FILENO) != 0;
   RecordDisplay display(context.err(), terminal);

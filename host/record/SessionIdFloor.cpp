@@ -5,13 +5,12 @@
 #include "host/HostError.h"
 #include "host/check/DiskCatalog.h"
 #include "host/check/RecorderTables.h"
-#include "runtime/KTLogger.h"
 
-void SessionIdFloor::raise(KTR_DB_handle& handle, const std::string& recorderDirectory) {
+unsigned int SessionIdFloor::raise(KTR_DB_handle& handle, const std::string& recorderDirectory) {
   const DiskCatalog disk(recorderDirectory, std::string(handle.getName().view()));
   RecorderTables tables(&handle);
   const unsigned int highest = std::max(disk.highestId(), tables.highestId());
-  if (tables.nextId() > highest) return;
+  if (tables.nextId() > highest) return 0;
   KTString statement;
   statement.format("ALTER TABLE %s AUTO_INCREMENT=%u",
                    KTR_DBTable::KTR_TableName[KTR_DBTable::TB_RECORD_SESSIONS].c_str(),
@@ -23,8 +22,5 @@ void SessionIdFloor::raise(KTR_DB_handle& handle, const std::string& recorderDir
             std::to_string(highest) + ")",
         "give the account the right to ALTER the tables, or move " + recorderDirectory + " away");
   }
-  KTLogger::instance()->log(KTLogger::Warning,
-                            "the database has lost sessions whose files are there: new ones begin "
-                            "at id %u; see ktr check",
-                            highest + 1);
+  return highest + 1;
 }

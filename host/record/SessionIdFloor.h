@@ -15,6 +15,9 @@
  */
 class SessionIdFloor {
  public:
-  /** Makes the next id higher than every id that a file or a row of the recorder bears. */
-  static void raise(KTR_DB_handle& handle, const std::string& recorderDirectory);
+  /**
+   * Makes the next id higher than every id that a file or a row of the recorder bears: the next id
+   * when that was needed, else 0.
+   */
+  static unsigned int raise(KTR_DB_handle& handle, const std::string& recorderDirectory);
 };

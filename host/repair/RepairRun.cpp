@@ -73,7 +73,7 @@ RepairRun::Result RepairRun::mend(KTR_DB_handle& handle) {
   result_ = Result();
   TableWriter writer(handle);
   writer.makeIndexTable();
-  SessionIdFloor::raise(handle, options_.check.directory);
+  (void)SessionIdFloor::raise(handle, options_.check.directory);
   separateIds(handle);
   mendSessions(handle);
   for (const Finding& finding : findings_) {
@@ -96,7 +96,7 @@ void RepairRun::separateIds(KTR_DB_handle& handle) {
     }
   }
   if (std::any_of(findings_.begin(), findings_.end(), isOfIds)) {
-    SessionIdFloor::raise(handle, options_.check.directory);
+    (void)SessionIdFloor::raise(handle, options_.check.directory);
   }
 }
 

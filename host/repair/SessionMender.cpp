@@ -73,16 +73,6 @@ void SessionMender::removeSession() {
   if (files_.sidecar) DurableFile::remove(files_.sidecarPath());
 }
 
-bool SessionMender::needsIndex() const {
-  static const std::set<Finding::Kind> kinds = {Finding::Garbage,        Finding::RowInMissingSlice,
-                                                Finding::RowBehindEnd,   Finding::RowInWrongSlice,
-                                                Finding::RowAtNoRecord,  Finding::RowWithWrongTime,
-                                                Finding::FrameWithoutRow};
-  return !work_->subject->row ||
-         std::any_of(work_->findings.begin(), work_->findings.end(),
-                     [](const Finding& each) { return kinds.contains(each.kind); });
-}
-
 RecorderTables::Session SessionMender::rowToBegin() {
   if (work_->subject->row) return *work_->subject->row;
   RecorderTables::Session row;
@@ -96,7 +86,6 @@ RecorderTables::Session SessionMender::rowToBegin() {
 
 void SessionMender::mendRows() {
   RecorderTables::Session row = rowToBegin();
-  const bool newIndex = needsIndex();
   const std::optional<long> start =
       work_->subject->row ? SessionStart::of(files_, {row.start, tables_.firstTime(row.id)})
                           : work_->identity.start;
@@ -105,12 +94,11 @@ void SessionMender::mendRows() {
   if (newSettings) row.settings = writer_.settingsId(work_->identity.settings);
   try {
     writer_.begin();
-    if (newIndex) writer_.removeIndex(row.id);
+    writer_.removeIndex(row.id);
     const Footage footage =
-        Footage::read(files_, *start, row.fps, [&](const TableWriter::IndexRow& each) {
-          if (newIndex) writer_.addRow(row.id, each);
-        });
-    correct(row, footage, newIndex);
+        Footage::read(files_, *start, row.fps,
+                      [&](const TableWriter::IndexRow& each) { writer_.addRow(row.id, each); });
+    correct(row, footage);
     if (work_->subject->row) {
       writer_.updateSession(row);
     } else {
@@ -123,11 +111,9 @@ void SessionMender::mendRows() {
   }
 }
 
-void SessionMender::correct(RecorderTables::Session& row, const Footage& footage, bool newIndex) {
+void SessionMender::correct(RecorderTables::Session& row, const Footage& footage) {
   const long lead = footage.first - row.start;
-  const bool isEarly = lead > (footage.sound ? AUDIO_HEADER_LEAD : 0);
-  const bool shortened = files_.chain().front() != 0 && !newIndex;
-  if (row.start == 0 || lead < 0 || (isEarly && (!shortened || has(Finding::WrongStart)))) {
+  if (row.start == 0 || lead < 0 || lead > (footage.sound ? AUDIO_HEADER_LEAD : 0)) {
     row.start = footage.first;
   }
   if (row.end < footage.lastRow || row.end > footage.last) row.end = footage.last;

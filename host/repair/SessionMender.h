@@ -1,6 +1,5 @@
 #pragma once
 
-#include <set>
 #include <string>
 #include <vector>
 
@@ -38,9 +37,8 @@ class SessionMender {
   void mendAudioHeader();
   void removeSession();
   void mendRows();
-  [[nodiscard]] bool needsIndex() const;
   [[nodiscard]] RecorderTables::Session rowToBegin();
-  void correct(RecorderTables::Session& row, const Footage& footage, bool newIndex);
+  void correct(RecorderTables::Session& row, const Footage& footage);
 
   RecorderTables tables_;
   TableWriter writer_;

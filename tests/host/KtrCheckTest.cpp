@@ -88,7 +88,7 @@ TEST_F(KtrCheckTest, TellsThatTheDatabaseIsGoneAndMakesNone) {
   lease_.reset();
   fs::remove_all(root_->paths().directory());
   EXPECT_EQ(1, check(""));
-  EXPECT_THAT(out(), StartsWith("no-database: the recorder has files and no database (2)\n"
+  EXPECT_THAT(out(), StartsWith("no-database: the recorder has files and no database (2 sessions)\n"
                                 "files-without-rows: session 1: "));
   EXPECT_FALSE(root_->paths().exists());
 }

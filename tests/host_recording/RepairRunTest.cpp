@@ -1,0 +1,291 @@
+#include "host/repair/RepairRun.h"
+
+#include <gmock/gmock.h>
+
+#include <filesystem>
+#include <functional>
+
+#include "host/HostError.h"
+#include "host/record/SessionSidecar.h"
+#include "tests/host_recording/RepairFixture.h"
+
+namespace fs = std::filesystem;
+using testing::Contains;
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+namespace {
+
+class RepairRunTest : public RepairFixture {
+ protected:
+  /** Id, stream, start, end and flag of every session. */
+  [[nodiscard]] std::vector<std::string> sessions() {
+    return rows(
+        "SELECT id,streamID,start_time,end_time,dataAvailable,storage,streamType "
+        "FROM recordSessions ORDER BY id");
+  }
+  /** Two sessions of several slices, the first with the time of its last frame. */
+  void recordTwo() {
+    recordSlices();
+    pass(3000);
+    beginSlices();
+    record(6, 10, 400);
+    end();
+  }
+  void setLastTimes() {
+    for (unsigned int id = 1; id <= 2; ++id) {
+      long last = 0;
+      for (const Recorded& frame : recorded_) {
+        if (frame.session == id) last = static_cast<long>(frame.timeMs / 1000);
+      }
+      exec("UPDATE recordSessions SET end_time=" + std::to_string(last) +
+           " WHERE id=" + std::to_string(id));
+    }
+  }
+};
+
+}  // namespace
+
+TEST_F(RepairRunTest, LeavesASoundRecordingAlone) {
+  recordTwo();
+  const auto tablesBefore = tables();
+  const auto filesBefore = files();
+  repair();
+  EXPECT_EQ(tablesBefore, tables());
+  EXPECT_EQ(filesBefore, files());
+}
+
+TEST_F(RepairRunTest, MakesRowsThatAreMissing) {
+  recordTwo();
+  stream_ = STREAM;
+  for (const char* damage :
+       {"DELETE FROM dataStreams WHERE _id=1", "DELETE FROM dataStreams WHERE _time%3=0",
+        "DELETE FROM recordSessions WHERE id=2", "DELETE FROM recordSessions",
+        "DROP TABLE dataStreams", "DELETE FROM streamSettings"}) {
+    SCOPED_TRACE(damage);
+    exec(damage);
+    EXPECT_FALSE(findings().empty());
+    expectNothingLost();
+  }
+}
+
+TEST_F(RepairRunTest, MakesTheWholeDatabaseAnew) {
+  recordTwo();
+  setLastTimes();
+  for (unsigned int id = 1; id <= 2; ++id) {
+    SessionSidecar sidecar{STREAM, STREAM_VIDEO, 25, "clip", "25,0,h264,640x360,", {}};
+    ASSERT_TRUE(sidecar.write(prefix(id) + "session.json"));
+  }
+  const auto before = sessions();
+  dropDatabase();
+  expectNothingLost();
+  EXPECT_EQ(before, sessions());
+  EXPECT_THAT(rows("SELECT name,settings FROM streamSettings"),
+              ElementsAre("clip,25,0,h264,640x360,"));
+  beginSlices();
+  record(3, 5, 400);
+  end();
+  EXPECT_EQ("3", value("SELECT MAX(id) FROM recordSessions"));
+}
+
+TEST_F(RepairRunTest, FindsStreamNumbersWithoutSidecarFiles) {
+  recordTwo();
+  setLastTimes();
+  dropDatabase();
+  repair();
+  EXPECT_THAT(rows("SELECT id,streamID FROM recordSessions"), ElementsAre("1,1", "2,1"));
+  dropDatabase();
+  stream_ = STREAM;
+  expectNothingLost();
+}
+
+TEST_F(RepairRunTest, KnowsTheDayOfSessionsAroundMidnight) {
+  pass((86400 - START % 86400) * 1000 - 5000);
+  begin();
+  record(30, 4, 250);
+  end();
+  const auto before = rows("SELECT id,start_time FROM recordSessions");
+  ASSERT_EQ(2U, before.size());
+  dropDatabase();
+  stream_ = STREAM;
+  repair();
+  EXPECT_EQ(before, rows("SELECT id,start_time FROM recordSessions"));
+}
+
+TEST_F(RepairRunTest, ASessionThatHasLostItsOldestSlices) {
+  recordSlices();
+  (void)db()->deleteOlderSlicesOfRecorderSession(1);
+  db()->recordSessionTable()->updateDataBase(true);
+  const auto before = played();
+  const long start = std::stol(value("SELECT start_time FROM recordSessions"));
+  dropDatabase();
+  stream_ = STREAM;
+  repair();
+  EXPECT_LE(std::labs(start - std::stol(value("SELECT start_time FROM recordSessions"))), 5);
+  EXPECT_EQ(before, played());
+}
+
+TEST_F(RepairRunTest, CorrectsWrongRows) {
+  recordTwo();
+  for (const char* damage :
+       {"_offset=_offset+1 WHERE _fileIndex=1", "_offset=0", "_offset=4000000000 WHERE _time%2=0",
+        "_time=_time+7", "_time=_time-86400 WHERE _fileIndex=1", "_fileIndex=_fileIndex+1",
+        "_fileIndex=77 WHERE _fileIndex=1"}) {
+    SCOPED_TRACE(damage);
+    exec(std::string("UPDATE dataStreams SET ") + damage);
+    EXPECT_FALSE(findings().empty());
+    expectNothingLost();
+  }
+}
+
+TEST_F(RepairRunTest, CorrectsSessionRows) {
+  recordTwo();
+  for (const char* damage :
+       {"start_time=0,end_time=0", "end_time=0", "start_time=start_time-3", "end_time=end_time-9",
+        "end_time=end_time+900", "dataAvailable=2", "dataAvailable=0", "settingsID=77",
+        "storage='/nowhere/2001/01/01/'", "start_time=start_time+86400"}) {
+    SCOPED_TRACE(damage);
+    exec(std::string("UPDATE recordSessions SET ") + damage + " WHERE id=1");
+    EXPECT_FALSE(findings().empty());
+    expectNothingLost();
+  }
+}
+
+TEST_F(RepairRunTest, CutsATornTailAtEveryLength) {
+  recordSlices();
+  const std::string last = slices().back();
+  const std::string whole = read(last);
+  const std::vector<uint64_t> borders = bordersOf(last);
+  const std::vector<std::string> all = records();
+  for (uint64_t size = borders[borders.size() - 3] + 1; size < borders.back(); ++size) {
+    SCOPED_TRACE(size);
+    write(last, whole);
+    cut(last, size);
+    const size_t lost = size < borders[borders.size() - 2] ? 2 : 1;
+    repair();
+    EXPECT_EQ(std::vector<std::string>(all.begin(), all.end() - static_cast<long>(lost)),
+              records());
+    EXPECT_EQ(all.size() - lost, played().size());
+  }
+}
+
+TEST_F(RepairRunTest, MovesGarbageAside) {
+  recordTwo();
+  const std::vector<std::string> all = records();
+  const std::vector<uint64_t> borders = bordersOf(slice(1));
+  std::string bytes = read(slice(1));
+  bytes.insert(borders[7], "garbage two");
+  bytes.insert(borders[3], "garbage one, ");
+  write(slice(1), bytes + std::string(100, '\0'));
+  expectNothingLost();
+  EXPECT_EQ(all, records());
+  EXPECT_EQ("garbage one, garbage two", read(prefix(1) + "F1.damaged"));
+  write(slice(1), "more" + read(slice(1)));
+  expectNothingLost();
+  EXPECT_EQ("more", read(prefix(1) + "F1.damaged.2"));
+}
+
+TEST_F(RepairRunTest, GoesOnBehindASliceThatIsMissing) {
+  recordSlices();
+  const std::vector<std::string> all = records();
+  const size_t lost = bordersOf(slice(1)).size() - 1;
+  fs::remove(slice(1));
+  repair();
+  EXPECT_EQ(all.size() - lost, records().size());
+  EXPECT_EQ(all.size() - lost, played().size());
+  EXPECT_EQ("", read(slice(1)));
+}
+
+TEST_F(RepairRunTest, RemovesRowsOfWhatIsGone) {
+  recordTwo();
+  for (const std::string& path : slices(1)) fs::remove(path);
+  exec("INSERT INTO dataStreams VALUES (99,0,1,0,0)");
+  exec(
+      "INSERT INTO recordSessions (streamID,settingsID,start_time,end_time,dataAvailable,storage) "
+      "VALUES (4,1,0,0,'2','" +
+      dayDirectory() + "')");
+  repair();
+  EXPECT_THAT(rows("SELECT id FROM recordSessions"), ElementsAre("2"));
+  EXPECT_THAT(rows("SELECT DISTINCT _id FROM dataStreams"), ElementsAre("2"));
+}
+
+TEST_F(RepairRunTest, ASliceOfNothingButGarbage) {
+  begin();
+  record(2, 3, 500);
+  end();
+  write(slice(0), "nothing but garbage");
+  repair();
+  EXPECT_THAT(rows("SELECT id FROM recordSessions"), IsEmpty());
+  EXPECT_EQ("nothing but garbage", read(prefix(1) + "F0.damaged"));
+  EXPECT_FALSE(fs::exists(slice(0)));
+}
+
+TEST_F(RepairRunTest, KeepsWhatWasNeverConfirmed) {
+  recordSlices();
+  exec("UPDATE recordSessions SET dataAvailable=2");
+  std::vector<std::string> all = records();
+  repair();
+  EXPECT_EQ("1", value("SELECT dataAvailable FROM recordSessions"));
+  EXPECT_EQ(all, records());
+}
+
+TEST_F(RepairRunTest, SeparatesTwoSessionsOfOneId) {
+  recordTwo();
+  const std::string other = dir_.path() + "/2023/11/01/";
+  fs::create_directories(other);
+  for (const std::string& path : slices(2)) {
+    fs::copy_file(path, other + fs::path(path).filename().string());
+  }
+  EXPECT_THAT(findings(), ElementsAre("two-sessions-one-id 2"));
+  repair();
+  EXPECT_THAT(rows("SELECT id FROM recordSessions"), ElementsAre("1", "2", "3"));
+  EXPECT_EQ(other, value("SELECT storage FROM recordSessions WHERE id=3"));
+  expectEverySecondPlays();
+}
+
+TEST_F(RepairRunTest, FinishesAMoveThatWasCutOff) {
+  recordTwo();
+  const std::string other = dir_.path() + "/2023/11/01/";
+  fs::create_directories(other);
+  for (const std::string& path : slices(2)) {
+    fs::copy_file(path, other + fs::path(path).filename().string());
+  }
+  const std::string name = "record_ktr_cam_R2_F0.dat";
+  fs::create_hard_link(other + name, other + "record_ktr_cam_R9_F0.dat");
+  repair();
+  EXPECT_THAT(rows("SELECT id FROM recordSessions"), ElementsAre("1", "2", "9"));
+  EXPECT_FALSE(fs::exists(other + name));
+}
+
+TEST_F(RepairRunTest, CountsWhatItWouldRemove) {
+  recordTwo();
+  for (const std::string& path : slices(1)) fs::remove(path);
+  RepairRun run({options(CheckLevel::Full), stream_});
+  (void)run.survey(db());
+  EXPECT_EQ(1U, run.removals().sessions);
+  EXPECT_EQ(2U, run.removals().allSessions);
+  EXPECT_TRUE(run.removals().areTooMany());
+  EXPECT_THAT(run.removals().text(), testing::StartsWith("1 of 2 sessions, "));
+}
+
+TEST_F(RepairRunTest, SurveyingChangesNothing) {
+  recordTwo();
+  append(slice(1), "noise");
+  exec("DELETE FROM recordSessions WHERE id=2");
+  exec("DELETE FROM dataStreams WHERE _id=1");
+  const auto tablesBefore = tables();
+  const auto filesBefore = files();
+  RepairRun run({options(CheckLevel::Full), stream_});
+  (void)run.survey(db());
+  EXPECT_FALSE(run.findings().empty());
+  EXPECT_EQ(tablesBefore, tables());
+  EXPECT_EQ(filesBefore, files());
+}
+
+TEST_F(RepairRunTest, RemovesWhatARepairThatWasCutOffHasLeft) {
+  recordTwo();
+  write(slice(1) + ".unfinished", "half of a slice");
+  EXPECT_THAT(findings(), ElementsAre("leftover 1"));
+  expectNothingLost();
+  EXPECT_FALSE(fs::exists(slice(1) + ".unfinished"));
+}
