@@ -86,6 +86,7 @@ class CrashFixture : public ProgramFixture {
 
  private:
   void addSent(Recorder& recorder, std::optional<SentFrames::End> killed);
+  static void logStored(const Recorder& recorder, int stream, const std::string& log);
   [[nodiscard]] std::string logPath(const Recorder& recorder, int stream) const;
 
   static std::unique_ptr<TempDir> clips_;
