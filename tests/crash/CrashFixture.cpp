@@ -15,6 +15,7 @@
 #include "host/server/PrivateServer.h"
 #include "host/server/ServerConnection.h"
 #include "store/KTRFile.h"
+#include "tests/support/LogCapture.h"
 #include "tests/support/TestClip.h"
 
 namespace fs = std::filesystem;
@@ -157,6 +158,7 @@ void CrashFixture::logStored(const Recorder& recorder, int stream, const std::st
                                "SELECT GROUP_CONCAT(id ORDER BY id SEPARATOR ' ') FROM "
                                "recordSessions WHERE streamID=" +
                                    std::to_string(stream)));
+  const LogCapture quiet;
   FrameLog stored(log);
   std::set<std::string> seen;  // a session may begin with the last frames of the one before
   for (std::string id; ids >> id;) {

@@ -30,7 +30,7 @@ TEST_F(CrashServerTest, WhileAPlayerFollowsARecording) {
   runFor(13'000);
   KtrProcess player(
       {{"play", "--root", root_->path(), "--recorder", cam.name, "--stream", "1", "--at", "-1h",
-        "--follow", "--for", "20s", "-o", path("followed.mkv"), "--frame-log", path("followed")},
+        "--follow", "-o", path("followed.mkv"), "--frame-log", path("followed")},
        path("player"),
        ""});
   runFor(2000);
@@ -40,7 +40,7 @@ TEST_F(CrashServerTest, WhileAPlayerFollowsARecording) {
   player.signal(SIGINT);
   EXPECT_EQ(0, player.wait()) << contents("player");
   stop(cam);
-  EXPECT_NE("", contents("followed"));
+  EXPECT_NE("", contents("followed")) << contents("player");
   EXPECT_EQ("", cam.sent[1].strangersIn(path("followed")));
   expectClean(cam.name);
   expectPlays(cam);
