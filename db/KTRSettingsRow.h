@@ -10,7 +10,8 @@
  * Owns: its fields.
  * Threads: one thread at a time for each object.
  * Blocks: never.
- * Errors: none. name holds at most 19 characters; name and settings hold no quote.
+ * Errors: none. name holds at most 19 characters; name and settings hold no quote: the table
+ * refuses them then.
  */
 class KTR_API KTRSettingsRow : public KTRRow {
  public:

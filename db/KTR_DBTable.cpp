@@ -1,6 +1,8 @@
 #include "db/KTR_DBTable.h"
 
 #include "db/KTROwnedResult.h"
+#include "db/KTRSettingsRow.h"
+#include "db/KTRTextGuard.h"
 #include "runtime/KTCriticalCode.h"
 #include "runtime/KTLogger.h"
 #include "runtime/LoadOrder.h"
@@ -64,6 +66,12 @@ int KTR_DBTable::create(const KTString& name, const KTString& fields) {
   return result;
 }
 
+// Of the rows that are added here, settings alone hold texts of the host.
 int KTR_DBTable::addKTRRow(const KTRRow& row, KtrTableType type) {
+  const auto* settings = dynamic_cast<const KTRSettingsRow*>(&row);
+  if (settings != nullptr && (!KTRTextGuard::allows(KTRTextGuard::Quoted, settings->name) ||
+                              !KTRTextGuard::allows(KTRTextGuard::Quoted, settings->settings))) {
+    return -1;
+  }
   return insert_row(row.getQuery(), KTR_TableName[type], true);
 }

@@ -2,6 +2,7 @@
 
 #include <memory>
 
+#include "db/KTRTextGuard.h"
 #include "runtime/KTCriticalCode.h"
 #include "runtime/KTLogger.h"
 #include "runtime/KTRDBName.h"
@@ -50,7 +51,9 @@ KTR_DB_handle* KTR_DB_factory::db_instance(const KTString& name) {
   const KTCriticalCode guard(_mux);
   const KTString dbName = KTRDBName(name);
   KTR_DB_handle* handle = findLoaded(dbName);
-  if (handle == nullptr && db_exists(dbName)) handle = openExisting(dbName);
+  if (handle == nullptr && KTRTextGuard::allows(KTRTextGuard::Name, dbName) && db_exists(dbName)) {
+    handle = openExisting(dbName);
+  }
   if (handle == nullptr) {
     KTLogger::instance()->log(KTLogger::Error, "[ db_instance ] '%s' not Exist and not Loaded !",
                               dbName.c_str());
@@ -76,6 +79,7 @@ KTR_DB_handle* KTR_DB_factory::openExisting(const KTString& dbName) {
 KTR_DB_handle* KTR_DB_factory::createDB(const KTString& name) {
   const KTCriticalCode guard(_mux);
   const KTString dbName = KTRDBName(name);
+  if (!KTRTextGuard::allows(KTRTextGuard::Name, dbName)) return nullptr;
   if (!db_exists(dbName) && create_db(dbName) != 0) return nullptr;
   return db_instance(name);
 }

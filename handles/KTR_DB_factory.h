@@ -48,7 +48,10 @@ class KTR_API KTR_DB_factory : public KTR_MYSQL_api {
    * not exist or cannot be opened; nothing is listed then.
    */
   [[nodiscard]] KTR_DB_handle* db_instance(const KTString& name);
-  /** As db_instance(), but creates the database when it does not exist. */
+  /**
+   * As db_instance(), but creates the database when it does not exist. Both refuse a name that
+   * KTRTextGuard does not let be one.
+   */
   [[nodiscard]] KTR_DB_handle* createDB(const KTString& name);
   /** As db_instance(): it loads what is not loaded. */
   [[nodiscard]] KTR_DB_handle* dbIsLoaded(const KTString& name);

@@ -6,6 +6,7 @@
 #include "host/HostContext.h"
 #include "host/HostError.h"
 #include "host/media/MediaError.h"
+#include "host/media/SecretText.h"
 
 namespace {
 
@@ -86,8 +87,8 @@ int CommandLine::run(int argc, const char* const* argv, HostContext& context) {
     context.err() << "ktr: " << error.what() << std::endl;
     return HostError::Failed;
   } catch (const std::exception& error) {
-    context.err() << "ktr: " << error.what() << ": this is a fault of ktr, please report it"
-                  << std::endl;
+    context.err() << "ktr: " << SecretText::ofMessage(error.what())
+                  << ": this is a fault of ktr, please report it" << std::endl;
     return HostError::Failed;
   }
 }

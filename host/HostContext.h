@@ -33,7 +33,7 @@ class HostContext {
   HostContext(std::ostream& out, std::ostream& err);
   HostContext(const HostContext&) = delete;
   HostContext& operator=(const HostContext&) = delete;
-  ~HostContext();
+  virtual ~HostContext();
 
   /** Where results go. */
   [[nodiscard]] std::ostream& out() { return out_; }
@@ -48,7 +48,7 @@ class HostContext {
   [[nodiscard]] HostLogSink* log() { return log_.get(); }
 
   /** Brings up the server that the options name and connects the factory. Once only. */
-  void open(const CommonOptions& options, Purpose purpose);
+  virtual void open(const CommonOptions& options, Purpose purpose);
   void close();
 
   /** Only after open(). */

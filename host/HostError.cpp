@@ -1,21 +1,12 @@
 #include "host/HostError.h"
 
-#include <algorithm>
 #include <cerrno>
 #include <cstring>
 
-namespace {
-
-std::string oneLine(std::string text) {
-  const auto isControl = [](unsigned char c) { return c < ' ' || c == 127; };
-  std::replace_if(text.begin(), text.end(), isControl, '?');
-  return text;
-}
-
-}  // namespace
+#include "host/media/SecretText.h"
 
 HostError::HostError(Status status, const std::string& wrong, const std::string& remedy)
-    : std::runtime_error(oneLine(wrong + ": " + remedy)), status_(status) {}
+    : std::runtime_error(SecretText::ofMessage(wrong + ": " + remedy)), status_(status) {}
 
 HostError failure(const std::string& wrong, const std::string& remedy) {
   return {HostError::Failed, wrong, remedy};

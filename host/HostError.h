@@ -16,7 +16,10 @@ class HostError : public std::runtime_error {
     Usage = 2    ///< the command line asks for something that makes no sense
   };
 
-  /** The line is "<wrong>: <remedy>"; control characters, of hostile input, become '?'. */
+  /**
+   * The line is "<wrong>: <remedy>"; control characters, of hostile input, become '?', and the
+   * secrets of a URL are taken out.
+   */
   HostError(Status status, const std::string& wrong, const std::string& remedy);
 
   [[nodiscard]] Status status() const { return status_; }

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "host/input/TimeText.h"
+#include "host/media/SecretText.h"
 #include "runtime/KTLogger.h"
 #include "runtime/KTTimeValue.h"
 
@@ -29,7 +30,7 @@ const char* levelOf(int priority) {
 std::string onOneLine(std::string_view line) {
   std::string text(line);
   std::replace_if(
-      text.begin(), text.end(), [](char c) { return c == '\n' || c == '\r'; }, ' ');
+      text.begin(), text.end(), [](char c) { return c == '\n' || c == '\r' || c == '\t'; }, ' ');
   return text;
 }
 
@@ -44,8 +45,8 @@ void HostLogSink::write(int priority, std::string_view line) {
   if (!wanted(priority, line)) return;
   const std::string time = TimeText::format(KTTimeValue::now().tv_sec, "%H:%M:%S");
   const std::lock_guard lock(mutex_);
-  out_ << prefix_ << "ktr: " << time << " " << levelOf(priority) << ": " << onOneLine(line)
-       << std::endl;
+  out_ << prefix_ << "ktr: " << time << " " << levelOf(priority) << ": "
+       << SecretText::ofMessage(onOneLine(line)) << std::endl;
 }
 
 void HostLogSink::setLinePrefix(std::string_view prefix) {

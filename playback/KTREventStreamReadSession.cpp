@@ -1,5 +1,6 @@
 #include "playback/KTREventStreamReadSession.h"
 
+#include "db/KTRTextGuard.h"
 #include "runtime/KTCriticalCode.h"
 
 namespace {
@@ -15,6 +16,10 @@ void appendRecord(KTDataBlock& batch, const KTDataBlock& row) {
   batch += row.copy(ID_SIZE, NUMBERS_SIZE);
   batch += KTDataBlock(&length, 1);
   batch += payload;
+}
+
+bool allowsQuery(const KTRStreamReadSession::Parameters& params) {
+  return KTRTextGuard::allows(KTRTextGuard::Condition, params["event_query"]);
 }
 
 unsigned int number(const KTRStreamReadSession::Parameters& params, const char* key) {
@@ -64,7 +69,7 @@ KTString KTREventStreamReadSession::buildLoadTimeOfFirstEventSQLQuery(const Para
 
 int KTREventStreamReadSession::load(const Parameters& params) {
   KTREventTable* table = eventTable();
-  if (table == nullptr) return -1;
+  if (table == nullptr || !allowsQuery(params)) return -1;
   if (!params.contains("load_events")) {
     return static_cast<int>(table->getEventListNum(params["event_query"]));
   }
@@ -75,7 +80,7 @@ int KTREventStreamReadSession::load(const Parameters& params) {
 
 long KTREventStreamReadSession::getTimeOfFirstEvent(const Parameters& params) {
   KTREventTable* table = eventTable();
-  if (table == nullptr) return -1;
+  if (table == nullptr || !allowsQuery(params)) return -1;
   return static_cast<long>(table->getMinTimeStamp(params["event_query"]));
 }
 

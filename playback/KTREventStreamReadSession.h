@@ -20,7 +20,8 @@
  * Owns: the events that were loaded and not taken yet.
  * Threads: load() and getFrame() may be called from different threads.
  * Blocks: for the database.
- * Errors: -1 when the database or its event table does not exist.
+ * Errors: -1 when the database or its event table does not exist, and for an "event_query" that is
+ *   more than a condition on the numbers of events (see KTRTextGuard).
  * Units: times in seconds since the epoch, on the gateway's clock.
  */
 class KTR_API KTREventStreamReadSession : public KTRStreamReadSession {

@@ -19,8 +19,8 @@
  *
  * Parameters are decimal texts under fixed keys; a missing key reads as 0 or an empty text:
  * "streamid", "starttime" (seconds since the epoch), "settingsid" (0 = any), "duration" (seconds),
- * "size" (a piece of the settings text, such as a picture size). "framerate" and "bitrate" are read
- * and not used.
+ * "size" (a piece of the settings text, such as a picture size; one that KTRTextGuard refuses
+ * matches nothing). "framerate" and "bitrate" are read and not used.
  *
  * Truth values are ints, 1 and 0: the event session answers counts and -1 through the same calls.
  *

@@ -6,7 +6,8 @@
 #include "runtime/KTString.h"
 
 /**
- * What configures a record session of one stream. A value; one thread at a time.
+ * What configures a record session of one stream. A value; one thread at a time. Its texts go into
+ * statements: what KTRTextGuard refuses starts no session.
  *
  * Units: sliceSize in bytes.
  */

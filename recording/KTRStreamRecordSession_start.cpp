@@ -1,4 +1,5 @@
 // Opening a record session: what video and audio do alike.
+#include "db/KTRTextGuard.h"
 #include "handles/KTR_DB_factory.h"
 #include "recording/KTRStreamRecordSession.h"
 #include "runtime/KTLogger.h"
@@ -12,6 +13,8 @@ constexpr unsigned int FAILED = ~0U;
 
 KTR_DB_handle* KTRStreamRecordSession::openRecordSession(long realTime) {
   recording_ = false;
+  // Before the day directory is made.
+  if (!KTRTextGuard::allows(KTRTextGuard::Quoted, params_.storageDir)) return nullptr;
   KTR_DB_factory* factory = KTR_DB_factory::instance();
   KTR_DB_handle* db = factory == nullptr ? nullptr : factory->createDB(params_.dbName);
   if (db == nullptr || db->recordSessionTable() == nullptr || !startNewSession(db)) return nullptr;

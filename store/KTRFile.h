@@ -88,6 +88,7 @@ class KTR_API KTRFile : public KTFile {
 
   void refill();
   void reportReadError() const;
+  [[nodiscard]] bool walkOn(unsigned int& walked);
   void compact();
   [[nodiscard]] bool canTake(unsigned int n) const;
   [[nodiscard]] bool takeWord(std::uint32_t& word);

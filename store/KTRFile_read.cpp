@@ -13,6 +13,7 @@ constexpr unsigned int READ_BLOCK_SIZE = 0xA00000;
 constexpr unsigned int LEAST_AVAILABLE = 9;
 constexpr unsigned int STAMP_OFFSET = 1;
 constexpr unsigned int STAMP_END = 5;
+constexpr unsigned int SLICE_NAMES = 256;
 
 }  // namespace
 
@@ -38,15 +39,13 @@ void KTRFile::refill() {
   compact();
   const long startPos = pos();
   unsigned int markerSize = 0;
+  unsigned int walked = 0;
   int count = 0;
   for (;;) {
     unsigned char* room = readBuffer_.writable() + readFill_ + markerSize;
     count = readInto(room, READ_BLOCK_SIZE);
     if (count != 0) break;
-    if (!openNextSlice()) {
-      canRead_ = false;
-      return;
-    }
+    if (!walkOn(walked)) return;
     markerSize = sizeof _NEW_FILE_FLAG;
   }
   if (count < 0) {
@@ -67,6 +66,12 @@ void KTRFile::refill() {
 void KTRFile::reportReadError() const {
   if (!opened()) return;
   KTLogger::instance()->log(KTLogger::Error, "KTRFile %s read Failed !!!!", KTFile::name().c_str());
+}
+
+// The names are a ring: a chain of empty slices alone ends when all of them were looked into.
+bool KTRFile::walkOn(unsigned int& walked) {
+  canRead_ = walked++ < SLICE_NAMES && openNextSlice();
+  return canRead_;
 }
 
 void KTRFile::compact() {
@@ -170,12 +175,10 @@ bool KTRFile::readFromReadBuffer(KTDataBlock& out, unsigned int n) {
 }
 
 int KTRFile::_read(KTDataBlock& out, int size) {
+  unsigned int walked = 0;
   for (;;) {
     const int count = read(out, static_cast<unsigned int>(size));
     if (count != 0 || size == 0) return count;
-    if (!openNextSlice()) {
-      canRead_ = false;
-      return -1;
-    }
+    if (!walkOn(walked)) return -1;
   }
 }

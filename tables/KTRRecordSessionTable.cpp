@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "db/KTROwnedResult.h"
+#include "db/KTRTextGuard.h"
 #include "runtime/KTCriticalCode.h"
 #include "runtime/KTLogger.h"
 
@@ -29,6 +30,7 @@ const char* KTRRecordSessionTable::name() const {
 }
 
 unsigned int KTRRecordSessionTable::addRow(const KTRRecorderSessionRow& row) {
+  if (!KTRTextGuard::allows(KTRTextGuard::Quoted, row.storage)) return ~0U;
   const KTCriticalCode guard(_staticMysqlMux);
   return static_cast<unsigned int>(
       insert_row(row.getQuery(), KTR_TableName[TB_RECORD_SESSIONS], true));

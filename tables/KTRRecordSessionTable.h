@@ -83,8 +83,8 @@ class KTR_API KTRRecordSessionTable : public KTR_DBTable {
   /** The oldest session that still has data; -1 without one. */
   [[nodiscard]] int getOlderSessionID();
   /**
-   * The oldest session with data whose storage begins with path, and its start time. Without one
-   * -1, and startTime is as it was.
+   * The oldest session with data whose storage begins with path, and its start time. Without one,
+   * and for a path that KTRTextGuard refuses, -1, and startTime is as it was.
    */
   [[nodiscard]] int getOlderSessionIDByPath(const KTString& path, long& startTime);
   /** Replaces ids by the at most 100 oldest such sessions, oldest first; returns their number. */

@@ -1,5 +1,6 @@
 // The readers of KTRRecordSessionTable: each builds one query and converts what comes back.
 #include "db/KTROwnedResult.h"
+#include "db/KTRTextGuard.h"
 #include "tables/KTRFirstText.h"
 #include "tables/KTRRecordSessionTable.h"
 
@@ -74,6 +75,7 @@ bool KTRRecordSessionTable::getRecordSessionRow(unsigned char streamID, long tim
 #pragma GCC diagnostic pop
 
 bool KTRRecordSessionTable::settingsContain(unsigned int settingsID, const KTString& settings) {
+  if (!KTRTextGuard::allows(KTRTextGuard::Quoted, settings)) return false;
   KTString query;
   query.format("SELECT count(*) FROM %s WHERE id=%u AND settings like '%%,%s,%%' ",
                KTR_TableName[TB_STREAM_SETTINGS].c_str(), settingsID, settings.c_str());
@@ -136,6 +138,7 @@ int KTRRecordSessionTable::getOlderSessionID() {
 }
 
 int KTRRecordSessionTable::getOlderSessionIDByPath(const KTString& path, long& startTime) {
+  if (!KTRTextGuard::allows(KTRTextGuard::Quoted, path)) return -1;
   KTString query;
   query.format(
       "SELECT id,start_time FROM %s WHERE dataAvailable>0 AND storage LIKE '%s%%' ORDER BY "
@@ -150,12 +153,13 @@ int KTRRecordSessionTable::getOlderSessionIDByPath(const KTString& path, long& s
 
 unsigned int KTRRecordSessionTable::getOlderSessionIDListByPath(const KTString& path,
                                                                 KTDLList<unsigned int>& ids) {
+  ids.clear();
+  if (!KTRTextGuard::allows(KTRTextGuard::Quoted, path)) return 0;
   KTString query;
   query.format(
       "SELECT DISTINCT id FROM %s WHERE dataAvailable>0 AND storage LIKE '%s%%' ORDER BY "
       "start_time  LIMIT %u",
       sessionsTable(), path.c_str(), LISTED_SESSIONS);
-  ids.clear();
   KTROwnedResult result;
   if (get_query_result(query, result) == 0) return 0;
   while (char** row = fetch_row(result)) ids.append(number(row[0]));

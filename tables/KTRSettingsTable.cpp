@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "db/KTROwnedResult.h"
+#include "db/KTRTextGuard.h"
 #include "runtime/KTLogger.h"
 #include "tables/KTRFirstText.h"
 
@@ -42,6 +43,10 @@ const char* KTRSettingsTable::name() const {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat"
 int KTRSettingsTable::getSettingsID(const KTRSettingsRow& row) {
+  if (!KTRTextGuard::allows(KTRTextGuard::Quoted, row.name) ||
+      !KTRTextGuard::allows(KTRTextGuard::Quoted, row.settings)) {
+    return -1;
+  }
   KTString query;
   query.format("SELECT id FROM %s WHERE name='%s' AND settings='%s'  AND streamType=%#d LIMIT 1",
                KTR_TableName[TB_STREAM_SETTINGS].c_str(), row.name.c_str(), row.settings.c_str(),

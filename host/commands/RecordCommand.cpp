@@ -31,6 +31,9 @@ opens. Files are read in real time. H.264, H.265 and MJPEG are stored as they co
 of the kinds AAC, Opus, G.711 and MP3: the sound of stream N is stream N + 128. With --no-audio
 numbers go up to 255.
 
+N=@FILE takes the URL from the first line of FILE: the place for a URL with a
+password, since everybody may see the words of a command.
+
 With --by-events only the last key frames are held, a window that nothing is kept
 of, until an event is confirmed: by ktr events add --confirm, or by SIGUSR1 to
 this process. Then the window is kept, and recording goes on until --post-event

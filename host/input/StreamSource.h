@@ -4,12 +4,14 @@
 #include <vector>
 
 /**
- * One stream to record: its number and where it comes from, given as N=URL.
+ * One stream to record: its number and where it comes from, given as N=URL, or as N=@FILE with the
+ * URL in the first line of a file that not everybody may read.
  *
  * Recordings are looked up by stream number alone, so two sources never share a number, and neither
  * do the picture and the sound of one source.
  *
  * Threads: one thread at a time for each object.
+ * Blocks: the parsers for the file that a text names.
  * Errors: the parsers throw a usage error that shows the form.
  */
 struct StreamSource {

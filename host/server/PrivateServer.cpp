@@ -121,6 +121,9 @@ void PrivateServer::awaitAnswer(const OtherProcess& server, Limit limit) const {
       failToStart("was not ready within " + std::to_string(limit.count() / 1000) + " s");
     }
   }
+  // The server lets everybody connect who reaches the socket; its directory keeps them away too.
+  std::error_code ignored;
+  fs::permissions(paths_.socket(), fs::perms(0600), ignored);
 }
 
 void PrivateServer::failToStart(const std::string& why) const {

@@ -53,6 +53,10 @@ void ServerPaths::prepare() const {
   }
   makePrivate(directory_);
   refuseForeignDirectory(directory_);
+  // Also when it was made by hand.
+  if (chmod(directory_.c_str(), S_IRWXU) != 0) {
+    throw systemFailure("cannot keep others out of " + directory_, "check the rights of its place");
+  }
   makePrivate(temporaryDirectory());
 }
 

@@ -8,8 +8,10 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <sstream>
 
 #include "host/input/AsciiText.h"
+#include "host/media/SecretText.h"
 
 namespace fs = std::filesystem;
 
@@ -49,10 +51,12 @@ bool OtherProcess::hasArgument(const std::string& word) const {
 }
 
 std::string OtherProcess::commandLine() const {
-  std::string words = rawCommandLine(pid_);
-  if (!words.empty()) words.pop_back();
-  std::replace(words.begin(), words.end(), '\0', ' ');
-  return words;
+  std::istringstream words(rawCommandLine(pid_));
+  std::string line;
+  for (std::string word; std::getline(words, word, '\0');) {
+    line += (line.empty() ? "" : " ") + SecretText::ofWord(word);
+  }
+  return line;
 }
 
 void OtherProcess::signal(int number) const {

@@ -2,13 +2,16 @@
 
 #include <fcntl.h>
 #include <linux/close_range.h>
+#include <sys/stat.h>
 #include <sys/syscall.h>
 #include <sys/wait.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <csignal>
 #include <cstdlib>
 #include <sstream>
+#include <string_view>
 
 #include "host/HostError.h"
 #include "host/system/UniqueFd.h"
@@ -38,10 +41,22 @@ struct Image {
     }
     for (const std::string& word : words) arguments.push_back(const_cast<char*>(word.c_str()));
     arguments.push_back(nullptr);
+    takeEnvironment();
+  }
+
+  // The server asks these for the rights of its files, and not the umask.
+  void takeEnvironment() {
+    static char files[] = "UMASK=0600";
+    static char directories[] = "UMASK_DIR=0700";
+    for (char** variable = environ; *variable != nullptr; ++variable) {
+      if (!std::string_view(*variable).starts_with("UMASK")) environment.push_back(*variable);
+    }
+    environment.insert(environment.end(), {files, directories, nullptr});
   }
 
   std::string program;
   std::vector<char*> arguments;
+  std::vector<char*> environment;
   UniqueFd log;
   UniqueFd null;
 };
@@ -59,7 +74,8 @@ void become(const Image& image) {
   dup2(image.null.get(), STDIN_FILENO);
   dup2(image.log.get(), STDOUT_FILENO);
   dup2(image.log.get(), STDERR_FILENO);
-  execv(image.program.c_str(), image.arguments.data());
+  umask(S_IRWXG | S_IRWXO);
+  execve(image.program.c_str(), image.arguments.data(), image.environment.data());
 }
 
 pid_t forkChecked() {

@@ -5,7 +5,10 @@
 #include <string>
 #include <vector>
 
-/** A program that a helper of the host runs: looked up in PATH and in the usual sbin places. */
+/**
+ * A program that a helper of the host runs: looked up in PATH and in the usual sbin places. What it
+ * writes is for its user alone.
+ */
 class ProcessLaunch {
  public:
   /** words[0] is the name of the program, logFile what takes its output, appended. */

@@ -99,7 +99,7 @@ class LogMessagesPageTest : public testing::Test {
 
   // The texts that a function is given wherever it is called.
   static std::set<std::string> textsGivenTo(const std::string& function) {
-    const std::regex use("\\b" + function + R"(\((?:\w+, )?(?=\s*"))");
+    const std::regex use("\\b" + function + R"(\((?:[\w()]+,\s+)?(?=\s*"))");
     std::set<std::string> texts;
     for (const auto& [file, source] : sources()) {
       for (std::sregex_iterator each(source.begin(), source.end(), use), end; each != end; ++each) {

@@ -135,7 +135,7 @@ TEST_F(RtspTest, CameraThatNeverAnswersCanBeStopped) {
 TEST_F(RtspTest, CameraThatWantsAPasswordIsAnErrorThatSaysSo) {
   const TestRtspServer camera(clip("a.mp4"), TestRtspServer::WantsPassword);
   EXPECT_THAT([&] { MediaInput(camera.url()); },
-              ThrowsMessage<MediaError>(HasSubstr("give user and password: rtsp://USER:PASSWORD")));
+              ThrowsMessage<MediaError>(HasSubstr("give user and password: USER:PASSWORD@")));
 }
 
 TEST_F(RtspTest, PasswordOfTheUrlOpensTheCamera) {

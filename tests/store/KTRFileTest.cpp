@@ -600,4 +600,14 @@ TEST_F(KTRFileTest, RefillsByTenMebibytesWhenLessThanTwoAreLeft) {
   EXPECT_EQ(reader_->pos(), 0x1400000);
 }
 
+TEST_F(KTRFileTest, ARingOfEmptySlicesEndsTheRead) {
+  for (unsigned int i = 0; i < 256; ++i) writeRaw(i, KTDataBlock());
+  openReader();
+  KTDataBlock out;
+  EXPECT_EQ(reader_->readKTRData(out), -1);
+  EXPECT_TRUE(log_.has(64, NO_MORE));
+  openReader();
+  EXPECT_EQ(reader_->_read(out, 1), -1);
+}
+
 }  // namespace
