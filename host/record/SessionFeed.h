@@ -88,8 +88,8 @@ class SessionFeed {
 
   const KTRStreamRecordParams params_;
   const KTDataBlock audioHeader_;  // empty for pictures
-  std::optional<EventWindow> window_;
   SidecarWriter sidecar_;
+  std::optional<EventWindow> window_;
   mutable std::mutex mutex_;  // guards session_ and past_ against other threads
   Session session_;
   Progress past_;

@@ -23,12 +23,16 @@ SidecarWriter::SidecarWriter(const KTRStreamRecordParams& params, const KTDataBl
   sidecar_.audioHeader.assign(audioHeader.data, audioHeader.data + audioHeader.size);
 }
 
+// A session whose row is gone, as an unconfirmed one by events, has no directory any more.
 void SidecarWriter::note(unsigned int session) {
   if (session == 0 || session == noted_) return;
   noted_ = session;
   KTR_DB_factory* factory = KTR_DB_factory::instance();
   KTR_DB_handle* db = factory == nullptr ? nullptr : factory->db_instance(recorder_);
-  if (db == nullptr) return;
+  if (db == nullptr || db->recordSessionTable() == nullptr ||
+      db->recordSessionTable()->getSessionStorage(static_cast<int>(session)).empty()) {
+    return;
+  }
   const KTString prefix = db->getFullPrefixFileName(static_cast<int>(session));
   if (sidecar_.write(std::string(prefix.view()) + SessionFiles::SIDECAR)) return;
   KTLogger::instance()->log(KTLogger::Warning,

@@ -78,7 +78,7 @@ RecorderTables::Session SessionMender::rowToBegin() {
   RecorderTables::Session row;
   row.id = work_->subject->id;
   row.stream = *work_->identity.stream;
-  row.start = row.end = work_->identity.start;
+  row.start = work_->identity.start;
   row.type = work_->identity.settings.type;
   row.fps = work_->identity.fps;
   return row;

@@ -104,7 +104,7 @@ TEST_F(CommandLineTest, AnswersMisuseWithOneLine) {
   EXPECT_THAT(misuse({}), oneLine("no command is given: see ktr --help"));
   EXPECT_THAT(misuse({"pley"}),
               oneLine("'pley' is not a command: the commands are record, sessions, play, events, "
-                      "retain, server"));
+                      "retain, check, repair, server"));
   EXPECT_THAT(misuse({"--root", "/x", "sessions"}), oneLine("'--root' does not stand before"));
   EXPECT_THAT(misuse({"sessions"}), oneLine("--root is required: see ktr sessions --help"));
   EXPECT_THAT(misuse({"sessions", "--root"}), oneLine("see ktr sessions --help"));
