@@ -6,10 +6,10 @@
 #include "host/HostError.h"
 #include "host/SessionCatalog.h"
 #include "host/input/DurationText.h"
+#include "host/media/SteadyClock.h"
 #include "host/retain/EmptyDays.h"
 #include "host/view/ByteText.h"
 #include "runtime/KTLogger.h"
-#include "runtime/KTTimeValue.h"
 
 std::string RetentionRun::Deletion::line() const {
   return "deleted " + piece.text() + ": " + ByteText::format(piece.bytes) + ": " + reason;
@@ -23,7 +23,7 @@ RetentionRun::RetentionRun(KTR_DB_handle& handle, Options options)
 RetentionRun::Result RetentionRun::pass(bool recording) {
   result_ = Result();
   candidates_.clear();
-  now_ = KTTimeValue::now().tv_sec;
+  now_ = SteadyClock::wall().tv_sec;
   const FileSystemSpace space = options_.space(options_.directory);
   needed_ = bytesToFree(space);
   if (!isDue()) return result_;
