@@ -18,7 +18,7 @@ bool KTRAudioStreamRecordSession::openSession(long realTime) {
 // Unlike a video's row, this one is born with both times set, so that a crash leaves no half-born
 // row behind that would keep the next one out.
 bool KTRAudioStreamRecordSession::startNewSession(KTR_DB_handle* db) {
-  const unsigned int begun = static_cast<unsigned int>(serverTime());
+  const auto begun = static_cast<unsigned int>(serverTime());
   if (!addSettings(db, params_.audioSettings)) {  // step C1
     return refused("[AUDIO] Cant add audioSettings in DB !!");
   }

@@ -49,7 +49,7 @@ void KTRFile::_remove() {
   }
 }
 
-int KTRFile::_close() {
+int KTRFile::_close() {  // NOLINT(bugprone-virtual-near-miss): see the header
   if (writeFill_ != 0) (void)flush();
   const int result = KTFile::close();
   if (result != 0) {

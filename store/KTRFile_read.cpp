@@ -62,9 +62,11 @@ void KTRFile::refill() {
   readFill_ += static_cast<unsigned int>(count);
 }
 
-// A chain whose first slice is missing was reported when it was opened.
-void KTRFile::reportReadError() const {
-  if (!opened()) return;
+// Once a place, which every further refill meets again. A chain whose first slice is missing was
+// reported when it was opened.
+void KTRFile::reportReadError() {
+  if (!opened() || pos() == reportedPos_) return;
+  reportedPos_ = pos();
   KTLogger::instance()->log(KTLogger::Error, "KTRFile %s read Failed !!!!", KTFile::name().c_str());
 }
 

@@ -1,7 +1,7 @@
 #include "host/media/FrameLog.h"
 
 #include <cerrno>
-#include <cstring>
+#include <system_error>
 
 #include "host/media/LibAv.h"
 #include "host/media/MediaError.h"
@@ -63,6 +63,7 @@ void FrameLog::close() {
 
 void FrameLog::check() {
   if (file_) return;
-  throw MediaError("cannot write the frame log " + path_ + ": " + std::strerror(errno),
-                   "choose another place or make room there");
+  throw MediaError(
+      "cannot write the frame log " + path_ + ": " + std::generic_category().message(errno),
+      "choose another place or make room there");
 }

@@ -59,7 +59,7 @@ void RetentionRun::load(bool recording) {
   for (RecordedSession& session : sessions) {
     if (!isOurs(session)) continue;
     result_.keptBytes += session.bytes;
-    if (session.isOpen() || open.count(session.id) != 0) {
+    if (session.isOpen() || open.contains(session.id)) {
       openBytes_ += session.bytes;
       openStart_ = std::min(openStart_, session.start);
     } else {

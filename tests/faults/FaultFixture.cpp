@@ -1,7 +1,6 @@
 #include "tests/faults/FaultFixture.h"
 
 #include <fstream>
-#include <iterator>
 #include <sstream>
 
 #include "runtime/KTRFrameWriter.h"
@@ -16,8 +15,9 @@ constexpr unsigned int BYSTANDER = 1;
 constexpr long DAY_SECONDS = 86400;
 
 std::string contents(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
+  std::ostringstream text;
+  text << std::ifstream(path, std::ios::binary).rdbuf();
+  return text.str();
 }
 
 }  // namespace

@@ -112,7 +112,7 @@ TEST_F(EventWindowTest, WhatIsNotConfirmedLeavesNeitherRowsNorFiles) {
 
 TEST_F(EventWindowTest, HoldsNoMoreThanTheWindow) {
   keys(30);
-  EXPECT_THAT(files(), ElementsAre("1F13", "1F14", "1F15"));
+  EXPECT_THAT(files(), ElementsAre("1F13", "1F14", "1F15", "1session"));
 }
 
 TEST_F(EventWindowTest, OutlivesTheRingOfItsSlices) {
@@ -121,7 +121,7 @@ TEST_F(EventWindowTest, OutlivesTheRingOfItsSlices) {
   feed_->beginNewSession();
   keys(1);
   EXPECT_EQ(1U, feed_->progress().open);
-  EXPECT_THAT(files(), ElementsAre("1F43", "1F44", "1F45"));
+  EXPECT_THAT(files(), ElementsAre("1F43", "1F44", "1F45", "1session"));
   confirm();
   feed_->finish();
   EXPECT_THAT(sessions(), ElementsAre("1:1"));
@@ -167,7 +167,7 @@ TEST_F(EventWindowTest, ASessionThatBeginsDuringAnEventIsNoWindow) {
   gate_.confirm();
   keys(12);
   EXPECT_THAT(sessions(), ElementsAre("1:1"));
-  EXPECT_THAT(files(), ElementsAre("1F0"));
+  EXPECT_THAT(files(), ElementsAre("1F0", "1session"));
 }
 
 TEST_F(EventWindowTest, AWindowBeginsWithTheFirstKeyFrameAfterAnEvent) {
