@@ -247,7 +247,11 @@ std::uint64_t FeedBacklog::waiting() const {
 }
 
 void FeedBacklog::leave() {
-  if (waiting() == 0) return popInHand(inHand_.size());
+  if (waiting() == 0) {
+    popInHand(inHand_.size());
+    done_ = 0;
+    return;
+  }
   leaveInHand();
   while (!last_.empty() && spool_.append(last_.front()) == FrameSpool::Stored) last_.pop_front();
   if (const std::uint64_t dropped = spool_.takeDropped()) lose(dropped, NO_ROOM);
