@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <set>
 
 #include "tests/crash/CrashFixture.h"
@@ -10,30 +11,14 @@ class CrashDeletionTest : public CrashFixture {
  protected:
   using Paths = std::set<std::string>;
 
-  // A session of two slices each, recorded side by side.
-  static void SetUpTestSuite() {
-    CrashFixture::SetUpTestSuite();
-    recorded_ = std::make_unique<std::vector<Recorder>>();
-  }
-  static void TearDownTestSuite() {
-    recorded_.reset();
-    CrashFixture::TearDownTestSuite();
-  }
-  void SetUp() override {
-    if (!recorded_->empty()) return;
-    for (int i = 0; i < RECORDERS; ++i) {
-      recorded_->push_back(recorder("--slice-size 1", {{1, "large.mp4"}}));
-      begin(recorded_->back());
+  /** A session of two slices. */
+  Recorder take() {
+    if (!hasRecorded()) {
+      recordAhead(RECORDERS, "--slice-size 1", {{1, "large.mp4"}}, "_F1.dat");
+      runFor(OLD_ENOUGH_MS);
     }
-    runFor(SESSION_MS);
-    for (Recorder& each : *recorded_) stop(each);
-    runFor(OLD_ENOUGH_MS);
-  }
-
-  static Recorder take() {
-    Recorder next = std::move(recorded_->back());
-    recorded_->pop_back();
-    EXPECT_EQ(2, slices(next).size());
+    Recorder next = takeRecorded();
+    EXPECT_EQ(2U, slices(next).size());
     return next;
   }
   static Paths slices(const Recorder& recorder) {
@@ -73,12 +58,8 @@ class CrashDeletionTest : public CrashFixture {
   }
 
   static constexpr int RECORDERS = 6;
-  static constexpr int SESSION_MS = 14'000;
   static constexpr int OLD_ENOUGH_MS = 1500;  // what ended in this second is never deleted
-  static std::unique_ptr<std::vector<Recorder>> recorded_;
 };
-
-std::unique_ptr<std::vector<CrashFixture::Recorder>> CrashDeletionTest::recorded_;
 
 }  // namespace
 
@@ -104,6 +85,16 @@ TEST_F(CrashDeletionTest, BetweenTheFilesAndTheRowsOfASession) {
 
 TEST_F(CrashDeletionTest, AtTheRowOfASession) {
   crashAt(killAt("DELETE", "recordSessions"), 0);
+}
+
+TEST_F(CrashDeletionTest, InTheWindowOfARecordingByEvents) {
+  Recorder cam = recorder("--by-events 4");
+  recordUntil(cam, killAt("unlink", "_F1.dat"));
+  cam.sent.clear();  // nobody has confirmed it
+  const Paths left = slices(cam);
+  expectRepaired(cam);
+  const Paths repaired = slices(cam);
+  EXPECT_TRUE(std::includes(left.begin(), left.end(), repaired.begin(), repaired.end()));
 }
 
 TEST_F(CrashDeletionTest, AServerThatIsKilledMeanwhileStopsNoDeletionForGood) {

@@ -25,15 +25,26 @@ namespace {
 
 constexpr int SOUND = 128;  // between the numbers of a stream and of its sound
 constexpr std::int64_t NEXT_RUN_MS = 2500;
+constexpr std::int64_t AHEAD_MS = 3000;
+constexpr std::int64_t LOOK_MS = 50;
 
 std::string contentsOf(const fs::path& path) {
   std::ifstream file(path, std::ios::binary);
   return {std::istreambuf_iterator<char>(file), {}};
 }
 
+bool hasFile(const fs::path& directory, const std::string& ending) {
+  std::error_code ignored;  // directories come while it looks
+  const fs::recursive_directory_iterator all(directory, ignored);
+  return std::any_of(begin(all), end(all), [&](const fs::directory_entry& entry) {
+    return entry.path().string().ends_with(ending);
+  });
+}
+
 }  // namespace
 
 std::unique_ptr<TempDir> CrashFixture::clips_;
+std::vector<CrashFixture::Recorder> CrashFixture::recorded_;
 
 void CrashFixture::SetUpTestSuite() {
   ProgramFixture::SetUpTestSuite();
@@ -51,6 +62,7 @@ void CrashFixture::SetUpTestSuite() {
 }
 
 void CrashFixture::TearDownTestSuite() {
+  recorded_.clear();
   clips_.reset();
   ProgramFixture::TearDownTestSuite();
 }
@@ -109,6 +121,26 @@ void CrashFixture::recordUntil(Recorder& recorder, const std::string& faults,
                                std::int64_t promisedMs) {
   begin(recorder, faults);
   awaitKill(recorder, promisedMs);
+}
+
+void CrashFixture::recordAhead(int count, const std::string& options,
+                               const std::map<int, std::string>& clips,
+                               const std::string& awaited) {
+  for (int i = 0; i < count; ++i) {
+    recorded_.push_back(recorder(options, clips));
+    begin(recorded_.back());
+  }
+  for (const Recorder& each : recorded_) {
+    while (!hasFile(directory(each), awaited)) runFor(LOOK_MS);
+  }
+  runFor(AHEAD_MS);
+  for (Recorder& each : recorded_) stop(each);
+}
+
+CrashFixture::Recorder CrashFixture::takeRecorded() {
+  Recorder next = std::move(recorded_.back());
+  recorded_.pop_back();
+  return next;
 }
 
 std::string CrashFixture::logPath(const Recorder& recorder, int stream) const {

@@ -61,6 +61,15 @@ class CrashFixture : public ProgramFixture {
   void recordUntil(Recorder& recorder, const std::string& faults,
                    std::int64_t promisedMs = FLUSH_MS + ROAD_MS);
 
+  /**
+   * Recordings that the cases of a suite take one after the other, made side by side. Each goes on
+   * for some seconds after it has made a file whose name ends so.
+   */
+  void recordAhead(int count, const std::string& options, const std::map<int, std::string>& clips,
+                   const std::string& awaited);
+  [[nodiscard]] static bool hasRecorded() { return !recorded_.empty(); }
+  [[nodiscard]] static Recorder takeRecorded();
+
   /** The machine's own delays, which no promise covers. */
   [[nodiscard]] std::int64_t stallMs() const { return 2 * stalls_.longestMs(); }
 
@@ -90,5 +99,6 @@ class CrashFixture : public ProgramFixture {
   [[nodiscard]] std::string logPath(const Recorder& recorder, int stream) const;
 
   static std::unique_ptr<TempDir> clips_;
+  static std::vector<Recorder> recorded_;
   StallMeter stalls_;
 };

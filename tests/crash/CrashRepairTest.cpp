@@ -13,18 +13,9 @@ namespace {
 
 class CrashRepairTest : public CrashFixture {
  protected:
-  static void SetUpTestSuite() {
-    CrashFixture::SetUpTestSuite();
-    recorded_ = std::make_unique<std::vector<Recorder>>();
-  }
-  static void TearDownTestSuite() {
-    recorded_.reset();
-    CrashFixture::TearDownTestSuite();
-  }
   void SetUp() override {
-    if (recorded_->empty()) recordAll();
-    cam_ = std::move(recorded_->back());
-    recorded_->pop_back();
+    if (!hasRecorded()) recordAhead(RECORDERS, "", {{1, "sound.mp4"}}, "audioHeader.dat");
+    cam_ = takeRecorded();
     picture_ = sliceOf("1");
     sound_ = sliceOf("129");
   }
@@ -62,14 +53,6 @@ class CrashRepairTest : public CrashFixture {
  private:
   static constexpr int RECORDERS = 9;
 
-  void recordAll() {
-    for (int i = 0; i < RECORDERS; ++i) {
-      recorded_->push_back(recorder("", {{1, "sound.mp4"}}));
-      begin(recorded_->back());
-    }
-    runFor(5000);
-    for (Recorder& each : *recorded_) stop(each);
-  }
   std::string sliceOf(const std::string& stream) {
     const std::string id = value(cam_, "SELECT id FROM recordSessions WHERE streamID=" + stream);
     for (const auto& [path, hash] : files(cam_)) {
@@ -78,11 +61,7 @@ class CrashRepairTest : public CrashFixture {
     ADD_FAILURE() << "no slice of stream " << stream << " of " << cam_.name;
     return "";
   }
-
-  static std::unique_ptr<std::vector<Recorder>> recorded_;
 };
-
-std::unique_ptr<std::vector<CrashFixture::Recorder>> CrashRepairTest::recorded_;
 
 }  // namespace
 
