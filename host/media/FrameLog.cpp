@@ -50,7 +50,8 @@ void FrameLog::add(const KTDataBlock& frame) {
   av_hash_update(hash_->context.get(), payload.data, payload.size);
   av_hash_final_hex(hash_->context.get(), hex, sizeof(hex));
   file_ << parser.timeStamp() << ' ' << nameOf(parser.kind()) << ' ' << payload.size << ' '
-        << reinterpret_cast<const char*>(hex) << '\n';
+        << reinterpret_cast<const char*>(hex) << '\n'
+        << std::flush;
   check();
 }
 

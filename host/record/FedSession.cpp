@@ -157,7 +157,7 @@ void FedSession::note(unsigned int id, const std::string& filePrefix) {
 }
 
 void FedSession::writeSidecar(unsigned int id) const {
-  SidecarWriter(params_, settings_->soundHeader()).note(id);
+  SidecarWriter(params_, settings_->soundHeader()).note(id);  // step C6
 }
 
 void FedSession::followWindow() {
@@ -182,7 +182,7 @@ std::uint64_t FedSession::close() {
   const bool isKnown = window_ == nullptr &&
                        std::all_of(opened_.begin(), opened_.end(),
                                    [](const Opened& each) { return !each.filePrefix.empty(); });
-  session_.reset();
+  session_.reset();  // step E1
   if (!isKnown) return 0;
   const std::uint64_t expected = stored.bytes + stored.frames * RECORD_HEAD_SIZE;
   const std::uint64_t found = bytesOnDisk();

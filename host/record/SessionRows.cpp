@@ -53,6 +53,6 @@ void SessionRows::setFreeStart(unsigned int id, unsigned int stream, long start)
 void SessionRows::setEnd(unsigned int id, long end) const {
   KTRRecordSessionTable* rows = table();
   if (rows == nullptr) return;
-  rows->updateEndTime(id, end, 0);
+  rows->updateEndTime(id, end, 0);  // step E2
   rows->updateDataBase(true);
 }

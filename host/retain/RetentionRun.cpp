@@ -161,7 +161,7 @@ bool RetentionRun::erase(const StoredPiece& piece) {
   if (piece.slice) {
     return handle_.deleteOlderSlicesOfRecorderSession(piece.session) && !piece.isOnDisk();
   }
-  handle_.deleteAllDataFiles(piece.session);
+  handle_.deleteAllDataFiles(piece.session);  // step D4
   if (piece.isOnDisk()) return false;
   handle_.deleteStreamSession(piece.session);
   return true;

@@ -8,6 +8,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <csignal>
 #include <cstdarg>
 #include <cstdlib>
 #include <cstring>
@@ -62,8 +63,9 @@ void addFault(const std::string& text) {
 
 std::string described(const Fault& fault, const std::string& path) {
   return fault.call + " no. " + std::to_string(fault.met) + " on " + path + ": " +
-         (fault.error != 0 ? std::strerror(fault.error)
-                           : std::to_string(fault.bytes) + " bytes at most");
+         (fault.error == FaultCalls::KILL ? "killed"
+          : fault.error != 0              ? std::strerror(fault.error)
+                                          : std::to_string(fault.bytes) + " bytes at most");
 }
 
 bool meets(Fault& fault, const char* call, const std::string& path) {
@@ -98,6 +100,7 @@ std::optional<Fault> due(const char* call, int fd) {
 }
 
 int failed(const Fault& fault) {
+  if (fault.error == FaultCalls::KILL) (void)raise(SIGKILL);
   errno = fault.error;
   return -1;
 }
@@ -151,6 +154,9 @@ ssize_t pread(int fd, void* dst, size_t n, off_t offset) {
 ssize_t pwrite(int fd, const void* src, size_t n, off_t offset) {
   static auto* const next = real(&pwrite, "pwrite64");
   const auto fault = due("pwrite", fd);
+  if (fault && fault->error == FaultCalls::KILL) {
+    (void)next(fd, src, std::min<size_t>(n, fault->bytes), offset);
+  }
   if (fault && fault->error != 0) return failed(*fault);
   return next(fd, src, fault ? std::min<size_t>(n, fault->bytes) : n, offset);
 }
@@ -181,6 +187,11 @@ std::string FaultCalls::text(const std::string& call, const std::string& path, i
   line << call << ' ' << path << ' ' << error << ' ' << bytes << ' ' << turn.first << ' '
        << turn.times;
   return line.str();
+}
+
+void FaultCalls::killIfDue(const char* call, const std::string& what) {
+  if (!faults().armed) return;
+  if (const auto fault = dueOn(call, what)) (void)failed(*fault);
 }
 
 void FaultCalls::add(const std::string& text) {

@@ -7,13 +7,17 @@
  * and unlink fail, or transfer less than they were asked to. Each fault is noted in FaultLog.
  *
  * The program ktr takes the same faults when the module ktr_faults is preloaded into it: one a line
- * in the variable KTR_FAULTS, as text() writes them.
+ * in the variable KTR_FAULTS, as text() writes them. There the error KILL ends the process in place
+ * of the call, which may then also be a rename, a command for the shell ("system") or a statement
+ * for the server, by its first word ("INSERT") and a text in it.
  *
  * Threads: any thread; one object at a time.
  */
 class FaultCalls {
  public:
   static constexpr unsigned int ALWAYS = ~0U;
+  /** In place of an errno: SIGKILL, for a pwrite after so many of its bytes. */
+  static constexpr int KILL = -1;
 
   /** Which of the calls that a fault could meet it does meet, counted from 1. */
   struct Turn {
@@ -45,6 +49,8 @@ class FaultCalls {
   /** A fault as one line; error 0 stands for a transfer cut to so many bytes. */
   [[nodiscard]] static std::string text(const std::string& call, const std::string& path, int error,
                                         unsigned int bytes, Turn turn);
+  /** For calls that nothing but KILL is made for. */
+  static void killIfDue(const char* call, const std::string& what);
 
  private:
   static void add(const std::string& text);
