@@ -21,6 +21,7 @@ class KTMap {
 
   KTMap() = default;
   KTMap(const KTMap& other) : list(other.list) {}
+  // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): the list looks for itself
   KTMap& operator=(const KTMap& other) {
     list = other.list;
     return *this;

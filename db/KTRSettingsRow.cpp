@@ -1,7 +1,7 @@
 #include "db/KTRSettingsRow.h"
 
-KTRSettingsRow::KTRSettingsRow(const KTString& rowName, streamTypes type, const KTString& text)
-    : name(rowName), settings(text), streamType(type) {}
+KTRSettingsRow::KTRSettingsRow(const KTString& name, streamTypes type, const KTString& settings)
+    : name(name), settings(settings), streamType(type) {}
 
 KTRSettingsRow::~KTRSettingsRow() = default;
 

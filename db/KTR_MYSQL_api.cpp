@@ -162,6 +162,7 @@ bool KTR_MYSQL_api::reconnect(const KTString& query) {
     }
     logger()->log(KTLogger::Warning, "[ DO QUERY ] failed reconnect db [ %s ] Error:%d Desc:%s",
                   name.c_str(), static_cast<int>(mysql_errno(_mysql)), mysql_error(_mysql));
+    // NOLINTNEXTLINE(cert-msc50-cpp,concurrency-mt-unsafe): any spread will do; the mutex is held
     KTTask::Sleep(KTTimeValue(1, rand() % 100000));
   }
   return false;
@@ -285,6 +286,7 @@ int KTR_MYSQL_api::create_db(const KTString& name) {
   return db_do_query(KTString().format("CREATE DATABASE IF NOT EXISTS %s", name.c_str()));
 }
 
+// NOLINTNEXTLINE(performance-unnecessary-value-param): the interface takes fields by value
 int KTR_MYSQL_api::create_tb(const KTString& name, KTString fields) {
   return db_do_query(KTString().format("CREATE TABLE IF NOT EXISTS %s ( %s ) ENGINE = InnoDB ",
                                        name.c_str(), fields.c_str()));

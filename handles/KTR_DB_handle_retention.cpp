@@ -25,6 +25,7 @@ const KTString& sessionsTable() {
 }
 
 void runShell(const KTString& command) {
+  // NOLINTNEXTLINE(cert-env33-c,concurrency-mt-unsafe): the guard has refused all but plain paths
   [[maybe_unused]] const int ignored = std::system(command.c_str());
 }
 
@@ -64,16 +65,16 @@ bool KTR_DB_handle::deleteOlderSlicesOfRecorderSession(unsigned int id) {
 void KTR_DB_handle::removeSlice(unsigned int id, int slice) {
   KTString ofSlice;
   ofSlice.format(" WHERE _id=%u AND _fileIndex=%u", id, static_cast<unsigned int>(slice));
-  if (delete_row(ofSlice, indexTable()) != 0) return;
+  if (delete_row(ofSlice, indexTable()) != 0) return;  // step D1
   KTRFile file(getFullPrefixFileName(static_cast<int>(id)), static_cast<unsigned char>(slice),
                KTRFile::READ_FLAGS, KTRFile::READ_SLICE_SIZE);
-  file._remove();
+  file._remove();  // step D2
   file._close();
 }
 
 void KTR_DB_handle::moveStartToOldestFrame(KTRStreamTable& table) {
   const unsigned int oldest = table.getOlderKFrameTime();
-  if (oldest != 0) _recordSessionTable->updateStartTime(table.sessionID(), oldest);
+  if (oldest != 0) _recordSessionTable->updateStartTime(table.sessionID(), oldest);  // step D3
 }
 
 void KTR_DB_handle::deleteOlderRecordSessionRow(unsigned int, unsigned int) {
@@ -88,12 +89,12 @@ void KTR_DB_handle::deleteStreamSession(unsigned int id) {
   if (table != nullptr) {
     KTString ofSession;
     ofSession.format(" WHERE _id=%u ", id);
-    if (id != 0) delete_row(ofSession, indexTable());
+    if (id != 0) delete_row(ofSession, indexTable());  // step D5
     destroyVideoStream(id);
   }
   KTString condition;
   condition.format(" WHERE id=%u", id);
-  _recordSessionTable->delete_row(condition, sessionsTable());
+  _recordSessionTable->delete_row(condition, sessionsTable());  // step D6
 }
 
 void KTR_DB_handle::deleteAllDataFiles(unsigned int id) {

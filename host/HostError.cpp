@@ -1,7 +1,7 @@
 #include "host/HostError.h"
 
 #include <cerrno>
-#include <cstring>
+#include <system_error>
 
 #include "host/media/SecretText.h"
 
@@ -18,5 +18,5 @@ HostError usageError(const std::string& wrong, const std::string& remedy) {
 
 HostError systemFailure(const std::string& wrong, const std::string& remedy) {
   const int cause = errno;
-  return {HostError::Failed, wrong + " (" + std::strerror(cause) + ")", remedy};
+  return {HostError::Failed, wrong + " (" + std::generic_category().message(cause) + ")", remedy};
 }

@@ -4,8 +4,8 @@
 
 #include "host/input/TimeText.h"
 #include "host/media/SecretText.h"
+#include "host/media/SteadyClock.h"
 #include "runtime/KTLogger.h"
-#include "runtime/KTTimeValue.h"
 
 namespace {
 
@@ -43,7 +43,7 @@ bool HostLogSink::wanted(int priority, std::string_view line) const {
 
 void HostLogSink::write(int priority, std::string_view line) {
   if (!wanted(priority, line)) return;
-  const std::string time = TimeText::format(KTTimeValue::now().tv_sec, "%H:%M:%S");
+  const std::string time = TimeText::format(SteadyClock::wall().tv_sec, "%H:%M:%S");
   const std::lock_guard lock(mutex_);
   out_ << prefix_ << "ktr: " << time << " " << levelOf(priority) << ": "
        << SecretText::ofMessage(onOneLine(line)) << std::endl;

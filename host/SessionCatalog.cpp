@@ -4,7 +4,7 @@
 
 #include "db/KTRAudioSettingsRow.h"
 #include "db/KTRVideoSettingsRow.h"
-#include "runtime/KTTimeValue.h"
+#include "host/media/SteadyClock.h"
 
 namespace {
 
@@ -91,7 +91,7 @@ void SessionCatalog::readSettings(unsigned int settingsId, RecordedSession& sess
 
 void SessionCatalog::markRecording(std::vector<RecordedSession>& sessions) const {
   if (!isRecording_) return;
-  const long now = KTTimeValue::now().tv_sec;
+  const long now = SteadyClock::wall().tv_sec;
   for (size_t i = 0; i < sessions.size(); ++i) {
     const bool isLast = i + 1 == sessions.size() || sessions[i + 1].stream != sessions[i].stream;
     if (!isLast || now - sessions[i].end > RECENT_SECONDS) continue;

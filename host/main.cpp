@@ -26,8 +26,8 @@ void hideSecrets(char* word) {
 }  // namespace
 
 int main(int argc, char** argv) {
-  umask(077);                // recordings are the owner's business
-  signal(SIGPIPE, SIG_IGN);  // a camera or a reader that goes away is an error of one call
+  umask(077);                      // recordings are the owner's business
+  (void)signal(SIGPIPE, SIG_IGN);  // a camera or a reader that goes away is an error of one call
   HostContext context(std::cout, std::cerr);
   const std::vector<std::string> words(argv, argv + argc);
   std::vector<const char*> arguments;

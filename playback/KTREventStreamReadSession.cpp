@@ -12,7 +12,7 @@ constexpr unsigned int ROW_HEAD_SIZE = ID_SIZE + NUMBERS_SIZE;
 
 void appendRecord(KTDataBlock& batch, const KTDataBlock& row) {
   const KTDataBlock payload = row.copy(ROW_HEAD_SIZE, row.size - ROW_HEAD_SIZE);
-  const unsigned char length = static_cast<unsigned char>(payload.size);
+  const auto length = static_cast<unsigned char>(payload.size);
   batch += row.copy(ID_SIZE, NUMBERS_SIZE);
   batch += KTDataBlock(&length, 1);
   batch += payload;

@@ -36,8 +36,10 @@ int KTRAudioStreamRecordSession::run() {
     }
   }
   drainQueue();
-  removeUnconfirmed(database(),
-                    "KTRAudioStreamRecordSession::run() remove session %u because of ByEvents");
+  if (isUnconfirmed()) {
+    removeUnconfirmed(database(),
+                      "KTRAudioStreamRecordSession::run() remove session %u because of ByEvents");
+  }
   mysql_thread_end();
   return 0;
 }

@@ -99,6 +99,10 @@ class KTR_API KTRStreamRecordSession : public KTRTask {
   void takeFrames(const KTDataBlock& data, KTRVideoFrame& parser);
   /** Keeps the record session of a recording by events, and goes on without interruption. */
   void confirmEvent();
+  /** A session by events that no event has confirmed so far. */
+  [[nodiscard]] bool isUnconfirmed() const {
+    return params_.recordMode == KTRStreamRecordParams::ByEvents;
+  }
   /**
    * Removes a record session by events that was not confirmed; text takes its id for the log. Logs
    * alone when db is null.

@@ -25,8 +25,8 @@ void KTRStreamRecordSession::confirmEvent() {
   params_.recordMode = KTRStreamRecordParams::Continuous;
 }
 
+// NOLINTNEXTLINE(readability-make-member-function-const): it takes the session away
 void KTRStreamRecordSession::removeUnconfirmed(KTR_DB_handle* db, const char* text) {
-  if (params_.recordMode != KTRStreamRecordParams::ByEvents) return;
   KTLogger::instance()->log(KTLogger::Information, text, sessionId_);
   if (db != nullptr) db->deleteStreamSession(sessionId_);
 }

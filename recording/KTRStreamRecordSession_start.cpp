@@ -19,7 +19,7 @@ KTR_DB_handle* KTRStreamRecordSession::openRecordSession(long realTime) {
   KTR_DB_handle* db = factory == nullptr ? nullptr : factory->createDB(params_.dbName);
   if (db == nullptr || db->recordSessionTable() == nullptr || !startNewSession(db)) return nullptr;
   publishSession();
-  const int result = db->recordSessionTable()->updateStartTime(sessionId_, realTime);
+  const int result = db->recordSessionTable()->updateStartTime(sessionId_, realTime);  // step C5
   return rowUpdated(result == 0) ? db : nullptr;
 }
 

@@ -55,7 +55,7 @@ int KTRVideoStreamRecordSession::run() {
     }
   }
   drainQueue();
-  if (KTR_DB_handle* db = database()) {
+  if (KTR_DB_handle* db = isUnconfirmed() ? database() : nullptr) {
     removeUnconfirmed(db,
                       "KTRVideoStreamRecordSession::run() remove session %u because of ByEvents");
   }

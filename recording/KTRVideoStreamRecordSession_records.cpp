@@ -115,10 +115,10 @@ bool KTRVideoStreamRecordSession::writePendingRow(long realTime, KTR_DB_handle* 
                               static_cast<int>(sessionId_));
     return false;
   }
-  if (table->addRow(pendingRow_) != 0) {
+  if (table->addRow(pendingRow_) != 0) {  // step F2
     return refusedAt("addRowRes error !!! fileindex:%d record:%d  offset:%d !");
   }
-  return rowUpdated(db->recordSessionTable()->updateEndTime(
+  return rowUpdated(db->recordSessionTable()->updateEndTime(  // step F3
                         sessionId_, realTime, static_cast<int>(sessionFrameInterval_)) == 0);
 }
 

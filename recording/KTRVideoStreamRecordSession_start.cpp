@@ -1,4 +1,5 @@
-// Opening a record session: settings row, day directory, session row, index table, data file.
+// Opening a record session: settings row, day directory, session row, index table, data file. The
+// steps are those of docs/design/durability.md.
 #include "recording/KTRVideoStreamRecordSession.h"
 #include "runtime/KTLogger.h"
 
@@ -10,18 +11,18 @@ bool KTRVideoStreamRecordSession::openSession(long realTime) {
 }
 
 bool KTRVideoStreamRecordSession::startNewSession(KTR_DB_handle* db) {
-  if (!addSettings(db, params_.videoSettings)) {
+  if (!addSettings(db, params_.videoSettings)) {  // step C1
     return refused("Cant add videoSettings in DB error !!.");
   }
   KTString storage = params_.storageDir;
-  if (!builStorageDirName(storage)) return refused("Cant Create Directory !!");
+  if (!builStorageDirName(storage)) return refused("Cant Create Directory !!");  // step C2
   const int settingsId = db->settingsTable()->getSettingsID(params_.videoSettings);
   if (settingsId == -1) return refused("Cant find videoSettings in DB error !!.");
-  if (!addSessionRow(db, storage, static_cast<unsigned int>(settingsId))) return false;
+  if (!addSessionRow(db, storage, static_cast<unsigned int>(settingsId))) return false;  // step C3
   if (db->createDataStreamTable(sessionId_) == nullptr) {
     return refused("Cant create createVideoStreamTabl in DB error !!.");
   }
-  if (!openDataFile(db)) return false;
+  if (!openDataFile(db)) return false;  // step C4
   KTLogger::instance()->log(KTLogger::Information, "[x] Start Video SessionID:%d for StreamID:%d",
                             static_cast<int>(sessionId_), params_.streamId);
   return true;

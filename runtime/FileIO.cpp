@@ -12,6 +12,7 @@ ssize_t readFully(int fd, unsigned char* dst, size_t n, off_t offset) {
     if (got > 0) {
       done += static_cast<size_t>(got);
     } else if (errno != EINTR) {
+      if (done != 0) break;  // what lies in front of a bad place is good; the next read finds it
       return -1;
     }
   }

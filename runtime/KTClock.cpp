@@ -42,7 +42,7 @@ std::atomic<KTClock*> installed{nullptr};
 KTClock::~KTClock() = default;
 
 KTClock* KTClock::instance() {
-  static SystemClock* const system = new SystemClock;  // outlives every static object
+  static auto* const system = new SystemClock;  // outlives every static object
   KTClock* clock = installed.load(std::memory_order_acquire);
   return clock != nullptr ? clock : system;
 }

@@ -3,9 +3,22 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <utility>
 
 #include "runtime/FileIO.h"
+
+namespace {
+
+// Repeats what a signal has interrupted.
+template <typename Call>
+int carriedThrough(Call call) {
+  int result = call();
+  while (result < 0 && errno == EINTR) result = call();
+  return result;
+}
+
+}  // namespace
 
 KTFile::KTFile() = default;
 
@@ -24,13 +37,14 @@ int KTFile::open(int flags, unsigned int mode) {
   flags_ = flags;
   mode_ = mode;
   pos_ = 0;
-  handle_ = ::open(name_.c_str(), flags | O_CLOEXEC, mode);
+  handle_ = carriedThrough([&] { return ::open(name_.c_str(), flags | O_CLOEXEC, mode); });
   return opened() ? 0 : -1;
 }
 
 int KTFile::close() {
   const int closing = std::exchange(handle_, -1);
-  return closing < 0 ? 0 : ::close(closing);
+  if (closing < 0 || ::close(closing) == 0) return 0;
+  return errno == EINTR ? 0 : -1;  // closed all the same, and not to be tried again
 }
 
 int KTFile::read(KTDataBlock& b) {
@@ -66,8 +80,9 @@ int KTFile::pos(long p) {
   return 0;
 }
 
+// NOLINTNEXTLINE(readability-make-member-function-const): it changes the file
 int KTFile::truncate(long length) {
-  return ::ftruncate(handle_, length);
+  return carriedThrough([&] { return ::ftruncate(handle_, length); });
 }
 
 int KTFile::remove() {

@@ -14,7 +14,7 @@ KTLogger::KTLogger() : sink_(makeSpdlogSink()) {}
 KTLogger::~KTLogger() = default;
 
 KTLogger* KTLogger::instance() {
-  static KTLogger* const logger = new KTLogger;  // outlives every static object
+  static auto* const logger = new KTLogger;  // outlives every static object
   return logger;
 }
 

@@ -85,5 +85,5 @@ KTString& KTString::replace(const KTString& from, const KTString& to, bool all) 
 }
 
 KTDataBlock KTString::dataBlock() const {
-  return KTDataBlock(reinterpret_cast<const unsigned char*>(text_.data()), length());
+  return {reinterpret_cast<const unsigned char*>(text_.data()), length()};
 }

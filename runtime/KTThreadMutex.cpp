@@ -30,8 +30,8 @@ void checkOrder(const KTThreadMutex* mutex, KTThreadMutex::Rank rank) {
   if (findHeld(mutex) != nullptr) return;
   for (unsigned int i = 0; i < heldCount; ++i) {
     if (heldMutexes[i].rank <= rank) continue;
-    std::fprintf(stderr, "KTThreadMutex: lock order broken: rank %d taken while %d is held\n", rank,
-                 heldMutexes[i].rank);
+    (void)std::fprintf(stderr, "KTThreadMutex: lock order broken: rank %d taken while %d is held\n",
+                       rank, heldMutexes[i].rank);
     std::abort();
   }
 }

@@ -10,7 +10,8 @@ std::string printfText(const char* fmt, va_list args) {
   std::string text;
   if (length >= static_cast<int>(sizeof shortText)) {
     text.resize(static_cast<size_t>(length));
-    std::vsnprintf(text.data(), text.size() + 1, fmt, again);
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): again is a copy of the caller's list
+    (void)std::vsnprintf(text.data(), text.size() + 1, fmt, again);
   } else if (length > 0) {
     text.assign(shortText, static_cast<size_t>(length));
   }

@@ -49,9 +49,14 @@ void KTRFile::_remove() {
   }
 }
 
-int KTRFile::_close() {
+int KTRFile::_close() {  // NOLINT(bugprone-virtual-near-miss): see the header
   if (writeFill_ != 0) (void)flush();
-  return KTFile::close();
+  const int result = KTFile::close();
+  if (result != 0) {
+    KTLogger::instance()->log(KTLogger::Error, "KTRFile %s closed Failed !!!!",
+                              KTFile::name().c_str());
+  }
+  return result;
 }
 
 void KTRFile::flushAndClose() {
@@ -60,11 +65,11 @@ void KTRFile::flushAndClose() {
 
 // Index 255 is followed by 0 on purpose: the chain is a ring of 256 names.
 bool KTRFile::openNextSlice() {
-  flushAndClose();
+  flushAndClose();  // step R1 of a writer
   fileIndex_ = static_cast<unsigned char>(fileIndex_ + 1);
   setVideoFileName(prefix_, fileIndex_);
   canRead_ = true;
-  return open(openFlags_, DEFAULT_MODE) == 0;
+  return open(openFlags_, DEFAULT_MODE) == 0;  // step R2
 }
 
 void KTRFile::rollOver() {
@@ -129,7 +134,7 @@ int KTRFile::_writeWriteBuffer() {
 // Writes out what is buffered. After a failure the buffered records are lost and the file stays
 // as far as it was written.
 int KTRFile::flush() {
-  const int result = write(writeBuffer_, writeFill_);
+  const int result = write(writeBuffer_, writeFill_);  // step F1
   if (result >= 0) {
     writeFill_ = 0;
     return 0;

@@ -48,7 +48,10 @@ void KTRFile::refill() {
     if (!walkOn(walked)) return;
     markerSize = sizeof _NEW_FILE_FLAG;
   }
-  if (count < 0) return;
+  if (count < 0) {
+    reportReadError();
+    return;
+  }
   unsigned char* tail = readBuffer_.writable() + readFill_;
   if (pos() <= startPos) {
     std::memcpy(tail, _NEW_FILE_FLAG, markerSize);
@@ -57,6 +60,14 @@ void KTRFile::refill() {
     std::memmove(tail, tail + markerSize, static_cast<unsigned int>(count));
   }
   readFill_ += static_cast<unsigned int>(count);
+}
+
+// Once a place, which every further refill meets again. A chain whose first slice is missing was
+// reported when it was opened.
+void KTRFile::reportReadError() {
+  if (!opened() || pos() == reportedPos_) return;
+  reportedPos_ = pos();
+  KTLogger::instance()->log(KTLogger::Error, "KTRFile %s read Failed !!!!", KTFile::name().c_str());
 }
 
 // The names are a ring: a chain of empty slices alone ends when all of them were looked into.

@@ -9,6 +9,7 @@
 /** Bytes that introduce every record on disk. */
 inline constexpr unsigned char FLAG[4] = {0xA7, 0xA6, 0xA5, 0xA4};
 /** Bytes that mark a change of slice inside a reader's buffer; never on disk. */
+// NOLINTNEXTLINE(bugprone-reserved-identifier): a name that hosts know
 inline constexpr unsigned char _NEW_FILE_FLAG[4] = {0xB7, 0xB6, 0xB5, 0xB4};
 
 /** The same marks as little-endian words. */

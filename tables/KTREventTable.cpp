@@ -57,7 +57,7 @@ bool KTREventTable::deleteRow(unsigned int count) {
 }
 
 bool KTREventTable::deleteRowByTime(long time) {
-  const unsigned int seconds = static_cast<unsigned int>(time);
+  const auto seconds = static_cast<unsigned int>(time);
   KTString condition;
   condition.format(" WHERE timeStamp< %u", seconds);
   const KTCriticalCode guard(_staticMysqlMux);

@@ -51,9 +51,11 @@ bool KTRRecordSessionTable::getRecordSessionRow(unsigned int id, KTRRecorderSess
   return readFirstRow(query, row);
 }
 
-bool KTRRecordSessionTable::getRecordSessionRow(unsigned char streamID, long time, long span,
-                                                unsigned int settingsID, KTRRecorderSessionRow& row,
-                                                KTString settings) {
+bool KTRRecordSessionTable::getRecordSessionRow(
+    unsigned char streamID, long time, long span, unsigned int settingsID,
+    KTRRecorderSessionRow& row,
+    // NOLINTNEXTLINE(performance-unnecessary-value-param)
+    KTString settings) {
   KTString query;
   query.format("SELECT * FROM %s WHERE streamID=%#u AND start_time<=%u AND end_time>=%u ",
                sessionsTable(), static_cast<unsigned int>(streamID), seconds(time + span),

@@ -14,7 +14,7 @@ constexpr size_t NAME_ROOM = 20;  // bytes, the terminator included
 
 // A longer name cannot have come from this library: whatever wrote it, the catalogue is damaged.
 KTString checkedName(const char* stored, unsigned int id) {
-  const KTString name(stored);
+  KTString name(stored);
   if (name.length() < NAME_ROOM) return name;
   KTLogger::instance()->log(
       KTLogger::Error,

@@ -5,12 +5,17 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <charconv>
+#include <optional>
 
 #include "host/HostContext.h"
 #include "host/HostError.h"
 #include "host/RecorderLock.h"
+#include "host/input/ByteCount.h"
 #include "host/input/DurationText.h"
+#include "host/media/SteadyClock.h"
 #include "host/record/SessionIdFloor.h"
+#include "host/record/SpoolLeftovers.h"
+#include "host/server/ServerKeeper.h"
 #include "host/system/StopSignal.h"
 #include "runtime/KTLogger.h"
 
@@ -63,6 +68,13 @@ CLI::App* RecordCommand::define(CLI::App& program) {
           ->type_name("MIB")
           ->capture_default_str();
   command->add_flag("--no-audio", noAudio_, "Record the pictures alone");
+  spoolSize_ = "1GiB";
+  command
+      ->add_option("--spool-size", spoolSize_,
+                   "Keep so much of each stream in files while it\n"
+                   "cannot be recorded; 0 for nothing")
+      ->type_name("BYTES")
+      ->capture_default_str();
   command
       ->add_option("--frame-log", frameLog_,
                    "Write a line with a hash of every frame of stream N to FILE.N")
@@ -93,6 +105,7 @@ int RecordCommand::run(HostContext& context) {
       sources_, noAudio_ ? StreamSource::Video : StreamSource::VideoAndAudio);
   (void)limitSeconds();
   (void)sliceBytes();
+  (void)ByteCount::parse(spoolSize_);
   (void)retention_.policy();
   const std::optional<ByEvents> byEvents = byEvents_.byEvents();
   for (const StreamSource& source : sources) MediaInput::check(source.url);
@@ -102,7 +115,6 @@ int RecordCommand::run(HostContext& context) {
   context.open(options_, HostContext::Recording);
   const RecorderLock lock(root, name);
   if (byEvents) confirmations.listen(root.recorderDirectory(name));
-  const Recorders recorders = makeRecorders(sources);
   KTR_DB_handle& handle = context.createRecorder(name);
   if (const unsigned int id = SessionIdFloor::raise(handle, root.recorderDirectory(name))) {
     KTLogger::instance()->log(KTLogger::Warning,
@@ -110,13 +122,20 @@ int RecordCommand::run(HostContext& context) {
                               "begin at id %u; see ktr check",
                               id);
   }
+  const SteadyClock clock;
+  std::optional<ServerKeeper> keeper;
+  if (options_.usesPrivateServer()) keeper.emplace(ServerPaths(root));
+  const Recorders recorders = makeRecorders(sources);
 
   const bool terminal = isatty(STDERR_FILENO) != 0;
   RecordDisplay display(context.err(), terminal);
   if (terminal) context.log()->setLinePrefix(RecordDisplay::CLEAR_LINE);
-  RetentionTimer retained(handle, retention(recorders, signal));
+  SpoolLeftovers leftovers;
+  RetentionTimer retained(handle, retention(recorders, leftovers, signal));
   for (const auto& recorder : recorders) recorder->start();
+  leftovers.start(streamOptions(), streamsOf(sources));
   watch(recorders, retained, confirmations, display, signal);
+  leftovers.finish();
   context.log()->setLinePrefix("");
   display.summary(statusOf(recorders));
   checkResults(recorders);
@@ -124,22 +143,34 @@ int RecordCommand::run(HostContext& context) {
 }
 
 RetentionRun::Options RecordCommand::retention(const Recorders& recorders,
+                                               const SpoolLeftovers& leftovers,
                                                const StopSignal& signal) const {
   RetentionRun::Options options;
   options.directory = options_.storageRoot().recorderDirectory(options_.recorderName());
   options.policy = retention_.policy();
   options.stop = [&signal] { return signal.requested(); };
-  options.openSessions = [&recorders] { return openSessions(recorders); };
+  options.openSessions = [&recorders, &leftovers] {
+    std::set<unsigned int> open = openSessions(recorders);
+    leftovers.addOpenSessions(open);
+    return open;
+  };
+  return options;
+}
+
+StreamRecorder::Options RecordCommand::streamOptions() const {
+  StreamRecorder::Options options;
+  options.recorder = options_.recorderName().text();
+  options.storageDirectory = options_.storageRoot().recorderDirectory(options_.recorderName());
+  options.sliceSize = sliceBytes();
+  options.spoolDirectory = options_.storageRoot().spoolDirectory(options_.recorderName());
+  options.spoolBytes = ByteCount::parse(spoolSize_);
+  options.byEvents = byEvents_.byEvents();
   return options;
 }
 
 RecordCommand::Recorders RecordCommand::makeRecorders(
     const std::vector<StreamSource>& sources) const {
-  StreamRecorder::Options options;
-  options.recorder = options_.recorderName().text();
-  options.storageDirectory = options_.storageRoot().recorderDirectory(options_.recorderName());
-  options.sliceSize = sliceBytes();
-  options.byEvents = byEvents_.byEvents();
+  StreamRecorder::Options options = streamOptions();
   Recorders recorders;
   for (const StreamSource& source : sources) {
     options.stream = source.stream;
@@ -153,6 +184,15 @@ RecordCommand::Recorders RecordCommand::makeRecorders(
     recorders.push_back(std::make_unique<StreamRecorder>(options));
   }
   return recorders;
+}
+
+std::set<unsigned int> RecordCommand::streamsOf(const std::vector<StreamSource>& sources) const {
+  std::set<unsigned int> streams;
+  for (const StreamSource& source : sources) {
+    streams.insert(source.stream);
+    if (!noAudio_) streams.insert(source.stream + StreamSource::AUDIO_OFFSET);
+  }
+  return streams;
 }
 
 // Returns when all that was received is stored.
@@ -226,7 +266,7 @@ void RecordCommand::reportErrors(const Recorders& recorders, RecordDisplay& disp
 void RecordCommand::checkResults(const Recorders& recorders) {
   for (const auto& recorder : recorders) {
     const SessionFeed::Progress progress = recorder->status().progress;
-    if (progress.stored.frames != 0 || progress.lost == 0) continue;
+    if (progress.stored.frames != 0 || progress.lost + progress.queue == 0) continue;
     throw failure("nothing of stream " + std::to_string(recorder->stream()) + " could be stored",
                   "mend what the messages above name and record again");
   }

@@ -15,6 +15,7 @@
 #include "host/retain/RetentionOptions.h"
 #include "host/retain/RetentionTimer.h"
 
+class SpoolLeftovers;
 class StopSignal;
 
 /** ktr record: records any number of streams of one recorder until it is stopped. */
@@ -29,8 +30,11 @@ class RecordCommand : public Command {
 
   [[nodiscard]] long limitSeconds() const;
   [[nodiscard]] int sliceBytes() const;
+  [[nodiscard]] StreamRecorder::Options streamOptions() const;
+  [[nodiscard]] std::set<unsigned int> streamsOf(const std::vector<StreamSource>& sources) const;
   [[nodiscard]] Recorders makeRecorders(const std::vector<StreamSource>& sources) const;
   [[nodiscard]] RetentionRun::Options retention(const Recorders& recorders,
+                                                const SpoolLeftovers& leftovers,
                                                 const StopSignal& signal) const;
   void watch(const Recorders& recorders, RetentionTimer& retained,
              EventConfirmations& confirmations, RecordDisplay& display, const StopSignal& signal);
@@ -46,6 +50,7 @@ class RecordCommand : public Command {
   std::vector<std::string> sources_;
   std::string limit_;
   std::string sliceSize_;
+  std::string spoolSize_;
   std::string frameLog_;
   bool noAudio_ = false;
   int status_ = 0;

@@ -24,5 +24,6 @@ struct StoredEvent {
   [[nodiscard]] KTREventRow row() const;
 
   [[nodiscard]] bool operator==(const StoredEvent& other) const = default;
+  // NOLINTNEXTLINE(modernize-use-nullptr): the 0 is the compiler's own
   [[nodiscard]] auto operator<=>(const StoredEvent& other) const = default;
 };

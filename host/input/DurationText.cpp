@@ -36,7 +36,7 @@ std::optional<long> parseWithUnits(std::string_view text) {
 
 std::string printed(const char* format, long a, long b = 0, long c = 0, long d = 0) {
   std::array<char, 64> text{};
-  snprintf(text.data(), text.size(), format, a, b, c, d);
+  (void)snprintf(text.data(), text.size(), format, a, b, c, d);
   return text.data();
 }
 

@@ -32,6 +32,10 @@ class StorageRoot {
   }
   /** The directory of the private database server. */
   [[nodiscard]] std::string serverDirectory() const { return path_ + "/.ktr"; }
+  /** Where frames of a recorder wait that cannot be recorded yet. */
+  [[nodiscard]] std::string spoolDirectory(const RecorderName& name) const {
+    return serverDirectory() + "/spool/" + name.text();
+  }
 
  private:
   explicit StorageRoot(std::string path) : path_(std::move(path)) {}

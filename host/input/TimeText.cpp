@@ -7,7 +7,7 @@
 #include "host/HostError.h"
 #include "host/input/AsciiText.h"
 #include "host/input/DurationText.h"
-#include "runtime/KTTimeValue.h"
+#include "host/media/SteadyClock.h"
 
 namespace {
 
@@ -104,7 +104,7 @@ long TimeText::parse(const std::string& text, long now) {
 }
 
 long TimeText::parse(const std::string& text) {
-  return parse(text, KTTimeValue::now().tv_sec);
+  return parse(text, SteadyClock::wall().tv_sec);
 }
 
 std::string TimeText::format(long time) {

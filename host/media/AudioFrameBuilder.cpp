@@ -37,15 +37,23 @@ void AudioFrameBuilder::begin(std::int64_t timeUs) {
 
 void AudioFrameBuilder::flush() {
   if (payload_.size == 0) return;
-  frames_.push_back(KTRFrameWriter::build(
-      KTRFrameFormat::Audio, static_cast<std::uint32_t>(stampMs_ % FrameStamper::DAY_MS),
-      {{payload_.data, payload_.size}}));
+  frames_.push_back(
+      {KTRFrameWriter::build(KTRFrameFormat::Audio,
+                             static_cast<std::uint32_t>(stampMs_ % FrameStamper::DAY_MS),
+                             {{payload_.data, payload_.size}}),
+       stampMs_});
   payload_ = KTDataBlock();
+}
+
+void AudioFrameBuilder::restart() {
+  flush();
+  started_ = false;
 }
 
 bool AudioFrameBuilder::take(KTDataBlock& frame) {
   if (frames_.empty()) return false;
-  frame = frames_.front();
+  frame = frames_.front().bytes;
+  takenMs_ = frames_.front().timeMs;
   frames_.pop_front();
   return true;
 }

@@ -30,13 +30,23 @@ class AudioFrameBuilder {
   void add(const AudioPacket& packet);
   /** Completes the frame that has been begun. */
   void flush();
+  /** The clock was put back: what comes next is taken, wherever it lies. */
+  void restart();
   /** The oldest complete frame; false when there is none. */
   [[nodiscard]] bool take(KTDataBlock& frame);
+  /** The time of the frame that was taken last, milliseconds since the epoch. */
+  [[nodiscard]] std::int64_t timeMs() const { return takenMs_; }
 
  private:
   void begin(std::int64_t timeUs);
 
-  std::deque<KTDataBlock> frames_;
+  struct Complete {
+    KTDataBlock bytes;
+    std::int64_t timeMs;
+  };
+
+  std::deque<Complete> frames_;
+  std::int64_t takenMs_ = 0;
   KTDataBlock payload_;  // of the frame being built; empty when none is
   std::int64_t stampMs_ = 0;
   std::int64_t startUs_ = 0;

@@ -106,9 +106,9 @@ std::int64_t AudioTrack::opusDurationUs(MediaBytes packet) {
   constexpr std::array<int, 2> hybrid = {10'000, 20'000};
   constexpr std::array<int, 4> celt = {2'500, 5'000, 10'000, 20'000};
   const unsigned int config = packet[0] >> 3;
-  const int frameUs = config < 12   ? silk.at(config & 3)
-                      : config < 16 ? hybrid.at(config & 1)
-                                    : celt.at(config & 3);
+  const std::int64_t frameUs = config < 12   ? silk.at(config & 3)
+                               : config < 16 ? hybrid.at(config & 1)
+                                             : celt.at(config & 3);
   const unsigned int code = packet[0] & 3;
   if (code == 0) return frameUs;
   if (code != 3) return 2 * frameUs;

@@ -1,7 +1,7 @@
 #include "host/media/FrameLog.h"
 
 #include <cerrno>
-#include <cstring>
+#include <system_error>
 
 #include "host/media/LibAv.h"
 #include "host/media/MediaError.h"
@@ -50,7 +50,8 @@ void FrameLog::add(const KTDataBlock& frame) {
   av_hash_update(hash_->context.get(), payload.data, payload.size);
   av_hash_final_hex(hash_->context.get(), hex, sizeof(hex));
   file_ << parser.timeStamp() << ' ' << nameOf(parser.kind()) << ' ' << payload.size << ' '
-        << reinterpret_cast<const char*>(hex) << '\n';
+        << reinterpret_cast<const char*>(hex) << '\n'
+        << std::flush;
   check();
 }
 
@@ -62,6 +63,7 @@ void FrameLog::close() {
 
 void FrameLog::check() {
   if (file_) return;
-  throw MediaError("cannot write the frame log " + path_ + ": " + std::strerror(errno),
-                   "choose another place or make room there");
+  throw MediaError(
+      "cannot write the frame log " + path_ + ": " + std::generic_category().message(errno),
+      "choose another place or make room there");
 }

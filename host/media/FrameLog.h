@@ -9,7 +9,8 @@
 /**
  * A text file with one line for each frame: stamp, kind, bytes of payload and the SHA-256 of the
  * payload. Two of them, of what was received and of what is played, are compared with diff. The
- * payload is all that follows the head, so that the composition offset counts too.
+ * payload is all that follows the head, so that the composition offset counts too. Each line is
+ * with the kernel at once: the log of a process that is killed names all that it had received.
  *
  * Owns: the file.
  * Threads: one thread at a time for each object.
@@ -26,7 +27,7 @@ class FrameLog {
 
   /** Adds the line of one whole frame, as FrameSource makes it and KTRVideoFrame::data() has it. */
   void add(const KTDataBlock& frame);
-  /** Writes out what is buffered; to be called at the end, for its errors. */
+  /** To be called at the end, for its errors. */
   void close();
 
  private:

@@ -22,7 +22,8 @@ bool FrameSource::next(KTDataBlock& frame) {
     if (flaw_ != nullptr) std::rethrow_exception(flaw_);
     return false;
   }
-  frame = ready_.front();
+  frame = ready_.front().frame;
+  timeMs_ = ready_.front().timeMs;
   ready_.pop_front();
   return true;
 }
@@ -39,7 +40,7 @@ bool FrameSource::readOn() try {
   }
   const bool first = !stamper_.started();
   const KTDataBlock built = frameOf(unit);
-  if (built.size != 0) ready_.push_back(built);
+  if (built.size != 0) ready_.push_back({built, stamper_.timeMs()});
   if (first) startUs_ = unit.dtsUs;
   takeAudio();
   return true;
@@ -54,7 +55,7 @@ void FrameSource::takeAudio() {
     packet.timeUs = stamper_.clockUs(packet.timeUs);
     audio_.add(packet);
   }
-  for (KTDataBlock frame; audio_.take(frame);) ready_.push_back(frame);
+  for (KTDataBlock frame; audio_.take(frame);) ready_.push_back({frame, audio_.timeMs()});
 }
 
 KTDataBlock FrameSource::frameOf(const AccessUnit& unit) {
@@ -63,6 +64,7 @@ KTDataBlock FrameSource::frameOf(const AccessUnit& unit) {
     return KTDataBlock();
   }
   const std::uint32_t stampMs = stamper_.stamp(unit.dtsMs(), unit.key);
+  if (stamper_.wentBack()) audio_.restart();
   KTDataBlock frame = KTRFrameWriter::build(
       kindOf(unit), stampMs, {pieceOf(unit.lead), pieceOf(unit.parameterSets), pieceOf(unit.bytes)},
       unit.compositionOffsetMs());

@@ -34,6 +34,8 @@ class FrameSource {
    * @return false at the end of the input and after its stop(); frame is unchanged then
    */
   [[nodiscard]] bool next(KTDataBlock& frame);
+  /** The time of that frame, milliseconds since the epoch. */
+  [[nodiscard]] std::int64_t timeMs() const { return timeMs_; }
 
   /** The frame of one picture; empty when the picture is dropped. */
   [[nodiscard]] KTDataBlock frameOf(const AccessUnit& unit);
@@ -49,7 +51,13 @@ class FrameSource {
   MediaInput& input_;
   FrameStamper stamper_;
   AudioFrameBuilder audio_;
-  std::deque<KTDataBlock> ready_;
+  struct Ready {
+    KTDataBlock frame;
+    std::int64_t timeMs;
+  };
+
+  std::deque<Ready> ready_;
+  std::int64_t timeMs_ = 0;   // of the frame handed out last
   std::exception_ptr flaw_;   // that ended the input
   std::int64_t startUs_ = 0;  // of the first frame, on the input's timeline
   bool needsKey_ = true;

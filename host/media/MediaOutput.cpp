@@ -5,10 +5,10 @@
 #include <algorithm>
 #include <array>
 #include <cerrno>
-#include <cstring>
 #include <filesystem>
 #include <optional>
 #include <string_view>
+#include <system_error>
 
 #include "host/media/LibAv.h"
 #include "host/media/MediaContainer.h"
@@ -106,7 +106,7 @@ MediaOutput::~MediaOutput() = default;
 void MediaOutput::checkName(const std::string& path) {
   static_cast<void>(formOf(path));
   if (const int obstacle = path == "-" ? 0 : obstacleAt(path)) {
-    throw MediaError("cannot write " + path + ": " + std::strerror(obstacle),
+    throw MediaError("cannot write " + path + ": " + std::generic_category().message(obstacle),
                      "choose another place for the output");
   }
 }

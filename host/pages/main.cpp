@@ -1,6 +1,7 @@
 // Writes what is installed beside ktr, a manual page for each command and the completion for bash,
 // into a directory. Part of the build only.
 #include <CLI/CLI.hpp>
+#include <exception>
 #include <fstream>
 #include <iostream>
 
@@ -18,14 +19,7 @@ void writePage(const std::string& directory, const CLI::App& command) {
   page.print(file);
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-  if (argc != 2) {
-    std::cerr << "usage: ktr_pages DIRECTORY\n";
-    return 2;
-  }
-  const std::string directory = argv[1];
+void writeAll(const std::string& directory) {
   const CommandLine line(makeAllCommands());
   CLI::App program;
   const std::vector<CLI::App*> commands = line.define(program);
@@ -34,5 +28,20 @@ int main(int argc, char** argv) {
   std::ofstream completion(directory + "/ktr.bash");
   completion.exceptions(std::ios::failbit | std::ios::badbit);
   BashCompletion(program).print(completion);
-  return 0;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  if (argc != 2) {
+    std::cerr << "usage: ktr_pages DIRECTORY\n";
+    return 2;
+  }
+  try {
+    writeAll(argv[1]);
+    return 0;
+  } catch (const std::exception& error) {
+    std::cerr << "ktr_pages: " << error.what() << '\n';
+    return 1;
+  }
 }

@@ -174,6 +174,7 @@ bool RecordingReader::take(Frame& frame) {
     return false;
   }
   lastMs_ = frame.timeMs;
+  repeated_.note(frame.timeMs, frame.frame.data(), startsPlayback(frame));
   return true;
 }
 
@@ -197,7 +198,21 @@ bool RecordingReader::nextSession() {
   Row later;
   if (!findBehind(current_, later)) return false;
   if (std::exchange(completeId_, current_.id) != current_.id && goOn()) return true;
-  return enterBehind(current_);
+  while (enterBehind(current_)) {
+    if (skipRepeated()) return true;
+  }
+  return false;
+}
+
+// Goes behind what the session that was entered repeats; false when that is all of it.
+bool RecordingReader::skipRepeated() {
+  repeated_.enterSession();
+  while (repeated_.has(ahead_.front().timeMs, ahead_.front().frame.data())) {
+    Frame frame;
+    if (!read(frame)) return false;
+    ahead_.front() = std::move(frame);
+  }
+  return true;
 }
 
 // Loads the current session again and goes behind the last frame that was handed out.

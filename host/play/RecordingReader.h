@@ -5,6 +5,7 @@
 #include <memory>
 
 #include "host/play/AudioSessionPlayer.h"
+#include "host/play/RepeatedFrames.h"
 #include "host/play/SessionPlayer.h"
 #include "host/play/StampUnwrapper.h"
 #include "runtime/KTRVideoFrame.h"
@@ -13,6 +14,9 @@
  * Reads one stream of a recorder by time, as a person means it: from the last key frame at or
  * before a moment on, over the ends of record sessions, frame by frame with absolute times. Every
  * frame of sound is a key frame.
+ *
+ * A session that follows one that died begins with frames that the dead one has too, since it must
+ * begin at a key frame: these are handed out once.
  *
  * Every move is a load with a new start time: that works on recordings in progress as well.
  *
@@ -75,6 +79,7 @@ class RecordingReader {
   [[nodiscard]] bool nextSession();
   [[nodiscard]] bool goOn();
   [[nodiscard]] bool skipTo(std::int64_t timeMs);
+  [[nodiscard]] bool skipRepeated();
 
   // Reading in the current record session.
   [[nodiscard]] bool take(Frame& frame);
@@ -90,5 +95,6 @@ class RecordingReader {
   Row current_;                  // the session being read
   unsigned int completeId_ = 0;  // a session that was read after it had ended
   std::deque<Frame> ahead_;      // read already, not handed out
-  std::int64_t lastMs_ = 0;      // of the frame handed out last
+  RepeatedFrames repeated_;
+  std::int64_t lastMs_ = 0;  // of the frame handed out last
 };

@@ -22,7 +22,7 @@ class RecordDisplay {
   static constexpr const char* CLEAR_LINE = "\r\033[K";
 
   struct Stream {
-    unsigned int number;
+    unsigned int number = 0;
     StreamRecorder::Status status;
   };
 

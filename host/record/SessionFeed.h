@@ -1,40 +1,51 @@
 #pragma once
 
 #include <atomic>
+#include <condition_variable>
 #include <cstdint>
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
 
 #include "host/byevents/EventWindow.h"
-#include "host/record/SidecarWriter.h"
-#include "recording/KTRStreamRecordSession.h"
-#include "runtime/KTClock.h"
+#include "host/record/FedSession.h"
+#include "host/record/FeedBacklog.h"
 
 /**
- * Feeds the frames of one stream into record sessions and takes care of their lives: makes one at a
- * key frame, sends it the time first, replaces it long before its ring of slices is full, and makes
- * a new one when one has ended by itself: after a pause when that one has failed, at once when it
- * had stored all that it was fed (a camera that was silent for long). Every session of sound gets
- * the header of the sound as its first frame.
+ * Feeds the frames of one stream into record sessions and sees to it that what was fed is recorded:
+ * makes a session at a key frame, replaces it long before its ring of slices is full and where the
+ * frames' clock has stepped, and follows one that has ended by itself with another, at once when
+ * nothing waits, else after a growing pause. What no session takes meanwhile waits in memory and
+ * then in a spool on disk, and is recorded in order, with its own times, before what comes next.
  *
- * Owns: the running session.
- * Threads: one thread, the stream's; progress(), beginNewSession() and passConfirmation() from any.
- * Blocks: finish(), and feed() where a session is replaced, until what was fed is on disk.
- * Errors: frames that no session takes are counted as lost; the log has one warning for each gap.
- * Memory: what waits for a disk or a server that is too slow is bounded by LARGEST_QUEUE; frames
- * beyond it are lost, up to a key frame that comes when half of that is stored.
+ * Owns: the running session, the frames that are not recorded, and a thread that opens and closes
+ *   sessions.
+ * Threads: feed(), use(), endSession() and finish() from one thread, the stream's; progress(),
+ *   beginNewSession() and passConfirmation() from any.
+ * Blocks: feed() for the spool's disk at most; finish() until what was fed is recorded or left in
+ *   the spool.
+ * Errors: frames that find no room are counted as lost; the log has one warning for each gap.
+ * Memory: FeedBacklog's bounds.
  */
 class SessionFeed {
  public:
-  /** Slices after which a session is replaced at the next key frame; the ring has 256. */
-  static constexpr unsigned int LAST_SLICE = 200;
-  /** Bytes that may wait to be stored. */
-  static constexpr std::uint64_t LARGEST_QUEUE = 64 * 1024 * 1024;
+  /** The frames' clock has stepped forward when it is so much further from the server's. */
+  static constexpr std::int64_t STEP_MS = 60'000;
+
+  struct Options {
+    KTRStreamRecordParams params;
+    std::string spoolDirectory;         // of this stream alone
+    std::uint64_t spoolBytes = 0;       // 0 for no spool
+    const EventGate* events = nullptr;  // outlives the feed, which then records by events
+  };
 
   struct Progress {
     KTRRecordProgress stored;  // since the feed was made, of all its sessions
-    unsigned int queue = 0;    // messages that wait
+    std::uint64_t queue = 0;   // frames that wait
     std::uint64_t lost = 0;    // frames that no session took
     unsigned int open = 0;     // record session that is open, 0 = none
 
@@ -48,19 +59,21 @@ class SessionFeed {
     }
   };
 
-  /**
-   * A feed of pictures; with an audio header, as AudioHeader::encode() makes it, one of sound. With
-   * a gate, which must outlive the feed, it records by events.
-   */
-  explicit SessionFeed(const KTRStreamRecordParams& params,
-                       const KTDataBlock& audioHeader = KTDataBlock(),
-                       const EventGate* events = nullptr);
+  /** Begins with what an earlier process has left in the spool. */
+  explicit SessionFeed(const Options& options);
   SessionFeed(const SessionFeed&) = delete;
   SessionFeed& operator=(const SessionFeed&) = delete;
   ~SessionFeed();
 
-  /** Hands one frame to a session; startsPlayback for all but delta frames. */
-  void feed(const KTDataBlock& frame, bool startsPlayback);
+  /** The settings of the frames that come next. */
+  void use(const StreamSettings& settings);
+  /**
+   * Takes one frame, by its time in milliseconds since the epoch; startsPlayback for all but delta
+   * frames. Settings are in use.
+   */
+  void feed(const KTDataBlock& frame, bool startsPlayback, std::int64_t timeMs);
+  /** The source has ended: what comes next belongs into another session. Does not wait. */
+  void endSession();
   /** Stores all that was fed and writes the rows. Harmless when nothing runs. */
   void finish();
   /**
@@ -73,32 +86,54 @@ class SessionFeed {
   [[nodiscard]] Progress progress() const;
 
  private:
-  using Session = std::unique_ptr<KTRStreamRecordSession>;
+  using Lock = std::unique_lock<std::mutex>;
 
-  void open(const KTDataBlock& firstFrame);
-  [[nodiscard]] Session newVideo();
-  [[nodiscard]] Session newAudio(const KTDataBlock& firstFrame);
-  void replaceSession();
-  void abandon();
-  void lose(const char* reason);
-  void close();
-  void writeEnd(unsigned int sessionId, long lastTime);
-  [[nodiscard]] bool isCongested(bool startsPlayback);
-  [[nodiscard]] int commit(const KTDataBlock& frame);
+  struct Ending {
+    unsigned int session;
+    long time;
+  };
 
-  const KTRStreamRecordParams params_;
-  const KTDataBlock audioHeader_;  // empty for pictures
-  SidecarWriter sidecar_;
-  std::optional<EventWindow> window_;
-  mutable std::mutex mutex_;  // guards session_ and past_ against other threads
-  Session session_;
-  Progress past_;
-  std::uint64_t fed_ = 0;       // frames that the running session has taken
-  std::uint64_t fedBytes_ = 0;  // of these frames
-  bool congested_ = false;
-  unsigned int lastStampMs_ = 0;
-  bool gap_ = false;
+  void run();
+  void recallStored(Lock& lock);
+  [[nodiscard]] bool step(Lock& lock);
+  [[nodiscard]] bool hasEnded();
+  [[nodiscard]] bool isOver() const;
+  void open();
+  bool pump();
+  void await(Lock& lock);
+  [[nodiscard]] bool splitIsDue(const StreamFrame& frame) const;
+  [[nodiscard]] bool splits(const StreamFrame& frame);
+  void closeSession(Lock& lock);
+  void pause(bool recordedNothing);
+  void followWindow(Lock& lock);
+  void noteFiles(Lock& lock);
+  void writeEnds(Lock& lock);
+  [[nodiscard]] KTRRecordProgress shown() const;
+  [[nodiscard]] bool isStep(const StreamFrame& frame);
+
+  const Options options_;
   std::atomic<bool> splitAsked_{false};
+  mutable std::mutex mutex_;  // guards all below; session_ changes on the feed's own thread only
+  std::condition_variable changed_;
+  FeedBacklog backlog_;
+  std::optional<EventWindow> window_;
+  std::unique_ptr<FedSession> session_;
+  std::shared_ptr<const StreamSettings> settings_;
+  KTRRecordProgress past_;      // of the sessions before
+  std::uint64_t repeated_ = 0;  // frames that the running session is given once more, and their
+  std::uint64_t repeatedBytes_ = 0;
+  std::vector<Ending> ends_;  // of sessions, to be written
+  bool ready_ = false;        // what an earlier process has left is known
+  bool closing_ = false;      // the session is to take nothing more
+  bool finishing_ = false;
+  bool lastTry_ = false;       // the session was opened at the end
+  bool gaveUp_ = false;        // at the end: nothing could be stored
+  bool busy_ = false;          // the last look at the session has moved frames
+  bool endAsked_ = false;      // the session ends when nothing waits
+  bool beginsSession_ = true;  // the next frame does
+  std::int64_t lastMs_ = 0;    // of the last frame
+  std::int64_t clockMs_ = 0;   // frame time minus server time when the stream's session began
   KTClock::Span nextTry_{0};
   KTClock::Span pause_{0};
+  std::thread thread_;
 };

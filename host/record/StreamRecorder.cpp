@@ -1,8 +1,7 @@
 #include "host/record/StreamRecorder.h"
 
-#include <mysql.h>
-
 #include <algorithm>
+#include <filesystem>
 #include <utility>
 
 #include "host/media/FrameSource.h"
@@ -23,15 +22,6 @@ constexpr long PAUSE_STEP_USEC = 20000;
 constexpr int WINDOW_SLICE = 1 << 30;
 // Frames of sound, of a quarter of a second or more, that go with a key frame in a window.
 constexpr int SOUND_FRAMES = 8;
-
-// Rows are written from the stream's thread, so the client library is told of it.
-class MysqlThread {
- public:
-  MysqlThread() { mysql_thread_init(); }
-  MysqlThread(const MysqlThread&) = delete;
-  MysqlThread& operator=(const MysqlThread&) = delete;
-  ~MysqlThread() { mysql_thread_end(); }
-};
 
 }  // namespace
 
@@ -70,18 +60,25 @@ void StreamRecorder::join() {
 }
 
 void StreamRecorder::run() {
-  const MysqlThread mysql;
+  makeFeed(video_, options_.stream);
+  if (options_.audio && hasSpool(options_.audioStream)) makeFeed(audio_, options_.audioStream);
   try {
     while (!stop_ && recordSource()) {
-    }
-    for (Track* track : {&video_, &audio_}) {
-      if (track->log != nullptr) track->log->close();
     }
   } catch (const std::exception& flaw) {
     fail(flaw.what());
   }
+  for (Track* track : {&video_, &audio_}) finish(*track);
   const std::lock_guard guard(mutex_);
   done_ = true;
+}
+
+// Whatever has ended the reading, what was received is stored.
+void StreamRecorder::finish(Track& track) try {
+  if (track.feed != nullptr) track.feed->finish();
+  if (track.log != nullptr) track.log->close();
+} catch (const MediaError& flaw) {
+  fail(flaw.what());
 }
 
 // Records the source once; true when it is to be tried again.
@@ -106,59 +103,75 @@ bool StreamRecorder::recordSource() {
 }
 
 void StreamRecorder::recordFrames(MediaInput& input) {
-  KTRStreamRecordParams params = paramsFor(options_.stream);
-  params.videoSettings = videoSettingsOf(input.info());
-  begin(video_, std::make_unique<SessionFeed>(params, KTDataBlock(), gate()));
-  // Whatever ends the reading, what was received is stored.
+  video_.feed->use(StreamSettings(videoSettingsOf(input.info())));
   struct Ending {
     StreamRecorder& recorder;
     ~Ending() {
-      recorder.end(recorder.video_);
-      recorder.end(recorder.audio_);
+      for (const Track* track : {&recorder.video_, &recorder.audio_}) {
+        if (track->feed != nullptr) track->feed->endSession();
+      }
     }
   } const ending{*this};
 
   FrameSource source(input);
   KTDataBlock frame;
+  headerKnown_ = false;
   while (source.next(frame)) {
-    store(frame, input);
+    store(frame, source, input);
     pause_ = KTClock::Span(0);
   }
 }
 
-void StreamRecorder::store(const KTDataBlock& frame, const MediaInput& input) {
+void StreamRecorder::store(const KTDataBlock& frame, const FrameSource& source,
+                           const MediaInput& input) {
   const unsigned char kind = frame.data[0] & ~KTRFrameFormat::COMPOSITION_FLAG;
-  Track& track = kind == KTRFrameFormat::Audio ? audio_ : video_;
-  if (track.feed == nullptr) beginAudio(*input.audioHeader());
-  track.feed->feed(frame, kind != KTRFrameFormat::Delta);
-  log(track, frame);
+  const bool isSound = kind == KTRFrameFormat::Audio;
+  if (isSound && !std::exchange(headerKnown_, true)) useAudio(*input.audioHeader());
+  Track& track = isSound ? audio_ : video_;
+  log(track, frame);  // first, so that the log of a killed process lacks nothing that is stored
+  track.feed->feed(frame, kind != KTRFrameFormat::Delta, source.timeMs());
 }
 
-void StreamRecorder::begin(Track& track, std::unique_ptr<SessionFeed> feed) {
+SessionFeed::Options StreamRecorder::feedOptions(const Options& options, unsigned char stream) {
+  SessionFeed::Options feed;
+  feed.params.dbName = KTString(options.recorder);
+  feed.params.sliceSize = options.sliceSize;
+  feed.params.storageDir = KTString(options.storageDirectory);
+  feed.params.streamId = stream;
+  if (options.byEvents) {
+    const bool isSound = stream != options.stream;
+    feed.params.preEventKeyFrames = options.byEvents->keyFrames * (isSound ? SOUND_FRAMES : 1);
+    feed.params.sliceSize = WINDOW_SLICE;
+  }
+  if (options.spoolDirectory.empty()) return feed;
+  feed.spoolDirectory = options.spoolDirectory + "/" + std::to_string(stream);
+  feed.spoolBytes = options.spoolBytes;
+  return feed;
+}
+
+bool StreamRecorder::hasSpool(unsigned char stream) const {
+  const std::string directory = feedOptions(options_, stream).spoolDirectory;
+  std::error_code error;
+  return !directory.empty() && std::filesystem::exists(directory, error);
+}
+
+void StreamRecorder::makeFeed(Track& track, unsigned char stream) {
+  SessionFeed::Options options = feedOptions(options_, stream);
+  options.events = gate_ ? &*gate_ : nullptr;
+  auto feed = std::make_unique<SessionFeed>(options);
   const std::lock_guard guard(mutex_);
   track.feed = std::move(feed);
-  track.used = true;
-}
-
-void StreamRecorder::end(Track& track) {
-  if (track.feed == nullptr) return;
-  track.feed->finish();
-  const std::lock_guard guard(mutex_);
-  track.past += track.feed->progress();
-  track.feed.reset();
 }
 
 // With the first frame of sound, for only then its header is known for sure.
-void StreamRecorder::beginAudio(const AudioHeader& header) {
-  if (!audio_.used && !options_.audioLog.empty()) try {
+void StreamRecorder::useAudio(const AudioHeader& header) {
+  if (audio_.feed == nullptr) makeFeed(audio_, options_.audioStream);
+  if (!options_.audioLog.empty() && !std::exchange(audioLogged_, true)) try {
       audio_.log = std::make_unique<FrameLog>(options_.audioLog);
     } catch (const MediaError& flaw) {
       fail(flaw.what());
     }
-  KTRStreamRecordParams params = paramsFor(options_.audioStream);
-  params.audioSettings = audioSettingsOf(header);
-  params.preEventKeyFrames *= SOUND_FRAMES;
-  begin(audio_, std::make_unique<SessionFeed>(params, header.encode(), gate()));
+  audio_.feed->use(StreamSettings(audioSettingsOf(header), header.encode()));
 }
 
 // A log that cannot be written is no reason to stop recording.
@@ -170,19 +183,6 @@ void StreamRecorder::log(Track& track, const KTDataBlock& frame) {
     fail(flaw.what());
     track.log.reset();
   }
-}
-
-KTRStreamRecordParams StreamRecorder::paramsFor(unsigned char stream) const {
-  KTRStreamRecordParams params;
-  params.dbName = KTString(options_.recorder);
-  params.sliceSize = options_.sliceSize;
-  params.storageDir = KTString(options_.storageDirectory);
-  params.streamId = stream;
-  if (options_.byEvents) {
-    params.preEventKeyFrames = options_.byEvents->keyFrames;
-    params.sliceSize = WINDOW_SLICE;
-  }
-  return params;
 }
 
 void StreamRecorder::pauseBeforeRetry(const std::string& reason) {
@@ -208,15 +208,10 @@ std::string StreamRecorder::takeError() {
   return std::exchange(error_, std::string());
 }
 
-SessionFeed::Progress StreamRecorder::progressOf(const Track& track) {
-  SessionFeed::Progress progress = track.past;
-  if (track.feed != nullptr) progress += track.feed->progress();
-  return progress;
-}
-
 StreamRecorder::Status StreamRecorder::status() const {
   const std::lock_guard guard(mutex_);
-  Status status{progressOf(video_), failed_, done_, {}};
-  if (audio_.used) status.audio = progressOf(audio_);
+  Status status{{}, failed_, done_, {}};
+  if (video_.feed != nullptr) status.progress = video_.feed->progress();
+  if (audio_.feed != nullptr) status.audio = audio_.feed->progress();
   return status;
 }

@@ -10,6 +10,7 @@
 #include "host/byevents/ByEventsOptions.h"
 #include "host/byevents/EventGate.h"
 #include "host/media/FrameLog.h"
+#include "host/media/FrameSource.h"
 #include "host/media/MediaInput.h"
 #include "host/record/SessionFeed.h"
 
@@ -37,8 +38,10 @@ class StreamRecorder {
     std::string frameLog;  // file of one line for each frame fed; empty for none
     bool audio = false;    // record the sound too, as a stream of its own
     unsigned char audioStream = 0;
-    std::string audioLog;  // as frameLog, for the sound
-    bool realtime = true;  // pace files
+    std::string audioLog;        // as frameLog, for the sound
+    bool realtime = true;        // pace files
+    std::string spoolDirectory;  // of the recorder; each stream has a directory of its own below it
+    std::uint64_t spoolBytes = 0;  // of each stream; 0 for no spool
     std::optional<ByEvents> byEvents;
   };
 
@@ -48,6 +51,10 @@ class StreamRecorder {
     bool done = false;
     std::optional<SessionFeed::Progress> audio;  // once there is sound
   };
+
+  /** How one of the streams is fed into record sessions. */
+  [[nodiscard]] static SessionFeed::Options feedOptions(const Options& options,
+                                                        unsigned char stream);
 
   /** Records nothing before start(). */
   explicit StreamRecorder(const Options& options);
@@ -70,24 +77,20 @@ class StreamRecorder {
   void join();
 
  private:
-  /** Pictures or sound on their way. */
+  /** Pictures or sound on their way, over all the times that the source is opened. */
   struct Track {
     std::unique_ptr<SessionFeed> feed;
-    SessionFeed::Progress past;  // of the feeds before
     std::unique_ptr<FrameLog> log;
-    bool used = false;
   };
 
   void run();
   [[nodiscard]] bool recordSource();
   void recordFrames(MediaInput& input);
-  void store(const KTDataBlock& frame, const MediaInput& input);
-  void begin(Track& track, std::unique_ptr<SessionFeed> feed);
-  void end(Track& track);
-  void beginAudio(const AudioHeader& header);
-  [[nodiscard]] KTRStreamRecordParams paramsFor(unsigned char stream) const;
-  [[nodiscard]] const EventGate* gate() const { return gate_ ? &*gate_ : nullptr; }
-  [[nodiscard]] static SessionFeed::Progress progressOf(const Track& track);
+  void store(const KTDataBlock& frame, const FrameSource& source, const MediaInput& input);
+  void makeFeed(Track& track, unsigned char stream);
+  void useAudio(const AudioHeader& header);
+  void finish(Track& track);
+  [[nodiscard]] bool hasSpool(unsigned char stream) const;
   void pauseBeforeRetry(const std::string& reason);
   void log(Track& track, const KTDataBlock& frame);
   void fail(const std::string& error);
@@ -95,12 +98,14 @@ class StreamRecorder {
   const Options options_;
   std::optional<EventGate> gate_;  // outlives the feeds, as an event does a camera's connection
   std::atomic<bool> stop_{false};
-  mutable std::mutex mutex_;  // guards the feeds of the tracks, error_, failed_ and done_
+  mutable std::mutex mutex_;  // guards that the tracks have feeds, error_, failed_ and done_
   Track video_;
   Track audio_;
   std::string error_;
   bool failed_ = false;
   bool done_ = false;
+  bool audioLogged_ = false;  // once the log of the sound was asked for
+  bool headerKnown_ = false;  // of the sound, since the source was opened
   KTClock::Span pause_{0};
   std::thread thread_;
 };

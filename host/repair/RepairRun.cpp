@@ -72,13 +72,13 @@ void RepairRun::countRemovals(const CheckRun::Result& found, uint64_t sessions) 
 RepairRun::Result RepairRun::mend(KTR_DB_handle& handle) {
   result_ = Result();
   TableWriter writer(handle);
-  writer.makeIndexTable();
+  writer.makeIndexTable();  // step P4
   (void)SessionIdFloor::raise(handle, options_.check.directory);
-  separateIds(handle);
-  mendSessions(handle);
+  separateIds(handle);   // step P5
+  mendSessions(handle);  // each by the steps of SessionMender
   for (const Finding& finding : findings_) {
     if (finding.kind == Finding::IndexWithoutSession) writer.removeIndex(finding.session);
-  }
+  }  // step P10
   checkAgain(handle);
   return result_;
 }

@@ -29,11 +29,11 @@ void SessionMender::mend(const Work& work) {
                   "look at the disk, copy what can be copied, and repair again");
   }
   for (const std::string& path : files_.leftovers) DurableFile::remove(path);
-  mendSlices();
-  if (!files_.hasContent()) return removeSession();
+  mendSlices();                                      // step P6
+  if (!files_.hasContent()) return removeSession();  // step P9
   fillGaps();
-  mendAudioHeader();
-  mendRows();
+  mendAudioHeader();  // step P7
+  mendRows();         // step P8
 }
 
 void SessionMender::mendSlices() {

@@ -6,10 +6,10 @@
 #include "host/HostError.h"
 #include "host/SessionCatalog.h"
 #include "host/input/DurationText.h"
+#include "host/media/SteadyClock.h"
 #include "host/retain/EmptyDays.h"
 #include "host/view/ByteText.h"
 #include "runtime/KTLogger.h"
-#include "runtime/KTTimeValue.h"
 
 std::string RetentionRun::Deletion::line() const {
   return "deleted " + piece.text() + ": " + ByteText::format(piece.bytes) + ": " + reason;
@@ -23,7 +23,7 @@ RetentionRun::RetentionRun(KTR_DB_handle& handle, Options options)
 RetentionRun::Result RetentionRun::pass(bool recording) {
   result_ = Result();
   candidates_.clear();
-  now_ = KTTimeValue::now().tv_sec;
+  now_ = SteadyClock::wall().tv_sec;
   const FileSystemSpace space = options_.space(options_.directory);
   needed_ = bytesToFree(space);
   if (!isDue()) return result_;
@@ -59,7 +59,7 @@ void RetentionRun::load(bool recording) {
   for (RecordedSession& session : sessions) {
     if (!isOurs(session)) continue;
     result_.keptBytes += session.bytes;
-    if (session.isOpen() || open.count(session.id) != 0) {
+    if (session.isOpen() || open.contains(session.id)) {
       openBytes_ += session.bytes;
       openStart_ = std::min(openStart_, session.start);
     } else {
@@ -161,7 +161,7 @@ bool RetentionRun::erase(const StoredPiece& piece) {
   if (piece.slice) {
     return handle_.deleteOlderSlicesOfRecorderSession(piece.session) && !piece.isOnDisk();
   }
-  handle_.deleteAllDataFiles(piece.session);
+  handle_.deleteAllDataFiles(piece.session);  // step D4
   if (piece.isOnDisk()) return false;
   handle_.deleteStreamSession(piece.session);
   return true;

@@ -90,11 +90,14 @@ void OptionFile::write(const ServerPaths& paths) {
 
 void OptionFile::useInThisProcess(const ServerPaths& paths) {
   // The library reads $MARIADB_HOME/my.cnf, and after it ~/.my.cnf, which could lead elsewhere.
+  // NOLINTBEGIN(concurrency-mt-unsafe): the program has one thread yet
   setenv("MARIADB_HOME", paths.directory().c_str(), 1);
   setenv("HOME", paths.directory().c_str(), 1);
+  // NOLINTEND(concurrency-mt-unsafe)
 }
 
 std::string OptionFile::currentUser() {
+  // NOLINTNEXTLINE(concurrency-mt-unsafe): only this asks, before any session is opened
   const passwd* account = getpwuid(geteuid());
   if (account == nullptr) {
     throw failure("user number " + std::to_string(geteuid()) + " has no name on this machine",

@@ -1,8 +1,8 @@
 #include "host/server/PrivateServer.h"
 
-#include <signal.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>

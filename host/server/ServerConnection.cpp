@@ -37,7 +37,7 @@ std::optional<std::string> ServerConnection::value(const std::string& query, uns
   const std::unique_ptr<MYSQL_RES, decltype(&mysql_free_result)> result(mysql_store_result(&mysql_),
                                                                         &mysql_free_result);
   if (!result || column >= mysql_num_fields(result.get())) return std::nullopt;
-  const MYSQL_ROW row = mysql_fetch_row(result.get());
+  MYSQL_ROW row = mysql_fetch_row(result.get());
   if (row == nullptr || row[column] == nullptr) return std::nullopt;
   return row[column];
 }

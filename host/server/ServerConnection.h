@@ -37,7 +37,7 @@ class ServerConnection {
  private:
   [[nodiscard]] bool connect(const char* user, const char* socket);
 
-  MYSQL mysql_;
+  MYSQL mysql_{};
   bool connected_ = false;
   std::string error_;
 };

@@ -19,11 +19,11 @@
 namespace {
 
 std::string findProgram(const std::string& name) {
-  const char* path = getenv("PATH");
+  const char* path = getenv("PATH");  // NOLINT(concurrency-mt-unsafe): nothing here changes it
   std::istringstream places((path == nullptr ? std::string() : std::string(path) + ":") +
                             "/usr/local/sbin:/usr/sbin:/sbin:/usr/bin");
   for (std::string place; std::getline(places, place, ':');) {
-    const std::string program = place + "/" + name;
+    std::string program = place + "/" + name;
     if (!place.empty() && access(program.c_str(), X_OK) == 0) return program;
   }
   throw failure("there is no program '" + name + "' on this machine",
@@ -66,11 +66,11 @@ void become(const Image& image) {
   constexpr int firstSignal = 1;
   constexpr int lastClassicSignal = 31;
   for (int number = firstSignal; number <= lastClassicSignal; ++number) {
-    std::signal(number, SIG_DFL);  // an ignored signal would stay ignored in the new program
+    (void)std::signal(number, SIG_DFL);  // an ignored signal would stay ignored in the new program
   }
   sigset_t none;
   sigemptyset(&none);
-  sigprocmask(SIG_SETMASK, &none, nullptr);
+  pthread_sigmask(SIG_SETMASK, &none, nullptr);
   dup2(image.null.get(), STDIN_FILENO);
   dup2(image.log.get(), STDOUT_FILENO);
   dup2(image.log.get(), STDERR_FILENO);

@@ -36,5 +36,5 @@ class StopSignal {
   static constexpr int COUNT = 3;
 
   UniqueFd event_;
-  struct sigaction former_[COUNT];
+  struct sigaction former_[COUNT] = {};
 };

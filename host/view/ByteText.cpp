@@ -25,7 +25,7 @@ Scaled scaled(uint64_t bytes) {
 
 std::string number(const Scaled& size) {
   std::array<char, 32> text{};
-  snprintf(text.data(), text.size(), size.unit == 0 ? "%.0f" : "%.1f", size.value);
+  (void)snprintf(text.data(), text.size(), size.unit == 0 ? "%.0f" : "%.1f", size.value);
   return text.data();
 }
 

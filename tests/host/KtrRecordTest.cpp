@@ -149,7 +149,7 @@ TEST_F(KtrRecordTest, OneStreamThatFailsDoesNotEndTheOthers) {
 
 TEST_F(KtrRecordTest, SaysWhenNothingCanBeStored) {
   ASSERT_EQ(0, shell("mkdir -p $R/full; date +%Y >$D/year; touch $R/full/$(cat $D/year)"));
-  EXPECT_EQ(1, shell("$K record --root $R --recorder full 1=$D/short.mp4"));
+  EXPECT_EQ(1, shell("$K record --root $R --recorder full --spool-size 0 1=$D/short.mp4"));
   EXPECT_THAT(err(), HasSubstr("error: Cant Create Directory !!\n"));
   EXPECT_THAT(err(), HasSubstr("\nstream 1: recorded 0 frames, 0 B in 0:00:0"));
   EXPECT_THAT(err(), HasSubstr(", 25 frames lost\n"));

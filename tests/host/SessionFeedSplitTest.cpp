@@ -21,13 +21,13 @@ class SessionFeedSplitTest : public testing::Test {
   static constexpr long START = 1700000000;  // 22:13:20 UTC
 
   SessionFeedSplitTest() : handle_(factory_.createDB("feed")) {
-    KTRStreamRecordParams params;
-    params.dbName = "feed";
-    params.videoSettings = KTRVideoSettingsRow("n", 25, 0, "h264", "1280x720", "");
-    params.sliceSize = 100;
-    params.storageDir = KTString(dir_.path());
-    params.streamId = 1;
-    feed_ = std::make_unique<SessionFeed>(params);
+    SessionFeed::Options options;
+    options.params.dbName = "feed";
+    options.params.sliceSize = 100;
+    options.params.storageDir = KTString(dir_.path());
+    options.params.streamId = 1;
+    feed_ = std::make_unique<SessionFeed>(options);
+    feed_->use(StreamSettings(KTRVideoSettingsRow("n", 25, 0, "h264", "1280x720", "")));
   }
   ~SessionFeedSplitTest() override {
     feed_.reset();
@@ -40,8 +40,10 @@ class SessionFeedSplitTest : public testing::Test {
     clock_.advanceSeconds(12);
     const long day = 86400;
     const unsigned char bytes[200] = {};
-    const auto stamp = static_cast<std::uint32_t>(KTTimeValue::now().tv_sec % day * 1000);
-    feed_->feed(KTRFrameWriter::build(KTRFrameFormat::Key, stamp, {{bytes, sizeof bytes}}), true);
+    const long now = KTTimeValue::now().tv_sec;
+    const auto stamp = static_cast<std::uint32_t>(now % day * 1000);
+    feed_->feed(KTRFrameWriter::build(KTRFrameFormat::Key, stamp, {{bytes, sizeof bytes}}), true,
+                now * 1000);
     while (feed_->progress().queue != 0 || clock_.waiters() == 0) std::this_thread::yield();
   }
 

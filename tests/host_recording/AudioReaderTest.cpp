@@ -21,19 +21,22 @@ class AudioReaderTest : public RecorderFixture {
 
   /** Records some seconds of sound as one session; the clock goes along. */
   void record(int seconds, const AudioHeader& header = HEADER) {
-    KTRStreamRecordParams sound = params();
-    sound.audioSettings = audioSettingsOf(header);
-    SessionFeed feed(sound, header.encode());
+    SessionFeed feed({params(), "", 0, nullptr});
+    feed.use(StreamSettings(audioSettingsOf(header), header.encode()));
     AudioFrameBuilder builder;
     for (int i = 0; i < 10 * seconds; ++i) {
       const std::int64_t us = now() * SECOND + i % 10 * SECOND / 10;
       builder.add({KTDataBlock(80), us, SECOND / 10});
       recorded_.push_back(us);
-      for (KTDataBlock frame; builder.take(frame);) feed.feed(frame, true);
+      for (KTDataBlock frame; builder.take(frame);) {
+        feed.feed(frame, true, builder.timeMs());
+      }
       if (i % 10 == 9) clock_.advanceSeconds(1);
     }
     builder.flush();
-    for (KTDataBlock frame; builder.take(frame);) feed.feed(frame, true);
+    for (KTDataBlock frame; builder.take(frame);) {
+      feed.feed(frame, true, builder.timeMs());
+    }
     feed.finish();
   }
   [[nodiscard]] bool seek(std::int64_t fromUs, std::int64_t endUs) {
@@ -129,11 +132,12 @@ TEST_F(AudioReaderTest, EndsWhereTheSoundBecomesAnother) {
 
 TEST_F(AudioReaderTest, DamagedFramesAreSilenceWithOneWarning) {
   record(1);
-  KTRStreamRecordParams sound = params();
-  sound.audioSettings = audioSettingsOf(HEADER);
   {
-    SessionFeed feed(sound, HEADER.encode());
-    for (int i = 0; i < 2; ++i) feed.feed(makeFrame(KTRFrameFormat::Audio, stampNow()), true);
+    SessionFeed feed({params(), "", 0, nullptr});
+    feed.use(StreamSettings(audioSettingsOf(HEADER), HEADER.encode()));
+    for (int i = 0; i < 2; ++i) {
+      feed.feed(makeFrame(KTRFrameFormat::Audio, stampNow()), true, now() * 1000);
+    }
   }
   clock_.advanceSeconds(1);
   record(1);

@@ -16,12 +16,11 @@ class AudioSessionPlayerTest : public RecorderFixture {
 
   // Records three frames, one a second, behind a header.
   void record(const KTDataBlock& header) {
-    KTRStreamRecordParams sound = params();
-    sound.audioSettings = audioSettingsOf(HEADER);
-    SessionFeed feed(sound, header);
+    SessionFeed feed({params(), "", 0, nullptr});
+    feed.use(StreamSettings(audioSettingsOf(HEADER), header));
     for (int i = 0; i < 3; ++i) {
       frames_.push_back(makeFrame(KTRFrameFormat::Audio, stampNow()));
-      feed.feed(frames_.back(), true);
+      feed.feed(frames_.back(), true, now() * 1000);
       clock_.advanceSeconds(1);
     }
   }

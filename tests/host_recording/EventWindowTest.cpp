@@ -32,11 +32,13 @@ class EventWindowTest : public RecorderFixture {
     KTRStreamRecordParams byEvents = params();
     byEvents.storageDir = KTString(disk());
     byEvents.preEventKeyFrames = keyFrames;
-    feed_ = std::make_unique<SessionFeed>(byEvents, KTDataBlock(), &gate_);
+    feed_ = std::make_unique<SessionFeed>(SessionFeed::Options{byEvents, "", 0, &gate_});
+    feed_->use(StreamSettings(byEvents.videoSettings));
   }
   [[nodiscard]] std::string disk() const { return dir_.path() + "/disk"; }
   void feed(KTRFrameFormat::Kind kind, unsigned int stampMs = stampNow()) {
-    feed_->feed(makeFrame(kind, stampMs), kind != KTRFrameFormat::Delta);
+    feed_->feed(makeFrame(kind, stampMs), kind != KTRFrameFormat::Delta,
+                now() / 86400 * 86'400'000 + stampMs);
     settleFeed();
   }
   /** A key frame in each of the next seconds. */
@@ -49,6 +51,7 @@ class EventWindowTest : public RecorderFixture {
   void delta() { feed(KTRFrameFormat::Delta); }
   void settleFeed() {
     while (feed_->progress().queue != 0 || clock_.waiters() == 0) std::this_thread::yield();
+    feed_->passConfirmation();  // the feed looks at its window in its own time
   }
   void confirm() {
     gate_.confirm();
@@ -209,7 +212,7 @@ TEST_F(EventWindowTest, AWindowThatCannotBeginCostsNoEvent) {
   fs::rename(disk(), disk() + ".away");
   std::ofstream(disk()) << "no directory";
   clock_.advanceSeconds(1);
-  feed_->feed(makeFrame(KTRFrameFormat::Key, stampNow()), true);
+  feed_->feed(makeFrame(KTRFrameFormat::Key, stampNow()), true, now() * 1000);
   feed_->finish();
   EXPECT_EQ(1U, log_.countContaining("Cant Create Directory !!"));
   EXPECT_THAT(sessions(), ElementsAre("1:1"));
@@ -219,7 +222,7 @@ TEST_F(EventWindowTest, AWindowThatCannotBeginCostsNoEvent) {
 TEST_F(EventWindowTest, ASessionThatEndsByItselfTakesItsFilesAlong) {
   keys(3);
   starve();
-  feed_->feed(makeFrame(KTRFrameFormat::Key, stampNow()), true);
+  feed_->feed(makeFrame(KTRFrameFormat::Key, stampNow()), true, now() * 1000);
   feed_->finish();
   EXPECT_THAT(sessions(), IsEmpty());
   EXPECT_THAT(files(), IsEmpty());
@@ -230,7 +233,7 @@ TEST_F(EventWindowTest, AWindowThatTheLibraryKeepsKeepsItsFiles) {
   const std::vector<std::string> window = files();
   while (log_.countContaining("NO IFRAMES for 180 sec") == 0) {
     clock_.advanceSeconds(10);
-    feed_->feed(makeFrame(KTRFrameFormat::Delta, stampNow()), false);
+    feed_->feed(makeFrame(KTRFrameFormat::Delta, stampNow()), false, now() * 1000);
     while (feed_->progress().queue != 0) std::this_thread::yield();
   }
   feed_->finish();

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <string>
 
+#include "tests/support/FaultCalls.h"
 #include "tests/support/FileSizeLimit.h"
 #include "tests/support/TempDir.h"
 
@@ -65,6 +66,26 @@ TEST_F(FileIOTest, AFailedTransferTellsItsCause) {
   EXPECT_EQ(errno, EBADF);
   EXPECT_EQ(writeFully(-1, &byte, 1, 0), -1);
   EXPECT_EQ(errno, EBADF);
+}
+
+TEST_F(FileIOTest, ShortAndInterruptedTransfersAreCarriedThrough) {
+  FaultCalls faults;
+  for (const char* call : {"pwrite", "pread"}) {
+    faults.shorten(call, "/data", 2, {1, 3});
+    faults.fail(call, "/data", EINTR, {4, 2});
+  }
+  EXPECT_EQ(put("hello, world", 0), 12);
+  EXPECT_EQ(get(12, 0), "hello, world");
+  EXPECT_EQ(faults.count(), 10U);
+}
+
+TEST_F(FileIOTest, ReadsUpToAPlaceThatCannotBeRead) {
+  FaultCalls faults;
+  EXPECT_EQ(put("hello", 0), 5);
+  faults.shorten("pread", "/data", 3, {1, 1});
+  faults.fail("pread", "/data", EIO, {2, FaultCalls::ALWAYS});
+  EXPECT_EQ(get(5, 0), "hel");
+  EXPECT_EQ(get(2, 3), "failed");
 }
 
 }  // namespace

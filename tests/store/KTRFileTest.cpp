@@ -2,12 +2,14 @@
 
 #include <gtest/gtest.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <memory>
 
 #include "runtime/KTRFrameWriter.h"
 #include "store/SyncMarkers.h"
+#include "tests/support/FaultCalls.h"
 #include "tests/support/LogCapture.h"
 #include "tests/support/ManualClock.h"
 #include "tests/support/TempDir.h"
@@ -511,6 +513,30 @@ TEST_F(KTRFileTest, FailedFlushDropsTheBufferAndTheNextRecordStartsAFreshOne) {
   record(2, 3);
   openReader();
   EXPECT_EQ(readAll(), range(2, 3));
+}
+
+TEST_F(KTRFileTest, ALateWriteErrorShowsAtTheClose) {
+  FaultCalls faults;
+  openWriter();
+  faults.fail("close", slice(0), EIO);
+  EXPECT_EQ(writer_->_close(), -1);
+  EXPECT_FALSE(writer_->opened());
+  EXPECT_EQ(log_.count(128, "KTRFile " + slice(0) + " closed Failed !!!!"), 1U);
+}
+
+TEST_F(KTRFileTest, ABadPlaceEndsTheReadAndIsReportedOnce) {
+  FaultCalls faults;
+  openWriter();
+  record(0, 10);
+  openReader();
+  faults.shorten("pread", slice(0), 5 * 72 + 7, {1, 1});
+  faults.fail("pread", slice(0), EIO, {2, FaultCalls::ALWAYS});
+  EXPECT_EQ(readAll(), range(0, 5));
+  EXPECT_EQ(readAll(), range(0, 0));
+  EXPECT_EQ(log_.count(128, "KTRFile " + slice(0) + " read Failed !!!!"), 1U);
+  ASSERT_EQ(reader_->go_to_pos(0), 0);
+  faults.restore();
+  EXPECT_EQ(readAll(), range(0, 10));
 }
 
 TEST_F(KTRFileTest, NamingOpensNothing) {

@@ -6,6 +6,9 @@
 #include <cstring>
 #include <deque>
 #include <mutex>
+#include <string_view>
+
+#include "tests/support/FaultLog.h"
 
 namespace {
 
@@ -19,6 +22,7 @@ struct Calls {
   bool initFails = false;
   bool threadSafetyDenied = false;
   std::deque<unsigned int> nextErrors;
+  std::string failingWords;  // that the statements of nextErrors begin with
 };
 
 Calls& calls() {
@@ -35,9 +39,11 @@ Function* real(Function*, const char* name) {
 unsigned int noteStatement(const char* query, unsigned long length) {
   const std::lock_guard lock(calls().mutex);
   if (calls().recording) calls().statements.emplace_back(query, length);
-  if (calls().nextErrors.empty()) return 0;
+  const std::string_view statement(query, length);
+  if (calls().nextErrors.empty() || !statement.starts_with(calls().failingWords)) return 0;
   const unsigned int error = calls().nextErrors.front();
   calls().nextErrors.pop_front();
+  FaultLog::note("error " + std::to_string(error) + " for " + std::string(statement));
   return error;
 }
 
@@ -159,7 +165,9 @@ void ClientCalls::denyThreadSafety() {
   calls().threadSafetyDenied = true;
 }
 
-void ClientCalls::failNextStatements(const std::vector<unsigned int>& errors) {
+void ClientCalls::failNextStatements(const std::string& words,
+                                     const std::vector<unsigned int>& errors) {
   const std::lock_guard lock(calls().mutex);
+  calls().failingWords = words;
   calls().nextErrors.assign(errors.begin(), errors.end());
 }

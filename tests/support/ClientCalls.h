@@ -30,7 +30,11 @@ class ClientCalls {
   /** From now on the library calls itself not thread-safe. */
   void denyThreadSafety();
   /** The next statements are not sent but fail with these errors in turn; the socket stays open. */
-  void failNextStatements(const std::vector<unsigned int>& errors);
+  void failNextStatements(const std::vector<unsigned int>& errors) {
+    failNextStatements("", errors);
+  }
+  /** As above, of those that begin with words. */
+  void failNextStatements(const std::string& words, const std::vector<unsigned int>& errors);
   /** Everything works again. */
   void restore();
 };

@@ -19,6 +19,8 @@
 #include <stdexcept>
 #include <thread>
 
+#include "tests/support/FaultLog.h"
+
 namespace {
 
 std::string program(const std::string& name) {
@@ -203,7 +205,21 @@ void MariaDbServer::stop() {
 }
 
 void MariaDbServer::kill() {
+  if (running()) FaultLog::note("the server is killed");
   end(SIGKILL);
+}
+
+void MariaDbServer::pause() {
+  FaultLog::note("the server stands still");
+  ::kill(pid_, SIGSTOP);
+  paused_ = true;
+}
+
+void MariaDbServer::resume() {
+  if (!paused_) return;
+  paused_ = false;
+  FaultLog::note("the server goes on");
+  ::kill(pid_, SIGCONT);
 }
 
 void MariaDbServer::restart() {

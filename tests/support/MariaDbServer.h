@@ -34,6 +34,9 @@ class MariaDbServer {
   /** Ends the server with SIGKILL. */
   void kill();
   void restart();
+  /** The server stands still, its sockets open, until resume() or its end. */
+  void pause();
+  void resume();
   [[nodiscard]] bool running() const { return pid_ > 0; }
   [[nodiscard]] std::string socketPath() const { return dir_ + "/s"; }
 
@@ -70,6 +73,7 @@ class MariaDbServer {
   std::string dir_;
   std::string user_;  // of the system and, proved by the socket, of the server
   pid_t pid_ = -1;
+  bool paused_ = false;
   unsigned int databases_ = 0;
   std::vector<unsigned long> ownConnections_;
   size_t forgottenBytes_ = 0;

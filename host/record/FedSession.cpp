@@ -1,0 +1,204 @@
+#include "host/record/FedSession.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+
+#include "host/record/SidecarWriter.h"
+#include "recording/KTRAudioStreamRecordSession.h"
+#include "recording/KTRVideoStreamRecordSession.h"
+#include "runtime/KTRFrameWriter.h"
+#include "runtime/LittleEndian.h"
+
+namespace {
+
+constexpr long FLUSH_SECONDS = 11;  // a frame that comes so late brings those before it to the disk
+constexpr unsigned int RECORD_HEAD_SIZE = 8;
+constexpr unsigned int RING = 256;
+
+long serverSecond() {
+  return KTTimeValue::now().tv_sec;
+}
+
+KTDataBlock timeMessage(long gateway, long server) {
+  KTDataBlock message(8);
+  storeLittleEndian(message.writable(), static_cast<std::uint32_t>(gateway));
+  storeLittleEndian(message.writable() + 4, static_cast<std::uint32_t>(server));
+  return message;
+}
+
+std::uint32_t stampOf(const KTDataBlock& frame) {
+  return loadLittleEndian(frame.data + KTRFrameFormat::STAMP_OFFSET);
+}
+
+}  // namespace
+
+FedSession::FedSession(const KTRStreamRecordParams& params, const StreamFrame& first,
+                       EventWindow* window)
+    : params_(params),
+      settings_(first.settings),
+      window_(window),
+      firstTime_(static_cast<long>(first.timeMs / 1000)),
+      lastMs_(first.timeMs) {
+  settings_->applyTo(params_);
+  open(first);
+}
+
+FedSession::~FedSession() {
+  finish();
+}
+
+void FedSession::open(const StreamFrame& first) {
+  if (!settings_->isSound()) {
+    session_ = std::make_unique<KTRVideoStreamRecordSession>(params_);
+    tellTime(firstTime_);
+    if (window_ != nullptr) window_->begin(*session_);
+    return;
+  }
+  // A session of sound knows no time message. Its first frame is kept aside as the header; the
+  // record session begins with the stamp of that frame.
+  session_ = std::make_unique<KTRAudioStreamRecordSession>(params_);
+  tellTime(firstTime_);
+  if (window_ != nullptr) window_->begin(*session_);
+  const KTDataBlock& header = settings_->soundHeader();
+  const KTDataBlock frame = KTRFrameWriter::build(KTRFrameFormat::Audio, stampOf(first.bytes),
+                                                  {{header.data, header.size}});
+  (void)session_->commit(frame, KTRMessageType::FrameData, KTMessage::NormalPriority);
+}
+
+void FedSession::tellTime(long frameSecond) {
+  const long server = serverSecond();
+  offset_ = server - frameSecond;
+  if (settings_->isSound()) {
+    session_->setServerTime(frameSecond, server);
+  } else {
+    (void)session_->commit(timeMessage(frameSecond, server), KTRMessageType::Time,
+                           KTMessage::NormalPriority);
+  }
+}
+
+bool FedSession::fits(const StreamFrame& frame) const {
+  if (taken_ == 0) return true;
+  if (!(*frame.settings == *settings_)) return false;
+  // A window is kept whole, whatever the clock does.
+  if (window_ != nullptr && window_->isUnconfirmed()) return true;
+  if (frame.beginsSession) return false;
+  if (!frame.startsPlayback) return true;
+  return frame.timeMs >= lastMs_ && progress().sliceIndex < LAST_SLICE;
+}
+
+bool FedSession::isLate(const StreamFrame& frame) const {
+  const long clock = serverSecond() - offset_;
+  return std::labs(static_cast<long>(frame.timeMs / 1000) - clock) > LARGEST_LAG_SECONDS;
+}
+
+bool FedSession::take(const StreamFrame& frame) {
+  look();
+  if (!alive() || queueLength() >= LONGEST_QUEUE) return false;
+  if (frame.startsPlayback && isLate(frame)) {
+    // Sound is told the time beside its queue: not while frames of the time before are in it.
+    if (settings_->isSound() && progress().frames != taken_) return false;
+    tellTime(static_cast<long>(frame.timeMs / 1000));
+  }
+  if (session_->commit(frame.bytes, KTRMessageType::FrameData, KTMessage::NormalPriority) != 0) {
+    return false;
+  }
+  ++taken_;
+  lastMs_ = frame.timeMs;
+  return true;
+}
+
+// A session writes its buffer out with the first frame that comes 11 seconds or more after the last
+// time; what was in the file so long before a frame came is therefore on disk.
+std::uint64_t FedSession::settled() {
+  look();
+  const Sample now{serverSecond(), progress().frames};
+  if (now.frames > last_.frames) {
+    while (!samples_.empty() && samples_.front().second <= last_.second - FLUSH_SECONDS) {
+      settled_ = samples_.front().frames;
+      samples_.pop_front();
+    }
+    if (!samples_.empty() && samples_.back().second == now.second) samples_.pop_back();
+    samples_.push_back(now);
+  }
+  last_ = now;
+  return settled_;
+}
+
+bool FedSession::flushIsDue() const {
+  return samples_.empty() || samples_.front().second <= serverSecond() - FLUSH_SECONDS;
+}
+
+// A session opens further record sessions by itself, at midnight at the latest.
+void FedSession::look() {
+  const KTRRecordProgress now = progress();
+  if (now.sessionId == 0 || (!opened_.empty() && opened_.back().id == now.sessionId)) return;
+  opened_.push_back(
+      {now.sessionId, opened_.empty() ? firstTime_ : lastTime(), now.frames, "", false});
+}
+
+// The row has its start once the first frame is stored.
+std::optional<FedSession::Opened> FedSession::unnoted() {
+  look();
+  for (const Opened& each : opened_) {
+    const bool isLast = each.id == opened_.back().id;
+    const bool begun = !isLast || progress().frames > each.framesBefore || !alive();
+    if (!each.noted && begun) return each;
+  }
+  return std::nullopt;
+}
+
+void FedSession::note(unsigned int id, const std::string& filePrefix) {
+  for (Opened& each : opened_) {
+    if (each.id != id) continue;
+    each.filePrefix = filePrefix;
+    each.noted = true;
+  }
+}
+
+void FedSession::writeSidecar(unsigned int id) const {
+  SidecarWriter(params_, settings_->soundHeader()).note(id);  // step C6
+}
+
+void FedSession::followWindow() {
+  if (window_ != nullptr) window_->follow(*session_);
+}
+
+bool FedSession::isKept() {
+  return window_ == nullptr || window_->ended(*session_);
+}
+
+void FedSession::finish() {
+  if (session_ == nullptr) return;
+  if (window_ != nullptr) window_->beforeStop(*session_);
+  (void)session_->commit(KTDataBlock(), KTRMessageType::Stop, KTMessage::NormalPriority);
+  session_->wait();
+}
+
+std::uint64_t FedSession::close() {
+  look();
+  const KTRRecordProgress stored = progress();
+  if (!opened_.empty()) opened_.back().filePrefix = session_->filePrefix().view();
+  const bool isKnown = window_ == nullptr &&
+                       std::all_of(opened_.begin(), opened_.end(),
+                                   [](const Opened& each) { return !each.filePrefix.empty(); });
+  session_.reset();  // step E1
+  if (!isKnown) return 0;
+  const std::uint64_t expected = stored.bytes + stored.frames * RECORD_HEAD_SIZE;
+  const std::uint64_t found = bytesOnDisk();
+  return found < expected ? expected - found : 0;
+}
+
+std::uint64_t FedSession::bytesOnDisk() const {
+  std::uint64_t bytes = 0;
+  for (const Opened& each : opened_) {
+    for (unsigned int slice = 0; slice < RING; ++slice) {
+      std::error_code error;
+      const auto size =
+          std::filesystem::file_size(each.filePrefix + "F" + std::to_string(slice) + ".dat", error);
+      if (error) break;
+      bytes += size;
+    }
+  }
+  return bytes;
+}

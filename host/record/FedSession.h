@@ -1,0 +1,105 @@
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "host/byevents/EventWindow.h"
+#include "host/record/StreamFrame.h"
+#include "recording/KTRStreamRecordSession.h"
+
+/**
+ * One record session that is fed frames with times of their own: it is told the gateway's time
+ * before its first frame, and again where the frames come slower or faster than the clock runs. It
+ * follows how many of its frames are on disk.
+ *
+ * Owns: the session.
+ * Threads: one thread at a time for each object, but for finish(), which may run beside calls of
+ *   progress() and queueLength().
+ * Blocks: finish(), close() and the destructor until the session is over.
+ */
+class FedSession {
+ public:
+  /** Messages that a session is given ahead: below what it complains about. */
+  static constexpr unsigned int LONGEST_QUEUE = 16;
+  /** A session is told the time when its clock is further from a frame's. */
+  static constexpr long LARGEST_LAG_SECONDS = 30;
+  /** Slices after which a session is to be followed by another; the ring has 256. */
+  static constexpr unsigned int LAST_SLICE = 200;
+
+  /** Opens a session that begins with this frame, which is then to be given to it. */
+  FedSession(const KTRStreamRecordParams& params, const StreamFrame& first, EventWindow* window);
+  FedSession(const FedSession&) = delete;
+  FedSession& operator=(const FedSession&) = delete;
+  ~FedSession();
+
+  /** Whether a frame belongs into this session, behind those that it has. */
+  [[nodiscard]] bool fits(const StreamFrame& frame) const;
+  /** Gives a frame to the session; false when it cannot take it now, or never. */
+  [[nodiscard]] bool take(const StreamFrame& frame);
+  [[nodiscard]] bool alive() const { return session_->alive(); }
+  [[nodiscard]] KTRRecordProgress progress() const { return session_->progress(); }
+  [[nodiscard]] unsigned int queueLength() const { return session_->queueLength(); }
+  [[nodiscard]] std::uint64_t taken() const { return taken_; }
+  /** Frames that are on disk for sure; to be called often. */
+  [[nodiscard]] std::uint64_t settled();
+  /** Whether the next frame brings others to the disk. */
+  [[nodiscard]] bool flushIsDue() const;
+
+  /** Seconds of the first frame, and of the last one that the session was given. */
+  [[nodiscard]] long firstTime() const { return firstTime_; }
+  [[nodiscard]] long lastTime() const { return static_cast<long>(lastMs_ / 1000); }
+  /** A record session that this one has opened: its row, the second it began in, its files. */
+  struct Opened {
+    unsigned int id = 0;
+    long begun = 0;
+    std::uint64_t framesBefore = 0;
+    std::string filePrefix;
+    bool noted = false;
+  };
+
+  /** One that has stored something and was not noted yet. */
+  [[nodiscard]] std::optional<Opened> unnoted();
+  /** Its row is in order, and its files are here; an empty prefix when that is not known. */
+  void note(unsigned int id, const std::string& filePrefix);
+  /** Tells beside its files what stream they are of, for a repair without a database. */
+  void writeSidecar(unsigned int id) const;
+
+  /** In a recording by events: passes on what its window has to know of the session. */
+  void followWindow();
+  /** After finish(): whether the footage was kept. */
+  [[nodiscard]] bool isKept();
+
+  /** Has the session store what it was given and end; waits for that. */
+  void finish();
+  /** After the end: closes the file. Bytes of it that should be on disk and are not. */
+  [[nodiscard]] std::uint64_t close();
+
+ private:
+  struct Sample {
+    long second;
+    std::uint64_t frames;
+  };
+
+  void open(const StreamFrame& first);
+  void look();
+  void tellTime(long frameSecond);
+  [[nodiscard]] bool isLate(const StreamFrame& frame) const;
+  [[nodiscard]] std::uint64_t bytesOnDisk() const;
+
+  KTRStreamRecordParams params_;
+  const std::shared_ptr<const StreamSettings> settings_;
+  EventWindow* const window_;  // null for one that records all
+  const long firstTime_;
+  std::unique_ptr<KTRStreamRecordSession> session_;
+  long offset_ = 0;  // server time minus frame time, seconds
+  std::uint64_t taken_ = 0;
+  std::int64_t lastMs_;
+  std::deque<Sample> samples_;  // when so many frames were in the file at the latest
+  Sample last_{0, 0};
+  std::uint64_t settled_ = 0;
+  std::vector<Opened> opened_;
+};

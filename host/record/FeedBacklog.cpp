@@ -1,0 +1,283 @@
+#include "host/record/FeedBacklog.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <numeric>
+#include <utility>
+
+#include "runtime/KTLogger.h"
+
+namespace {
+
+constexpr const char* SESSION_ENDED = "the record session has ended";
+constexpr const char* NO_ROOM = "there is no room for what waits";
+constexpr unsigned int RECORD_HEAD_SIZE = 8;  // of a frame in a data file
+
+std::uint64_t bytesFrom(const std::deque<StreamFrame>& frames, size_t from, size_t to) {
+  std::uint64_t bytes = 0;
+  for (size_t i = from; i < to; ++i) bytes += frames[i].bytes.size;
+  return bytes;
+}
+
+}  // namespace
+
+void FeedBacklog::push(const StreamFrame& frame) {
+  lastNeedsStart_ = lastNeedsStart_ && !frame.startsPlayback;
+  if (lastNeedsStart_) return lose(1, NO_ROOM);
+  const bool isNext = last_.empty() && spool_.empty();
+  if (isNext && (waitBytes_ < SHARE_IN_HAND || !spool_.stores())) {
+    addInHand(frame);
+  } else {
+    last_.push_back(frame);
+    lastBytes_ += frame.bytes.size;
+    spill();
+  }
+  bound();
+}
+
+void FeedBacklog::addInHand(const StreamFrame& frame) {
+  handNeedsStart_ = handNeedsStart_ && !frame.startsPlayback;
+  if (handNeedsStart_) return lose(1, SESSION_ENDED);
+  inHand_.push_back(frame);
+  handBytes_ += frame.bytes.size;
+  waitBytes_ += frame.bytes.size;
+}
+
+// The beginning of the group of pictures that a frame in hand belongs to.
+std::optional<size_t> FeedBacklog::groupOf(size_t index) const {
+  for (size_t i = std::min(index + 1, inHand_.size()); i-- > 0;) {
+    if (inHand_[i].startsPlayback) return i;
+  }
+  return std::nullopt;
+}
+
+void FeedBacklog::popInHand(size_t n) {
+  std::uint64_t place = 0;
+  for (size_t i = 0; i < n; ++i) {
+    handBytes_ -= inHand_.front().bytes.size;
+    if (inHand_.front().spoolPlace != 0) place = inHand_.front().spoolPlace;
+    inHand_.pop_front();
+  }
+  if (place != 0) spool_.settle(place);
+}
+
+void FeedBacklog::recount() {
+  waitBytes_ = bytesFrom(inHand_, firstWaiting(), inHand_.size());
+}
+
+std::optional<std::uint64_t> FeedBacklog::begin() {
+  refill();
+  while (done_ < inHand_.size()) {
+    const std::optional<size_t> start = groupOf(done_);
+    if (start) {
+      repeated_ = done_ - *start;
+      popInHand(*start);
+      flushIsDue_ = true;
+      done_ = 0;
+      passed_ = 0;
+      recount();
+      return repeated_;
+    }
+    dropGroup(inHand_, done_, SESSION_ENDED);
+    refill();
+  }
+  return std::nullopt;
+}
+
+const StreamFrame* FeedBacklog::next() {
+  refill();
+  return given_ < inHand_.size() ? &inHand_[given_] : nullptr;
+}
+
+void FeedBacklog::given() {
+  waitBytes_ -= inHand_[given_].bytes.size;
+  ++given_;
+  if (waiting() == 0) tellCaughtUp();
+}
+
+void FeedBacklog::settle(std::uint64_t ofGiven) {
+  if (ofGiven <= passed_) return;
+  const size_t before = inHand_.size();
+  trim(ofGiven - passed_);
+  const size_t popped = before - inHand_.size();
+  passed_ += popped;
+  given_ -= popped;
+}
+
+// Lets go of the first frames, of which so many are recorded, but for the group of pictures that
+// the next one needs.
+void FeedBacklog::trim(size_t recorded) {
+  recorded = std::min(recorded, inHand_.size());
+  const size_t start = inHand_.empty() ? 0 : groupOf(recorded).value_or(recorded);
+  const bool isTooLarge = bytesFrom(inHand_, start, recorded) > LARGEST_GROUP;
+  popInHand(isTooLarge ? recorded : std::min(start, recorded));
+}
+
+FeedBacklog::Recorded FeedBacklog::end(std::uint64_t ofGiven, std::uint64_t missingBytes) {
+  size_t recorded = ofGiven > passed_ ? ofGiven - passed_ : 0;
+  recorded = std::min(recorded, given_);
+  while (missingBytes != 0 && recorded != 0) {
+    const std::uint64_t size = inHand_[--recorded].bytes.size + RECORD_HEAD_SIZE;
+    missingBytes -= std::min(missingBytes, size);
+  }
+  const Recorded result{passed_ + recorded, recorded == 0 ? 0 : inHand_[recorded - 1].timeMs};
+  // What an earlier session has stays recorded, even if this one did not get so far.
+  if (repeated_ > passed_) recorded = std::max<size_t>(recorded, repeated_ - passed_);
+  given_ = 0;
+  passed_ = 0;
+  const size_t before = inHand_.size();
+  trim(recorded);
+  done_ = recorded - (before - inHand_.size());
+  recount();
+  return result;
+}
+
+std::uint64_t FeedBacklog::bytesOfFirst(size_t frames) const {
+  return bytesFrom(inHand_, 0, std::min(frames, inHand_.size()));
+}
+
+void FeedBacklog::refill() {
+  while (waitBytes_ < SHARE_IN_HAND / 2 && !(spool_.empty() && last_.empty())) {
+    StreamFrame frame;
+    if (!spool_.empty() && !mayReadSpool()) return;
+    if (spool_.take(frame)) {
+      takeFromSpool(frame);
+    } else if (!last_.empty()) {
+      lastBytes_ -= last_.front().bytes.size;
+      addInHand(last_.front());
+      last_.pop_front();
+    }
+  }
+}
+
+void FeedBacklog::takeFromSpool(const StreamFrame& frame) {
+  const bool isStored = isStored_ && isStored_(frame);
+  if (!spool_.hasLeftover()) isStored_ = nullptr;
+  if (!isStored) return addInHand(frame);
+  if (given_ != 0 || passed_ != 0 || done_ != inHand_.size()) return;
+  inHand_.push_back(frame);
+  handBytes_ += frame.bytes.size;
+  const size_t before = inHand_.size();
+  trim(before);
+  done_ = inHand_.size();
+}
+
+void FeedBacklog::spill() {
+  if (!spool_.stores()) return;
+  if (spoolIsFaulty_ && KTClock::instance()->elapsed() < spoolRetry_) return;
+  if (spool_.empty() && !last_.front().startsPlayback) spoolContext();
+  while (!last_.empty()) {
+    if (spool_.append(last_.front()) == FrameSpool::Refused) return spoolFailed();
+    lastBytes_ -= last_.front().bytes.size;
+    last_.pop_front();
+  }
+  spoolIsFaulty_ = false;
+  if (const std::uint64_t dropped = spool_.takeDropped()) lose(dropped, NO_ROOM);
+  if (std::exchange(spooling_, true)) return;
+  KTLogger::instance()->log(KTLogger::Warning,
+                            "stream %d: frames wait for the database or the disk in %s", streamId_,
+                            spool_.directory().c_str());
+}
+
+// So that what the spool holds can be decoded even if this process does not live to record it.
+void FeedBacklog::spoolContext() {
+  if (inHand_.empty()) return;
+  const size_t from = groupOf(inHand_.size() - 1).value_or(inHand_.size());
+  for (size_t i = from; i < inHand_.size(); ++i) {
+    if (spool_.append(inHand_[i], SpoolSegment::Context) == FrameSpool::Refused) return;
+  }
+}
+
+void FeedBacklog::spoolFailed() {
+  spoolRetry_ = KTClock::instance()->elapsed() + SPOOL_PAUSE;
+  if (std::exchange(spoolIsFaulty_, true)) return;
+  KTLogger::instance()->log(KTLogger::Warning,
+                            "stream %d: cannot write to %s (%s): frames wait in memory", streamId_,
+                            spool_.directory().c_str(), std::strerror(errno));
+}
+
+void FeedBacklog::bound() {
+  while (waitBytes_ + lastBytes_ > LARGEST_WAIT) dropOldestGroup();
+}
+
+// What is left of a group whose beginning is on its way stays, as long as there is another one.
+void FeedBacklog::dropOldestGroup() {
+  std::deque<StreamFrame>& from = last_.empty() ? inHand_ : last_;
+  const size_t waiting = last_.empty() ? firstWaiting() : 0;
+  size_t first = waiting;
+  while (first < from.size() && !from[first].startsPlayback) ++first;
+  dropGroup(from, first == from.size() ? waiting : first, NO_ROOM);
+}
+
+// Drops a frame and all behind it up to a key frame.
+void FeedBacklog::dropGroup(std::deque<StreamFrame>& from, size_t first, const char* reason) {
+  const auto begin = from.begin() + static_cast<std::ptrdiff_t>(first);
+  const auto end = std::find_if(begin + 1, from.end(),
+                                [](const StreamFrame& frame) { return frame.startsPlayback; });
+  const bool inHand = &from == &inHand_;
+  if (end == from.end()) (inHand ? handNeedsStart_ : lastNeedsStart_) = true;
+  const auto dropped = static_cast<std::uint64_t>(end - begin);
+  from.erase(begin, end);
+  if (inHand) {
+    handBytes_ = bytesFrom(from, 0, from.size());
+    recount();
+  } else {
+    lastBytes_ = bytesFrom(from, 0, from.size());
+  }
+  lose(dropped, reason);
+}
+
+void FeedBacklog::lose(std::uint64_t frames, const char* reason) {
+  lost_ += frames;
+  if (std::exchange(losing_, true)) return;
+  KTLogger::instance()->log(KTLogger::Warning, "stream %d: %s: frames are lost up to a key frame",
+                            streamId_, reason);
+}
+
+void FeedBacklog::tellCaughtUp() {
+  losing_ = false;
+  if (!std::exchange(spooling_, false)) return;
+  KTLogger::instance()->log(KTLogger::Warning, "stream %d: what waited in %s is recorded",
+                            streamId_, spool_.directory().c_str());
+}
+
+std::uint64_t FeedBacklog::waiting() const {
+  return inHand_.size() - firstWaiting() + spool_.frames() + last_.size();
+}
+
+void FeedBacklog::leave() {
+  if (waiting() == 0) {
+    popInHand(inHand_.size());
+    done_ = 0;
+    return;
+  }
+  leaveInHand();
+  while (!last_.empty() && spool_.append(last_.front()) == FrameSpool::Stored) last_.pop_front();
+  if (const std::uint64_t dropped = spool_.takeDropped()) lose(dropped, NO_ROOM);
+  if (!last_.empty()) lose(last_.size(), NO_ROOM);
+  last_.clear();
+  lastBytes_ = 0;
+  if (spool_.empty()) return;
+  KTLogger::instance()->log(KTLogger::Warning,
+                            "stream %d: frames that could not be recorded stay in %s: the next "
+                            "recording of this recorder takes them",
+                            streamId_, spool_.directory().c_str());
+}
+
+// What came from the spool is in its files still; what did not lies before or behind that.
+void FeedBacklog::leaveInHand() {
+  const auto isSpooled = [](const StreamFrame& frame) { return frame.spoolPlace != 0; };
+  const auto first = std::find_if(inHand_.begin(), inHand_.end(), isSpooled);
+  const std::deque<StreamFrame> before(inHand_.begin(), first);
+  const size_t context = std::min(done_, before.size());
+  const size_t written = spool_.putBack(before, context);
+  if (written < before.size() - context) lose(before.size() - context - written, NO_ROOM);
+  for (size_t i = before.size(); i < inHand_.size(); ++i) {
+    if (isSpooled(inHand_[i])) continue;
+    if (spool_.append(inHand_[i]) == FrameSpool::Refused) lose(1, NO_ROOM);
+  }
+  inHand_.clear();
+  handBytes_ = waitBytes_ = 0;
+  done_ = 0;
+}

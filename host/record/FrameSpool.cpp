@@ -1,0 +1,203 @@
+#include "host/record/FrameSpool.h"
+
+#include <sys/stat.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <filesystem>
+#include <optional>
+#include <utility>
+
+#include "host/input/AsciiText.h"
+#include "runtime/KTLogger.h"
+#include "runtime/KTString.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr const char* EXTENSION = ".spool";
+constexpr std::uint32_t FIRST_NUMBER = 1'000'000'000;  // room for what is put back before it
+constexpr std::uint64_t LARGEST_PART = 16 * 1024 * 1024;
+constexpr std::uint64_t PARTS = 16;  // of a full spool, at least
+
+std::uint64_t placeOf(std::uint32_t number, std::uint32_t offset) {
+  return static_cast<std::uint64_t>(number) << 32 | offset;
+}
+
+std::optional<std::uint32_t> numberOf(const fs::path& path) {
+  if (path.extension() != EXTENSION) return std::nullopt;
+  const std::optional<long> number = parseDigits(path.stem().string());
+  if (!number || *number <= 0 || *number > 0x7FFFFFFF) return std::nullopt;
+  return static_cast<std::uint32_t>(*number);
+}
+
+}  // namespace
+
+FrameSpool::FrameSpool(std::string directory, std::uint64_t limit)
+    : directory_(std::move(directory)), limit_(limit), next_(FIRST_NUMBER) {
+  if (!directory_.empty()) findLeftover();
+}
+
+void FrameSpool::findLeftover() {
+  std::error_code error;
+  for (const fs::directory_entry& entry : fs::directory_iterator(directory_, error)) {
+    const std::optional<std::uint32_t> number = numberOf(entry.path());
+    if (!number) continue;
+    next_ = std::max(next_, *number + 1);
+    std::unique_ptr<SpoolSegment> file = SpoolSegment::open(entry.path());
+    if (file == nullptr) {
+      KTLogger::instance()->log(KTLogger::Warning, "%s is no spool file: it is left alone",
+                                entry.path().c_str());
+      continue;
+    }
+    parts_.push_back({*number, std::move(file), true});
+  }
+  std::sort(parts_.begin(), parts_.end(),
+            [](const Part& a, const Part& b) { return a.number < b.number; });
+  for (const Part& part : parts_) {
+    bytes_ += part.file->size();
+    frames_ += part.file->unread();
+  }
+  leftover_ = frames_;
+  if (leftover_ == 0) settle(placeOf(next_, 0));
+}
+
+std::string FrameSpool::pathOf(std::uint32_t number) const {
+  return directory_ + "/" + std::to_string(number) + EXTENSION;
+}
+
+bool FrameSpool::makeDirectory() const {
+  std::error_code error;
+  fs::create_directories(directory_, error);
+  if (error) errno = error.value();
+  return !error;
+}
+
+std::uint64_t FrameSpool::takeDropped() {
+  return std::exchange(dropped_, 0);
+}
+
+bool FrameSpool::needsPart(const StreamFrame& frame) const {
+  if (parts_.empty() || parts_.back().left) return true;
+  const SpoolSegment& last = *parts_.back().file;
+  if (!(*last.settings() == *frame.settings)) return true;
+  return frame.startsPlayback && last.size() >= std::min(LARGEST_PART, limit_ / PARTS);
+}
+
+bool FrameSpool::makePart(std::deque<Part>::iterator place, std::uint32_t number,
+                          const StreamFrame& frame) {
+  if (!makeDirectory()) return false;
+  std::unique_ptr<SpoolSegment> file = SpoolSegment::create(pathOf(number), frame.settings);
+  if (file == nullptr) return false;
+  bytes_ += file->size();
+  parts_.insert(place, {number, std::move(file)});
+  return true;
+}
+
+FrameSpool::Appended FrameSpool::append(const StreamFrame& frame, SpoolSegment::Use use) {
+  if (!stores()) return Refused;
+  makeRoom(SpoolSegment::sizeOf(frame));
+  needsStart_ = needsStart_ && !frame.startsPlayback;
+  if (needsStart_) {
+    ++dropped_;
+    return Stored;
+  }
+  if (needsPart(frame)) {
+    if (!makePart(parts_.end(), next_, frame)) return Refused;
+    ++next_;
+  }
+  if (!parts_.back().file->append(frame, use)) return Refused;
+  bytes_ += SpoolSegment::sizeOf(frame);
+  ++frames_;
+  return Stored;
+}
+
+void FrameSpool::makeRoom(std::uint64_t needed) {
+  while (!parts_.empty() && bytes_ + needed > limit_) dropOldest();
+}
+
+// With the last file goes the beginning of the group of pictures that is being written.
+void FrameSpool::dropOldest() {
+  Part& oldest = parts_.front();
+  dropped_ += oldest.left ? oldest.file->unread() : oldest.file->unrecorded();
+  needsStart_ = parts_.size() == 1;
+  forget(oldest);
+  parts_.pop_front();
+}
+
+void FrameSpool::forget(Part& part) {
+  bytes_ -= std::min<std::uint64_t>(bytes_, part.file->size());
+  frames_ -= part.file->unread();
+  if (part.left) leftover_ -= part.file->unread();
+  part.file->remove();
+}
+
+size_t FrameSpool::putBack(const std::deque<StreamFrame>& frames, size_t context) {
+  if (!stores() || frames.empty()) return 0;
+  std::uint32_t number = parts_.empty() ? next_ : parts_.front().number;
+  size_t written = frames.size();
+  // From the last to the first group of equal settings, each before the one that was written.
+  while (written != 0) {
+    size_t first = written - 1;
+    while (first != 0 && *frames[first - 1].settings == *frames[written - 1].settings) --first;
+    if (!makePart(parts_.begin(), --number, frames[first])) break;
+    SpoolSegment& file = *parts_.front().file;
+    for (size_t i = first; i < written; ++i) {
+      if (!file.append(frames[i], i < context ? SpoolSegment::Context : SpoolSegment::Record)) {
+        return frames.size() - written + i - first;
+      }
+      bytes_ += SpoolSegment::sizeOf(frames[i]);
+      ++frames_;
+    }
+    written = first;
+  }
+  return frames.size() - written;
+}
+
+bool FrameSpool::take(StreamFrame& frame) {
+  for (Part& part : parts_) {
+    SpoolSegment::Use use = SpoolSegment::Record;
+    while (part.file->read(frame, use)) {
+      --frames_;
+      if (part.left) --leftover_;
+      // What was put back before it holds the context too.
+      const bool isNew = part.left && frame.timeMs > lastLeftMs_;
+      if (use == SpoolSegment::Context && !isNew) continue;
+      if (part.left) lastLeftMs_ = frame.timeMs;
+      frame.spoolPlace = placeOf(part.number, part.file->readOffset());
+      return true;
+    }
+    // What is left of a damaged file holds no frame.
+    frames_ -= part.file->unread();
+    if (part.left) leftover_ -= part.file->unread();
+    part.file->passOver();
+  }
+  return false;
+}
+
+std::optional<StreamFrame> FrameSpool::first() const {
+  StreamFrame frame;
+  for (const Part& part : parts_) {
+    if (part.file->peek(frame)) return frame;
+  }
+  return std::nullopt;
+}
+
+void FrameSpool::settle(std::uint64_t place) {
+  const auto number = static_cast<std::uint32_t>(place >> 32);
+  const auto offset = static_cast<std::uint32_t>(place);
+  while (!parts_.empty() && parts_.front().number < number) {
+    forget(parts_.front());
+    parts_.pop_front();
+  }
+  if (parts_.empty() || parts_.front().number != number) return;
+  SpoolSegment& file = *parts_.front().file;
+  if (file.unread() == 0 && offset >= file.readOffset()) {
+    forget(parts_.front());
+    parts_.pop_front();
+  } else {
+    file.settle(offset);
+  }
+}

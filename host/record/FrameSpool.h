@@ -1,0 +1,84 @@
+#pragma once
+
+#include <cstdint>
+#include <deque>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "host/record/SpoolSegment.h"
+
+/**
+ * The frames of one stream that wait on disk until they can be recorded: first in, first out, in a
+ * directory of files of a few groups of pictures each. What an earlier process has left there comes
+ * first. When the spool is full the oldest file goes, so that whole groups of pictures are lost and
+ * what is kept ends with the present.
+ *
+ * Owns: its files; they stay until the frames in them are settled or dropped.
+ * Threads: one thread at a time for each object.
+ * Blocks: for the file system.
+ * Errors: by result; a file that cannot be read is left where it is and passed over.
+ * Units: bytes.
+ */
+class FrameSpool {
+ public:
+  enum Appended { Stored, Refused };
+
+  /** Nothing is made before the first append(); limit 0 keeps it from storing anything. */
+  FrameSpool(std::string directory, std::uint64_t limit);
+  FrameSpool(const FrameSpool&) = delete;
+  FrameSpool& operator=(const FrameSpool&) = delete;
+
+  [[nodiscard]] bool stores() const { return limit_ != 0; }
+  [[nodiscard]] const std::string& directory() const { return directory_; }
+  /** Frames that were not taken out yet. */
+  [[nodiscard]] std::uint64_t frames() const { return frames_; }
+  [[nodiscard]] bool empty() const { return frames_ == 0; }
+  /** Frames that an earlier process has left and that were not taken out yet. */
+  [[nodiscard]] bool hasLeftover() const { return leftover_ != 0; }
+  /** Frames that were dropped since the last call, for want of room. */
+  [[nodiscard]] std::uint64_t takeDropped();
+
+  /** Adds a frame behind all others; Refused, errno telling why, when it cannot be written. */
+  [[nodiscard]] Appended append(const StreamFrame& frame,
+                                SpoolSegment::Use use = SpoolSegment::Record);
+  /** Adds frames before all others; the number that could be written. */
+  [[nodiscard]] size_t putBack(const std::deque<StreamFrame>& frames, size_t context);
+  /**
+   * Takes out the next frame that is to be recorded, with its place. Of an earlier process's frames
+   * those that are context come too: it may have ended before they were recorded.
+   */
+  [[nodiscard]] bool take(StreamFrame& frame);
+  /** The next frame, which stays the next; nothing when there is none. */
+  [[nodiscard]] std::optional<StreamFrame> first() const;
+  /** All up to the place of a frame that was taken is recorded. */
+  void settle(std::uint64_t place);
+
+ private:
+  struct Part {
+    std::uint32_t number;
+    std::unique_ptr<SpoolSegment> file;
+    bool left = false;  // by an earlier process
+  };
+
+  [[nodiscard]] std::string pathOf(std::uint32_t number) const;
+  void findLeftover();
+  [[nodiscard]] bool needsPart(const StreamFrame& frame) const;
+  [[nodiscard]] bool makePart(std::deque<Part>::iterator place, std::uint32_t number,
+                              const StreamFrame& frame);
+  [[nodiscard]] bool makeDirectory() const;
+  void forget(Part& part);
+  void dropOldest();
+  void makeRoom(std::uint64_t needed);
+
+  const std::string directory_;
+  const std::uint64_t limit_;
+  std::deque<Part> parts_;
+  std::uint64_t bytes_ = 0;
+  std::uint64_t frames_ = 0;
+  std::uint64_t leftover_ = 0;
+  std::int64_t lastLeftMs_ = 0;  // time of the last of them that was taken out
+  std::uint64_t dropped_ = 0;
+  std::uint32_t next_;
+  bool needsStart_ = false;  // the group of pictures that comes is incomplete
+};

@@ -1,0 +1,58 @@
+#include "host/record/SessionRows.h"
+
+#include <set>
+
+#include "handles/KTR_DB_factory.h"
+
+namespace {
+
+constexpr long NEAR_SECONDS = 600;
+
+KTR_DB_handle* databaseOf(const KTString& recorder) {
+  KTR_DB_factory* factory = KTR_DB_factory::instance();
+  return factory == nullptr ? nullptr : factory->db_instance(recorder);
+}
+
+}  // namespace
+
+KTRRecordSessionTable* SessionRows::table() const {
+  KTR_DB_handle* db = databaseOf(recorder_);
+  return db == nullptr ? nullptr : db->recordSessionTable();
+}
+
+std::string SessionRows::filePrefix(unsigned int id) const {
+  KTR_DB_handle* db = databaseOf(recorder_);
+  KTRRecordSessionTable* rows = table();
+  if (rows == nullptr) return "";
+  const KTString storage = rows->getSessionStorage(static_cast<int>(id));
+  if (storage.empty()) return "";
+  return std::string((storage + "/" + db->getPrefixFileName(static_cast<int>(id))).view());
+}
+
+void SessionRows::setFreeStart(unsigned int id, unsigned int stream, long start) const {
+  KTRRecordSessionTable* rows = table();
+  KTRRecorderSessionRow row;
+  if (rows == nullptr || !rows->getRecordSessionRow(id, row)) return;
+  KTString where;
+  where.format("WHERE streamID=%u AND id<>%u AND start_time>=%ld AND start_time<%ld", stream, id,
+               start, start + NEAR_SECONDS);
+  KTVector<KTString> others;
+  rows->getRecordSessionList(others, where, false);
+  std::set<long> taken;
+  for (unsigned int i = 0; i < others.count(); ++i) {
+    const KTVector<KTString> columns = others[i].tokenize(',');
+    if (columns.count() > 3) taken.insert(static_cast<long>(columns[3].toUInt(0)));
+  }
+  if (row.start_time != 0 && taken.count(start) == 0) return;
+  long free = start;
+  while (taken.count(free) != 0) ++free;
+  rows->updateStartTime(id, free);
+  rows->updateDataBase(true);
+}
+
+void SessionRows::setEnd(unsigned int id, long end) const {
+  KTRRecordSessionTable* rows = table();
+  if (rows == nullptr) return;
+  rows->updateEndTime(id, end, 0);  // step E2
+  rows->updateDataBase(true);
+}

@@ -1,0 +1,70 @@
+#include "tests/crash/SentFrames.h"
+
+#include <algorithm>
+#include <chrono>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+
+namespace {
+
+constexpr std::int64_t DAY_MS = 86'400'000;
+
+// Of two times of day; none is half a day from another.
+std::int64_t difference(std::int64_t later, std::int64_t earlier) {
+  std::int64_t span = later - earlier;
+  if (span > DAY_MS / 2) span -= DAY_MS;
+  if (span < -DAY_MS / 2) span += DAY_MS;
+  return span;
+}
+
+std::vector<std::string> linesOf(const std::string& path) {
+  std::ifstream file(path);
+  std::vector<std::string> lines;
+  for (std::string line; std::getline(file, line);) lines.push_back(line);
+  return lines;
+}
+
+}  // namespace
+
+std::int64_t SentFrames::nowMs() {
+  using std::chrono::milliseconds;
+  const auto now = std::chrono::system_clock::now().time_since_epoch();
+  return std::chrono::duration_cast<milliseconds>(now).count() % DAY_MS;
+}
+
+void SentFrames::add(const std::string& frameLog, std::optional<End> killed) {
+  bool begun = false;  // with a key frame
+  for (const std::string& line : linesOf(frameLog)) {
+    std::istringstream text(line);
+    std::int64_t stamp = 0;
+    std::string kind;
+    text >> stamp >> kind;
+    begun = begun || kind != "delta";
+    const bool old = !killed || difference(killed->killedMs, stamp) > killed->promisedMs;
+    frames_.push_back({line, begun && old});
+  }
+}
+
+std::string SentFrames::compare(const std::string& playedLog, bool mayLack) const {
+  const auto isMissed = [mayLack](const Frame& each) { return each.promised && !mayLack; };
+  auto next = frames_.begin();
+  for (const std::string& line : linesOf(playedLog)) {
+    const auto found =
+        std::find_if(next, frames_.end(), [&](const Frame& each) { return each.line == line; });
+    if (found == frames_.end()) return "played, and not sent, or in another order: " + line;
+    const auto lost = std::find_if(next, found, isMissed);
+    if (lost != found) return "sent, and not played: " + lost->line + " before " + line;
+    next = found + 1;
+  }
+  const auto lost = std::find_if(next, frames_.end(), isMissed);
+  if (lost == frames_.end()) return "";
+  const auto others = std::count_if(lost, frames_.end(), [](const Frame& f) { return f.promised; });
+  return "sent, and not played: " + lost->line + " and " + std::to_string(others - 1) +
+         " behind it";
+}
+
+size_t SentFrames::promised() const {
+  return static_cast<size_t>(std::count_if(frames_.begin(), frames_.end(),
+                                           [](const Frame& each) { return each.promised; }));
+}
