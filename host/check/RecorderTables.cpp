@@ -51,6 +51,12 @@ void RecorderTables::read(const KTString& query, const std::function<void(Row)>&
   while (Row row = handle_->fetch_row(result)) take(row);
 }
 
+// A recorder that has recorded nothing yet has no such table; asking it would log a warning.
+bool RecorderTables::hasIndex() {
+  if (!indexSeen_ && handle_ != nullptr) indexSeen_ = handle_->tb_exists(indexTable());
+  return indexSeen_;
+}
+
 std::optional<long> RecorderTables::number(const KTString& query, unsigned int column) {
   std::optional<long> found;
   read(query, [&](Row row) {
@@ -91,6 +97,7 @@ std::map<unsigned int, RecorderTables::Settings> RecorderTables::settings() {
 }
 
 std::map<unsigned int, uint64_t> RecorderTables::rowsBySlice(unsigned int session) {
+  if (!hasIndex()) return {};
   KTString query;
   query.format("SELECT _fileIndex,COUNT(*) FROM %s WHERE _id=%u GROUP BY _fileIndex", indexTable(),
                session);
@@ -101,6 +108,7 @@ std::map<unsigned int, uint64_t> RecorderTables::rowsBySlice(unsigned int sessio
 
 std::vector<RecorderTables::IndexRow> RecorderTables::rows(unsigned int session, unsigned int slice,
                                                            uint64_t fromOffset) {
+  if (!hasIndex()) return {};
   KTString query;
   query.format(
       "SELECT _offset,_time FROM %s WHERE _id=%u AND _fileIndex=%u AND _offset>=%llu "
@@ -112,6 +120,7 @@ std::vector<RecorderTables::IndexRow> RecorderTables::rows(unsigned int session,
 }
 
 std::set<long> RecorderTables::times(unsigned int session, long from, long to) {
+  if (!hasIndex()) return {};
   KTString query;
   query.format("SELECT _time FROM %s WHERE _id=%u AND _time BETWEEN %ld AND %ld ORDER BY _time",
                indexTable(), session, from, to);
@@ -121,16 +130,19 @@ std::set<long> RecorderTables::times(unsigned int session, long from, long to) {
 }
 
 std::optional<long> RecorderTables::firstTime(unsigned int session) {
+  if (!hasIndex()) return {};
   KTString query;
   return number(query.format("SELECT MIN(_time) FROM %s WHERE _id=%u", indexTable(), session));
 }
 
 std::optional<long> RecorderTables::lastTime(unsigned int session) {
+  if (!hasIndex()) return {};
   KTString query;
   return number(query.format("SELECT MAX(_time) FROM %s WHERE _id=%u", indexTable(), session));
 }
 
 std::map<unsigned int, uint64_t> RecorderTables::rowsWithoutSession() {
+  if (!hasIndex()) return {};
   KTString query;
   query.format("SELECT _id,COUNT(*) FROM %s WHERE _id NOT IN (SELECT id FROM %s) GROUP BY _id",
                indexTable(), sessionTable());
@@ -140,6 +152,7 @@ std::map<unsigned int, uint64_t> RecorderTables::rowsWithoutSession() {
 }
 
 uint64_t RecorderTables::indexRows() {
+  if (!hasIndex()) return {};
   KTString query;
   return static_cast<uint64_t>(
       number(query.format("SELECT COUNT(*) FROM %s", indexTable())).value_or(0));
@@ -156,6 +169,6 @@ unsigned int RecorderTables::highestId() {
   KTString ofIndex;
   ofSessions.format("SELECT MAX(id) FROM %s", sessionTable());
   ofIndex.format("SELECT MAX(_id) FROM %s", indexTable());
-  return static_cast<unsigned int>(
-      std::max(number(ofSessions).value_or(0), number(ofIndex).value_or(0)));
+  const long inIndex = hasIndex() ? number(ofIndex).value_or(0) : 0;
+  return static_cast<unsigned int>(std::max(number(ofSessions).value_or(0), inIndex));
 }

@@ -73,9 +73,11 @@ class RecorderTables {
  private:
   using Row = char**;
 
+  [[nodiscard]] bool hasIndex();
   void read(const KTString& query, const std::function<void(Row)>& take);
   [[nodiscard]] std::vector<Session> readSessions(const KTString& where);
   [[nodiscard]] std::optional<long> number(const KTString& query, unsigned int column = 0);
 
   KTR_DB_handle* handle_;
+  bool indexSeen_ = false;
 };
