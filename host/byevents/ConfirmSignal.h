@@ -21,5 +21,5 @@ class ConfirmSignal {
   [[nodiscard]] bool take();
 
  private:
-  struct sigaction former_{};
+  struct sigaction former_ {};
 };
