@@ -35,8 +35,10 @@ class KtrRecordTest : public ProgramFixture {
   ~KtrRecordTest() override { EXPECT_FALSE(isRunning()); }
 
   /** Waits until a running command has written a file that is not empty. */
-  [[nodiscard]] static std::string await(const std::string& file) {
-    return "until [ -s " + file + " ]; do sleep 0.05; done; ";
+  /** Shell: waits until a log has so many lines. */
+  [[nodiscard]] static std::string await(const std::string& file, int lines = 1) {
+    return "until [ \"$(cat " + file + " 2>/dev/null | wc -l)\" -ge " + std::to_string(lines) +
+           " ]; do sleep 0.05; done; ";
   }
 
   [[nodiscard]] json sessions(const std::string& recorder) {
@@ -85,7 +87,7 @@ TEST_F(KtrRecordTest, SignalsStopARecordingAndLoseNothing) {
   ASSERT_EQ(0, shell("$K record --root $R --recorder int --frame-log $D/int 1=$D/long.mp4 & a=$!; "
                      "$K record --root $R --recorder term --frame-log $D/term 1=$D/long.mp4 & "
                      "b=$!; " +
-                     await("$D/int.1") + await("$D/term.1") +
+                     await("$D/int.1", 51) + await("$D/term.1", 51) +  // two seconds and more
                      "kill -INT $a; kill -TERM $b; wait $a && wait $b"))
       << err();
   for (const char* recorder : {"int", "term"}) {

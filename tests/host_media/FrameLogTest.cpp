@@ -64,11 +64,16 @@ TEST_F(FrameLogTest, FileThatCannotBeMadeIsAnError) {
               ThrowsMessage<MediaError>(HasSubstr("/no/log: No such file or directory: choose")));
 }
 
-TEST_F(FrameLogTest, FullDiskIsAnErrorAtTheLatestWhenClosed) {
+TEST_F(FrameLogTest, FullDiskIsAnErrorAtTheFirstFrame) {
   FrameLog log("/dev/full");
-  log.add(frame(KTRFrameFormat::Key, 1));
-  EXPECT_THAT([&] { log.close(); },
-              ThrowsMessage<MediaError>(HasSubstr("No space left on device")));
+  EXPECT_THAT([&] { log.add(frame(KTRFrameFormat::Key, 1)); },
+              ThrowsMessage<MediaError>(HasSubstr("/dev/full: No space left on device: choose")));
+}
+
+TEST_F(FrameLogTest, ALineIsInTheFileAsSoonAsItsFrameIsAdded) {
+  FrameLog log(path_);
+  log.add(frame(KTRFrameFormat::Key, 1000));
+  EXPECT_THAT(contents(path_), HasSubstr("1000 key 3 "));
 }
 
 }  // namespace
