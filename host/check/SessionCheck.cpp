@@ -127,10 +127,10 @@ void SessionCheck::checkChain() {
   for (const auto& [slice, count] : tables_.rowsBySlice(subject_->id)) {
     const bool unflushed = subject_->live && !files.slices.empty();
     if (files.slices.contains(slice) || unflushed) continue;
-    add(Finding::RowInMissingSlice, [&](Finding& each) {
-      each.slice = slice;
-      each.count = count;
-      each.removes = count;
+    add(Finding::RowInMissingSlice, [number = slice, rows = count](Finding& each) {
+      each.slice = number;
+      each.count = rows;
+      each.removes = rows;
     });
   }
 }

@@ -123,7 +123,6 @@ class SessionFeed {
   std::uint64_t repeated_ = 0;  // frames that the running session is given once more, and their
   std::uint64_t repeatedBytes_ = 0;
   std::vector<Ending> ends_;  // of sessions, to be written
-  bool ready_ = false;        // what an earlier process has left is known
   bool closing_ = false;      // the session is to take nothing more
   bool finishing_ = false;
   bool lastTry_ = false;       // the session was opened at the end
