@@ -296,7 +296,7 @@ TEST_F(EventWindowTest, AnEventThatGoesOverMidnightStaysWhole) {
 
 TEST_F(EventWindowTest, AServerThatDoesNotAnswerCostsNoFile) {
   keys(4);
-  const std::vector<std::string> window = files();
+  const std::vector<std::string> window = slices();
   exec("DROP TABLE recordSessions");
   feed_->finish();
   EXPECT_EQ(window, slices());
