@@ -94,8 +94,10 @@ void FeedFixture::starve() {
   awaitNoSession();
 }
 
-void FeedFixture::obstruct() {
+void FeedFixture::obstruct(std::uint64_t spoolBytes) {
   SessionFeed::Options blocked = options();
+  blocked.spoolDirectory = spoolDirectory();
+  blocked.spoolBytes = spoolBytes;
   blocked.params.storageDir = dir_.entry("disk");
   std::ofstream(dir_.path() + "/disk") << "no directory";
   make(blocked);

@@ -48,7 +48,7 @@ class FeedFixture : public RecorderFixture {
   /** Lets a session die of silence. */
   void starve();
   /** Blocks the way of sessions: their directory is a file. */
-  void obstruct();
+  void obstruct(std::uint64_t spoolBytes = 0);
   void clearTheWay();
   void finish() { feed_->finish(); }
   /** Puts both clocks to a time before anything is recorded. */

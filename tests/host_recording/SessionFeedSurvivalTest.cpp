@@ -209,10 +209,13 @@ TEST_F(SessionFeedSurvivalTest, SessionsThatBeginInOneSecondAreAllStored) {
 
 TEST_F(SessionFeedSurvivalTest, FootageOfADayThatWaitedIsPutIntoItsOwnDay) {
   goTo(MIDNIGHT - 20);
-  obstruct();
+  obstruct(LARGE);
   feedGroups(10);
+  finish();
+  EXPECT_EQ(0U, stored());
   pass(3 * 3600);
   clearTheWay();
+  makeWithSpool(LARGE);
   expectAllPlayed();
   EXPECT_EQ(0U, closings());
 }
