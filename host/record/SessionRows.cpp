@@ -8,25 +8,12 @@ namespace {
 
 constexpr long NEAR_SECONDS = 600;
 
-KTR_DB_handle* databaseOf(const KTString& recorder) {
-  KTR_DB_factory* factory = KTR_DB_factory::instance();
-  return factory == nullptr ? nullptr : factory->db_instance(recorder);
-}
-
 }  // namespace
 
 KTRRecordSessionTable* SessionRows::table() const {
-  KTR_DB_handle* db = databaseOf(recorder_);
+  KTR_DB_factory* factory = KTR_DB_factory::instance();
+  KTR_DB_handle* db = factory == nullptr ? nullptr : factory->db_instance(recorder_);
   return db == nullptr ? nullptr : db->recordSessionTable();
-}
-
-std::string SessionRows::filePrefix(unsigned int id) const {
-  KTR_DB_handle* db = databaseOf(recorder_);
-  KTRRecordSessionTable* rows = table();
-  if (rows == nullptr) return "";
-  const KTString storage = rows->getSessionStorage(static_cast<int>(id));
-  if (storage.empty()) return "";
-  return std::string((storage + "/" + db->getPrefixFileName(static_cast<int>(id))).view());
 }
 
 void SessionRows::setFreeStart(unsigned int id, unsigned int stream, long start) const {

@@ -219,3 +219,17 @@ TEST_F(SessionFeedSurvivalTest, FootageOfADayThatWaitedIsPutIntoItsOwnDay) {
   expectAllPlayed();
   EXPECT_EQ(0U, closings());
 }
+
+TEST_F(SessionFeedSurvivalTest, ADayThatIsDeletedWhileTheNextIsRecordedIsNotMissed) {
+  goTo(MIDNIGHT - 20);
+  for (int i = 0; i < 12; ++i) {
+    feedGroups(1);
+    settleFeed();
+  }
+  ASSERT_EQ(2U, sessions());
+  db()->deleteAllDataFiles(1);
+  finish();
+  EXPECT_EQ(0U, log_.countContaining("has ended before all was stored"));
+  EXPECT_EQ(2U, sessions());
+  EXPECT_EQ(fed().size(), stored());
+}
