@@ -13,6 +13,7 @@ namespace {
 
 constexpr const char* SESSION_ENDED = "the record session has ended";
 constexpr const char* NO_ROOM = "there is no room for what waits";
+constexpr const char* DAMAGED = "what waited in the spool is damaged";
 
 std::uint64_t bytesFrom(const std::deque<StreamFrame>& frames, size_t from, size_t to) {
   std::uint64_t bytes = 0;
@@ -175,7 +176,9 @@ void FeedBacklog::refill() {
   while (waitBytes_ < SHARE_IN_HAND / 2 && !(spool_.empty() && last_.empty())) {
     StreamFrame frame;
     if (!spool_.empty() && !mayReadSpool()) return;
-    if (spool_.take(frame)) {
+    const bool isSpooled = spool_.take(frame);
+    if (const std::uint64_t damaged = spool_.takeDropped()) lose(damaged, DAMAGED);
+    if (isSpooled) {
       takeFromSpool(frame);
     } else if (!last_.empty()) {
       lastBytes_ -= last_.front().bytes.size;
@@ -289,7 +292,7 @@ void FeedBacklog::leave() {
   if (waiting() == 0) {
     popInHand(inHand_.size());
     done_ = 0;
-    return;
+    return spool_.finish();
   }
   const size_t waits = firstWaiting();
   left_ = std::max(firstInMemory(), waits) - waits;

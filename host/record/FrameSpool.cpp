@@ -1,6 +1,7 @@
 #include "host/record/FrameSpool.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -80,7 +81,7 @@ std::uint64_t FrameSpool::takeDropped() {
 }
 
 bool FrameSpool::needsPart(const StreamFrame& frame) const {
-  if (parts_.empty() || parts_.back().left) return true;
+  if (parts_.empty() || parts_.back().left || parts_.back().settledAt) return true;
   const SpoolSegment& last = *parts_.back().file;
   if (!(*last.settings() == *frame.settings)) return true;
   return frame.startsPlayback && last.size() >= std::min(LARGEST_PART, limit_ / PARTS);
@@ -97,6 +98,7 @@ bool FrameSpool::makePart(const StreamFrame& frame) {
 
 FrameSpool::Appended FrameSpool::append(const StreamFrame& frame, SpoolSegment::Use use) {
   if (!stores()) return Refused;
+  removeSettled(KTClock::instance()->elapsed() - SAFE_AFTER);
   makeRoom(SpoolSegment::sizeOf(frame));
   needsStart_ = needsStart_ && !frame.startsPlayback;
   if (needsStart_) {
@@ -120,16 +122,15 @@ void FrameSpool::makeRoom(std::uint64_t needed) {
 void FrameSpool::dropOldest() {
   Part& oldest = parts_.front();
   dropped_ += oldest.left ? oldest.file->unread() : oldest.file->unrecorded();
-  needsStart_ = parts_.size() == 1;
+  needsStart_ = parts_.size() == 1 && !oldest.settledAt;
   forget(oldest);
   parts_.pop_front();
 }
 
 void FrameSpool::forget(Part& part) {
   bytes_ -= std::min<std::uint64_t>(bytes_, part.file->size());
-  frames_ -= part.file->unread();
-  if (part.left) leftover_ -= part.file->unread();
-  part.file->remove();
+  passOver(part);
+  if (!part.file->isFaulty()) part.file->remove();
 }
 
 std::uint64_t FrameSpool::end() const {
@@ -139,20 +140,23 @@ std::uint64_t FrameSpool::end() const {
 
 bool FrameSpool::take(StreamFrame& frame) {
   for (Part& part : parts_) {
-    SpoolSegment::Use use = SpoolSegment::Record;
-    while (part.file->read(frame, use)) {
-      --frames_;
-      if (part.left) --leftover_;
-      if (use == SpoolSegment::Context && !part.left) continue;
-      frame.spoolPlace = placeOf(part.number, part.file->readOffset());
+    SpoolSegment& file = *part.file;
+    while (const unsigned int unread = file.unread()) {
+      SpoolSegment::Use use = SpoolSegment::Record;
+      const bool isSound = file.read(frame, use);
+      if (!isSound) dropped_ += file.skipGroup();
+      countRead(part, unread - file.unread());
+      if (!isSound || (use == SpoolSegment::Context && !part.left)) continue;
+      frame.spoolPlace = placeOf(part.number, file.readOffset());
       return true;
     }
-    // What is left of a damaged file holds no frame.
-    frames_ -= part.file->unread();
-    if (part.left) leftover_ -= part.file->unread();
-    part.file->passOver();
   }
   return false;
+}
+
+void FrameSpool::countRead(Part& part, unsigned int frames) {
+  frames_ -= frames;
+  if (part.left) leftover_ -= frames;
 }
 
 std::optional<StreamFrame> FrameSpool::first() const {
@@ -166,16 +170,32 @@ std::optional<StreamFrame> FrameSpool::first() const {
 void FrameSpool::settle(std::uint64_t place) {
   const auto number = static_cast<std::uint32_t>(place >> 32);
   const auto offset = static_cast<std::uint32_t>(place);
-  while (!parts_.empty() && parts_.front().number < number) {
+  for (Part& part : parts_) {
+    if (part.number > number) break;
+    if (part.number == number && (part.file->unread() != 0 || offset < part.file->readOffset())) {
+      part.file->settle(offset);
+    } else if (!part.settledAt) {
+      passOver(part);
+      part.settledAt = KTClock::instance()->elapsed();
+    }
+  }
+  removeSettled(KTClock::instance()->elapsed() - SAFE_AFTER);
+}
+
+void FrameSpool::passOver(Part& part) {
+  countRead(part, part.file->unread());
+  part.file->passOver();
+}
+
+void FrameSpool::removeSettled(KTClock::Span before) {
+  while (!parts_.empty() && parts_.front().settledAt && *parts_.front().settledAt <= before) {
     forget(parts_.front());
     parts_.pop_front();
   }
-  if (parts_.empty() || parts_.front().number != number) return;
-  SpoolSegment& file = *parts_.front().file;
-  if (file.unread() == 0 && offset >= file.readOffset()) {
-    forget(parts_.front());
-    parts_.pop_front();
-  } else {
-    file.settle(offset);
-  }
+}
+
+void FrameSpool::finish() {
+  if (parts_.empty() || !parts_.front().settledAt) return;
+  sync();
+  removeSettled(KTClock::Span::max());
 }
