@@ -18,7 +18,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr const char* EXTENSION = ".spool";
-constexpr std::uint32_t FIRST_NUMBER = 1'000'000'000;  // room for what is put back before it
+constexpr std::uint32_t FIRST_NUMBER = 1;
 constexpr std::uint64_t LARGEST_PART = 16 * 1024 * 1024;
 constexpr std::uint64_t PARTS = 16;  // of a full spool, at least
 
@@ -86,13 +86,12 @@ bool FrameSpool::needsPart(const StreamFrame& frame) const {
   return frame.startsPlayback && last.size() >= std::min(LARGEST_PART, limit_ / PARTS);
 }
 
-bool FrameSpool::makePart(std::deque<Part>::iterator place, std::uint32_t number,
-                          const StreamFrame& frame) {
+bool FrameSpool::makePart(const StreamFrame& frame) {
   if (!makeDirectory()) return false;
-  std::unique_ptr<SpoolSegment> file = SpoolSegment::create(pathOf(number), frame.settings);
+  std::unique_ptr<SpoolSegment> file = SpoolSegment::create(pathOf(next_), frame.settings);
   if (file == nullptr) return false;
   bytes_ += file->size();
-  parts_.insert(place, {number, std::move(file)});
+  parts_.push_back({next_++, std::move(file)});
   return true;
 }
 
@@ -101,16 +100,15 @@ FrameSpool::Appended FrameSpool::append(const StreamFrame& frame, SpoolSegment::
   makeRoom(SpoolSegment::sizeOf(frame));
   needsStart_ = needsStart_ && !frame.startsPlayback;
   if (needsStart_) {
-    ++dropped_;
+    if (use == SpoolSegment::Record) ++dropped_;
     return Stored;
   }
-  if (needsPart(frame)) {
-    if (!makePart(parts_.end(), next_, frame)) return Refused;
-    ++next_;
-  }
-  if (!parts_.back().file->append(frame, use)) return Refused;
+  if (needsPart(frame) && !makePart(frame)) return Refused;
+  SpoolSegment& file = *parts_.back().file;
+  const unsigned int unread = file.unread();
+  if (!file.append(frame, use)) return Refused;
   bytes_ += SpoolSegment::sizeOf(frame);
-  ++frames_;
+  frames_ += file.unread() - unread;
   return Stored;
 }
 
@@ -134,26 +132,9 @@ void FrameSpool::forget(Part& part) {
   part.file->remove();
 }
 
-size_t FrameSpool::putBack(const std::deque<StreamFrame>& frames, size_t context) {
-  if (!stores() || frames.empty()) return 0;
-  std::uint32_t number = parts_.empty() ? next_ : parts_.front().number;
-  size_t written = frames.size();
-  // From the last to the first group of equal settings, each before the one that was written.
-  while (written != 0) {
-    size_t first = written - 1;
-    while (first != 0 && *frames[first - 1].settings == *frames[written - 1].settings) --first;
-    if (!makePart(parts_.begin(), --number, frames[first])) break;
-    SpoolSegment& file = *parts_.front().file;
-    for (size_t i = first; i < written; ++i) {
-      if (!file.append(frames[i], i < context ? SpoolSegment::Context : SpoolSegment::Record)) {
-        return frames.size() - written + i - first;
-      }
-      bytes_ += SpoolSegment::sizeOf(frames[i]);
-      ++frames_;
-    }
-    written = first;
-  }
-  return frames.size() - written;
+std::uint64_t FrameSpool::end() const {
+  return parts_.empty() ? placeOf(next_, 0)
+                        : placeOf(parts_.back().number, parts_.back().file->size());
 }
 
 bool FrameSpool::take(StreamFrame& frame) {
@@ -162,10 +143,7 @@ bool FrameSpool::take(StreamFrame& frame) {
     while (part.file->read(frame, use)) {
       --frames_;
       if (part.left) --leftover_;
-      // What was put back before it holds the context too.
-      const bool isNew = part.left && frame.timeMs > lastLeftMs_;
-      if (use == SpoolSegment::Context && !isNew) continue;
-      if (part.left) lastLeftMs_ = frame.timeMs;
+      if (use == SpoolSegment::Context && !part.left) continue;
       frame.spoolPlace = placeOf(part.number, part.file->readOffset());
       return true;
     }

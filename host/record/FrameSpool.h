@@ -39,11 +39,14 @@ class FrameSpool {
   /** Frames that were dropped since the last call, for want of room. */
   [[nodiscard]] std::uint64_t takeDropped();
 
-  /** Adds a frame behind all others; Refused, errno telling why, when it cannot be written. */
+  /**
+   * Adds a frame behind all others; Refused, errno telling why, when it cannot be written. Context
+   * is for another process: this one is not given it.
+   */
   [[nodiscard]] Appended append(const StreamFrame& frame,
                                 SpoolSegment::Use use = SpoolSegment::Record);
-  /** Adds frames before all others; the number that could be written. */
-  [[nodiscard]] size_t putBack(const std::deque<StreamFrame>& frames, size_t context);
+  /** The place behind the frame that was added last. */
+  [[nodiscard]] std::uint64_t end() const;
   /**
    * Takes out the next frame that is to be recorded, with its place. Of an earlier process's frames
    * those that are context come too: it may have ended before they were recorded.
@@ -64,8 +67,7 @@ class FrameSpool {
   [[nodiscard]] std::string pathOf(std::uint32_t number) const;
   void findLeftover();
   [[nodiscard]] bool needsPart(const StreamFrame& frame) const;
-  [[nodiscard]] bool makePart(std::deque<Part>::iterator place, std::uint32_t number,
-                              const StreamFrame& frame);
+  [[nodiscard]] bool makePart(const StreamFrame& frame);
   [[nodiscard]] bool makeDirectory() const;
   void forget(Part& part);
   void dropOldest();
@@ -77,7 +79,6 @@ class FrameSpool {
   std::uint64_t bytes_ = 0;
   std::uint64_t frames_ = 0;
   std::uint64_t leftover_ = 0;
-  std::int64_t lastLeftMs_ = 0;  // time of the last of them that was taken out
   std::uint64_t dropped_ = 0;
   std::uint32_t next_;
   bool needsStart_ = false;  // the group of pictures that comes is incomplete

@@ -120,6 +120,7 @@ void SessionFeed::recallStored(Lock& lock) {
 // One turn of the feed's thread; false when all is done.
 bool SessionFeed::step(Lock& lock) {
   busy_ = false;
+  backlog_.spoolOverdue();
   if (session_ == nullptr) {
     if (finishing_ || KTClock::instance()->elapsed() >= nextTry_) open();
   } else if (hasEnded()) {
@@ -178,6 +179,7 @@ bool SessionFeed::pump() {
     if (!session_->take(*next)) break;
     backlog_.given();
   }
+  backlog_.noteStored(session_->progress().frames);
   const std::uint64_t settled = session_->settled();
   backlog_.settle(settled);
   if (settled > repeated_) pause_ = KTClock::Span(0);

@@ -135,8 +135,13 @@ bool SpoolSegment::append(const StreamFrame& frame, Use use) {
     errno = reason;
     return false;
   }
+  const bool isPassed = use == Context && unread_ == 0;
   size_ += record.size;
-  ++unread_;
+  if (isPassed) {
+    readOffset_ = size_;
+  } else {
+    ++unread_;
+  }
   if (use == Record) ++unrecorded_;
   return true;
 }

@@ -39,7 +39,10 @@ class SpoolSegment {
     return RECORD_HEAD_SIZE + frame.bytes.size;
   }
 
-  /** Appends a frame; false, the file as it was, when it could not be written. */
+  /**
+   * Appends a frame; false, the file as it was, when it could not be written. Context that comes
+   * behind all that was read counts as read.
+   */
   [[nodiscard]] bool append(const StreamFrame& frame, Use use);
   /** The next frame; false, frame unchanged, at the end. */
   [[nodiscard]] bool read(StreamFrame& frame, Use& use);

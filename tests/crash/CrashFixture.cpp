@@ -16,7 +16,6 @@
 #include "host/server/ServerConnection.h"
 #include "store/KTRFile.h"
 #include "tests/support/LogCapture.h"
-#include "tests/support/TestClip.h"
 
 namespace fs = std::filesystem;
 using std::chrono::milliseconds;
@@ -79,7 +78,8 @@ CrashFixture::Recorder CrashFixture::recorder(const std::string& options,
 
 void CrashFixture::begin(Recorder& recorder, const std::string& faults) {
   KtrProcess::Options options;
-  options.arguments = {"record", "--root", root_->path(), "--recorder", recorder.name};
+  options.arguments = {"record", "--root",     root_->path(), "--server",
+                       server_,  "--recorder", recorder.name};
   std::istringstream words(recorder.options);
   for (std::string word; words >> word;) options.arguments.push_back(word);
   ++recorder.runs;
@@ -159,12 +159,12 @@ void CrashFixture::addSent(Recorder& recorder, std::optional<SentFrames::End> ki
 
 void CrashFixture::expectRepaired(const Recorder& recorder) {
   EXPECT_EQ(0, shell(command("repair", recorder) + "--yes-really")) << out() << err();
-  expectClean(recorder.name);
+  expectClean(recorder);
   expectPlays(recorder);
 }
 
-void CrashFixture::expectClean(const std::string& recorder) {
-  EXPECT_EQ(0, shell("$K check --root $R --level full --recorder " + recorder)) << out() << err();
+void CrashFixture::expectClean(const Recorder& recorder) {
+  EXPECT_EQ(0, shell(command("check", recorder) + "--level full")) << out() << err();
 }
 
 // The frame log of a player has the pictures alone, so sound is read where it is stored.

@@ -157,10 +157,30 @@ TEST_F(FrameSpoolTest, ContextIsForAnotherProcess) {
   EXPECT_THAT(take(), ElementsAre(1, 2));
 }
 
-TEST_F(FrameSpoolTest, WhatIsPutBackComesFirst) {
-  append(3);
-  EXPECT_EQ(2U, spool_->putBack({frame(1, true), frame(2, false)}, 0));
-  EXPECT_THAT(take(), ElementsAre(1, 2, 3));
+TEST_F(FrameSpoolTest, ContextAloneIsNothingToTake) {
+  append(1);
+  EXPECT_THAT(take(), ElementsAre(1));
+  ASSERT_EQ(FrameSpool::Stored, spool_->append(frame(2, false), SpoolSegment::Context));
+  EXPECT_TRUE(spool_->empty());
+  reopen();
+  EXPECT_THAT(take(), ElementsAre(1, 2));
+}
+
+TEST_F(FrameSpoolTest, ContextOfAnEarlierTimeComesTooAfterAStepOfTheClock) {
+  append(5'000);
+  ASSERT_EQ(FrameSpool::Stored, spool_->append(frame(1'000, true), SpoolSegment::Context));
+  reopen();
+  EXPECT_THAT(take(), ElementsAre(5'000, 1'000));
+}
+
+TEST_F(FrameSpoolTest, ContextGoesWhenItIsSettled) {
+  ASSERT_EQ(FrameSpool::Stored, spool_->append(frame(1, true), SpoolSegment::Context));
+  const std::uint64_t first = spool_->end();
+  ASSERT_EQ(FrameSpool::Stored, spool_->append(frame(2, false), SpoolSegment::Context));
+  spool_->settle(first);
+  EXPECT_EQ(1U, files().size());
+  spool_->settle(spool_->end());
+  EXPECT_TRUE(files().empty());
 }
 
 TEST_F(FrameSpoolTest, OtherSettingsAreAnotherFile) {
