@@ -4,17 +4,17 @@
 #include <cstdlib>
 #include <filesystem>
 
+#include "host/check/SessionFiles.h"
 #include "host/record/SidecarWriter.h"
 #include "recording/KTRAudioStreamRecordSession.h"
 #include "recording/KTRVideoStreamRecordSession.h"
 #include "runtime/KTRFrameWriter.h"
 #include "runtime/LittleEndian.h"
+#include "store/KTRFile.h"
 
 namespace {
 
 constexpr long FLUSH_SECONDS = 11;  // a frame that comes so late brings those before it to the disk
-constexpr unsigned int RECORD_HEAD_SIZE = 8;
-constexpr unsigned int RING = 256;
 
 long serverSecond() {
   return KTTimeValue::now().tv_sec;
@@ -87,18 +87,29 @@ bool FedSession::fits(const StreamFrame& frame) const {
   return frame.timeMs >= lastMs_ && progress().sliceIndex < LAST_SLICE;
 }
 
-bool FedSession::isLate(const StreamFrame& frame) const {
+bool FedSession::isLate(long frameSecond) const {
   const long clock = serverSecond() - offset_;
-  return std::labs(static_cast<long>(frame.timeMs / 1000) - clock) > LARGEST_LAG_SECONDS;
+  return std::labs(frameSecond - clock) > LARGEST_LAG_SECONDS;
+}
+
+// Sound that waits while the session stands still is placed by the clock of the moment when it goes
+// on: behind a midnight that would be another day. Pictures need no such care, since their session
+// ends when it has stood still for three minutes.
+void FedSession::holdClock() {
+  if (settings_->isSound() && progress().frames < taken_ && isLate(lastTime())) {
+    tellTime(lastTime());
+  }
 }
 
 bool FedSession::take(const StreamFrame& frame) {
   look();
+  holdClock();
   if (!alive() || queueLength() >= LONGEST_QUEUE) return false;
-  if (frame.startsPlayback && isLate(frame)) {
+  const auto second = static_cast<long>(frame.timeMs / 1000);
+  if (frame.startsPlayback && isLate(second)) {
     // Sound is told the time beside its queue: not while frames of the time before are in it.
     if (settings_->isSound() && progress().frames != taken_) return false;
-    tellTime(static_cast<long>(frame.timeMs / 1000));
+    tellTime(second);
   }
   if (session_->commit(frame.bytes, KTRMessageType::FrameData, KTMessage::NormalPriority) != 0) {
     return false;
@@ -112,6 +123,7 @@ bool FedSession::take(const StreamFrame& frame) {
 // time; what was in the file so long before a frame came is therefore on disk.
 std::uint64_t FedSession::settled() {
   look();
+  holdClock();
   const Sample now{serverSecond(), progress().frames};
   if (now.frames > last_.frames) {
     while (!samples_.empty() && samples_.front().second <= last_.second - FLUSH_SECONDS) {
@@ -184,7 +196,7 @@ std::uint64_t FedSession::close() {
                                    [](const Opened& each) { return !each.filePrefix.empty(); });
   session_.reset();  // step E1
   if (!isKnown) return 0;
-  const std::uint64_t expected = stored.bytes + stored.frames * RECORD_HEAD_SIZE;
+  const std::uint64_t expected = stored.bytes + stored.frames * KTRFile::RECORD_HEAD_SIZE;
   const std::uint64_t found = bytesOnDisk();
   return found < expected ? expected - found : 0;
 }
@@ -192,7 +204,7 @@ std::uint64_t FedSession::close() {
 std::uint64_t FedSession::bytesOnDisk() const {
   std::uint64_t bytes = 0;
   for (const Opened& each : opened_) {
-    for (unsigned int slice = 0; slice < RING; ++slice) {
+    for (unsigned int slice = 0; slice < SessionFiles::RING; ++slice) {
       std::error_code error;
       const auto size =
           std::filesystem::file_size(each.filePrefix + "F" + std::to_string(slice) + ".dat", error);
