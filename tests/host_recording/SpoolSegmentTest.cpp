@@ -34,7 +34,7 @@ class SpoolSegmentTest : public testing::Test {
   std::int64_t read() {
     StreamFrame next;
     SpoolSegment::Use use = SpoolSegment::Record;
-    return file_->read(next, use) ? next.timeMs : -1;
+    return file_ != nullptr && file_->read(next, use) ? next.timeMs : -1;
   }
 
   TempDir dir_;
