@@ -72,7 +72,7 @@ TEST_F(SpoolSegmentTest, AnotherProcessBeginsBehindWhatIsSettled) {
   append(2);
   EXPECT_EQ(1, read());
   file_->settle(file_->readOffset());
-  reopen();
+  ASSERT_NO_FATAL_FAILURE(reopen());
   EXPECT_EQ(1U, file_->unread());
   EXPECT_EQ(2, read());
 }
@@ -85,7 +85,7 @@ TEST_F(SpoolSegmentTest, ContextBehindAllThatWasReadCountsAsRead) {
   EXPECT_EQ(2U, file_->unread());
   EXPECT_EQ(1U, file_->unrecorded());
   EXPECT_EQ(2, read());
-  reopen();
+  ASSERT_NO_FATAL_FAILURE(reopen());
   EXPECT_EQ(1, read());
 }
 
@@ -96,7 +96,7 @@ TEST_F(SpoolSegmentTest, ADamagedRecordEndsTheFile) {
   bytes.seekp(static_cast<std::streamoff>(std::filesystem::file_size(path_)) - 1);
   bytes.put(1);
   bytes.close();
-  reopen();
+  ASSERT_NO_FATAL_FAILURE(reopen());
   EXPECT_EQ(1, read());
   EXPECT_EQ(-1, read());
 }
