@@ -84,18 +84,29 @@ bool FedSession::fits(const StreamFrame& frame) const {
   return frame.timeMs >= lastMs_ && progress().sliceIndex < LAST_SLICE;
 }
 
-bool FedSession::isLate(const StreamFrame& frame) const {
+bool FedSession::isLate(long frameSecond) const {
   const long clock = serverSecond() - offset_;
-  return std::labs(static_cast<long>(frame.timeMs / 1000) - clock) > LARGEST_LAG_SECONDS;
+  return std::labs(frameSecond - clock) > LARGEST_LAG_SECONDS;
+}
+
+// Sound that waits while the session stands still is placed by the clock of the moment when it goes
+// on: behind a midnight that would be another day. Pictures need no such care, since their session
+// ends when it has stood still for three minutes.
+void FedSession::holdClock() {
+  if (settings_->isSound() && progress().frames < taken_ && isLate(lastTime())) {
+    tellTime(lastTime());
+  }
 }
 
 bool FedSession::take(const StreamFrame& frame) {
   look();
+  holdClock();
   if (!alive() || queueLength() >= LONGEST_QUEUE) return false;
-  if (frame.startsPlayback && isLate(frame)) {
+  const auto second = static_cast<long>(frame.timeMs / 1000);
+  if (frame.startsPlayback && isLate(second)) {
     // Sound is told the time beside its queue: not while frames of the time before are in it.
     if (settings_->isSound() && progress().frames != taken_) return false;
-    tellTime(static_cast<long>(frame.timeMs / 1000));
+    tellTime(second);
   }
   if (session_->commit(frame.bytes, KTRMessageType::FrameData, KTMessage::NormalPriority) != 0) {
     return false;
@@ -109,6 +120,7 @@ bool FedSession::take(const StreamFrame& frame) {
 // time; what was in the file so long before a frame came is therefore on disk.
 std::uint64_t FedSession::settled() {
   look();
+  holdClock();
   const Sample now{serverSecond(), progress().frames};
   if (now.frames > last_.frames) {
     while (!samples_.empty() && samples_.front().second <= last_.second - FLUSH_SECONDS) {

@@ -44,7 +44,8 @@ class FedSession {
   [[nodiscard]] KTRRecordProgress progress() const { return session_->progress(); }
   [[nodiscard]] unsigned int queueLength() const { return session_->queueLength(); }
   [[nodiscard]] std::uint64_t taken() const { return taken_; }
-  /** Frames that are on disk for sure; to be called often. */
+  /** Frames that are on disk for sure; to be called often, as the session's clock is seen to too.
+   */
   [[nodiscard]] std::uint64_t settled();
   /** Whether the next frame brings others to the disk. */
   [[nodiscard]] bool flushIsDue() const;
@@ -89,7 +90,8 @@ class FedSession {
   void open(const StreamFrame& first);
   void look();
   void tellTime(long frameSecond);
-  [[nodiscard]] bool isLate(const StreamFrame& frame) const;
+  void holdClock();
+  [[nodiscard]] bool isLate(long frameSecond) const;
 
   KTRStreamRecordParams params_;
   const std::shared_ptr<const StreamSettings> settings_;

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <numeric>
+#include <system_error>
 #include <utility>
 
 #include "runtime/KTLogger.h"
@@ -232,9 +232,9 @@ bool FeedBacklog::spoolHand(SpoolSegment::Use waiting) {
 void FeedBacklog::spoolFailed() {
   spoolRetry_ = KTClock::instance()->elapsed() + SPOOL_PAUSE;
   if (std::exchange(spoolIsFaulty_, true)) return;
-  KTLogger::instance()->log(KTLogger::Warning,
-                            "stream %d: cannot write to %s (%s): frames wait in memory", streamId_,
-                            spool_.directory().c_str(), std::strerror(errno));
+  KTLogger::instance()->log(
+      KTLogger::Warning, "stream %d: cannot write to %s (%s): frames wait in memory", streamId_,
+      spool_.directory().c_str(), std::generic_category().message(errno).c_str());
 }
 
 void FeedBacklog::bound() {

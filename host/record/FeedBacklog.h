@@ -33,13 +33,13 @@
 class FeedBacklog {
  public:
   /** Frames that wait in memory for a session before the spool is used. */
-  static constexpr std::uint64_t SHARE_IN_HAND = 4 * 1024 * 1024;
+  static constexpr std::uint64_t SHARE_IN_HAND = 4U << 20;
   /** Frames that wait in memory at most, where there is no spool or it takes no more. */
-  static constexpr std::uint64_t LARGEST_WAIT = 64 * 1024 * 1024;
+  static constexpr std::uint64_t LARGEST_WAIT = 64U << 20;
   /** Frames in hand at most before no more are read from the spool. */
-  static constexpr std::uint64_t LARGEST_HAND = 64 * 1024 * 1024;
+  static constexpr std::uint64_t LARGEST_HAND = 64U << 20;
   /** Of a group of pictures that is on disk, the most that is kept to begin again with. */
-  static constexpr std::uint64_t LARGEST_GROUP = 32 * 1024 * 1024;
+  static constexpr std::uint64_t LARGEST_GROUP = 32U << 20;
   /** A spool that refused a frame is tried again after this. */
   static constexpr KTClock::Span SPOOL_PAUSE = std::chrono::seconds(30);
   /** The flush interval: nothing stays in memory for longer where the session does not get on. */

@@ -20,7 +20,7 @@ namespace {
 
 constexpr const char* EXTENSION = ".spool";
 constexpr std::uint32_t FIRST_NUMBER = 1;
-constexpr std::uint64_t LARGEST_PART = 16 * 1024 * 1024;
+constexpr std::uint64_t LARGEST_PART = 16U << 20;
 constexpr std::uint64_t PARTS = 16;  // of a full spool, at least
 
 std::uint64_t placeOf(std::uint32_t number, std::uint32_t offset) {

@@ -30,9 +30,9 @@ void SessionRows::setFreeStart(unsigned int id, unsigned int stream, long start)
     const KTVector<KTString> columns = others[i].tokenize(',');
     if (columns.count() > 3) taken.insert(static_cast<long>(columns[3].toUInt(0)));
   }
-  if (row.start_time != 0 && taken.count(start) == 0) return;
+  if (row.start_time != 0 && !taken.contains(start)) return;
   long free = start;
-  while (taken.count(free) != 0) ++free;
+  while (taken.contains(free)) ++free;
   rows->updateStartTime(id, free);
   rows->updateDataBase(true);
 }

@@ -152,7 +152,7 @@ bool SpoolSegment::read(StreamFrame& frame, Use& use) {
   if (unread_ == 0 || !readHead(readOffset_, head)) return false;
   const std::uint32_t length = loadLittleEndian(head);
   KTDataBlock bytes(length);
-  const auto got = readFully(file_.get(), bytes.writable(), length, readOffset_ + sizeof head);
+  const auto got = readFully(file_.get(), bytes.writable(), length, readOffset_ + RECORD_HEAD_SIZE);
   faulty_ = faulty_ || got < 0;
   if (got != static_cast<ssize_t>(length) ||
       sumOf(bytes.data, length, sumOf(head, SUM_OFFSET)) != loadLittleEndian(head + SUM_OFFSET)) {

@@ -3,9 +3,7 @@
 #include <algorithm>
 #include <csignal>
 #include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <set>
 #include <sstream>
 #include <thread>
@@ -15,6 +13,7 @@
 #include "host/server/PrivateServer.h"
 #include "host/server/ServerConnection.h"
 #include "store/KTRFile.h"
+#include "tests/support/FileText.h"
 #include "tests/support/LogCapture.h"
 
 namespace fs = std::filesystem;
@@ -26,11 +25,6 @@ constexpr int SOUND = 128;  // between the numbers of a stream and of its sound
 constexpr std::int64_t NEXT_RUN_MS = 2500;
 constexpr std::int64_t AHEAD_MS = 3000;
 constexpr std::int64_t LOOK_MS = 50;
-
-std::string contentsOf(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
 
 bool hasFile(const fs::path& directory, const std::string& ending) {
   std::error_code ignored;  // directories come while it looks
@@ -244,7 +238,7 @@ std::map<std::string, size_t> CrashFixture::files(const Recorder& recorder) {
   std::map<std::string, size_t> found;
   for (const auto& entry : fs::recursive_directory_iterator(directory(recorder))) {
     if (!entry.path().filename().string().starts_with("record_")) continue;
-    found[entry.path()] = std::hash<std::string>()(contentsOf(entry.path()));
+    found[entry.path()] = std::hash<std::string>()(::contents(entry.path()));
   }
   return found;
 }
