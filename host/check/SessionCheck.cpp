@@ -54,14 +54,12 @@ void SessionCheck::add(Finding::Kind kind, const std::function<void(Finding&)>& 
 
 void SessionCheck::checkWithoutRow() {
   const SessionFiles& files = *subject_->files;
-  const bool nothing =
-      files.slices.empty() && !files.audioHeader && !files.sidecar && files.leftovers.empty();
-  if (subject_->live || nothing) return;
+  const bool isOfDamaged = files.damaged || (!files.audioHeader && !files.sidecar);
+  if (subject_->live || (files.slices.empty() && files.leftovers.empty() && isOfDamaged)) return;
   add(files.hasContent() ? Finding::FilesWithoutRows : Finding::Leftover, [&](Finding& each) {
     each.count = std::max<uint64_t>(1, files.slices.size());
     each.bytes = files.bytes();
     each.detail = files.prefix;
-    if (!files.hasContent()) each.removes = each.count;
   });
   if (level_ != CheckLevel::Full) return;
   SessionWalk walk(files, 0);
@@ -81,7 +79,6 @@ void SessionCheck::checkWithoutFootage() {
   for (const auto& [slice, count] : tables_.rowsBySlice(row.id)) rows += count;
   add(halfBorn ? Finding::HalfBorn : Finding::RowsWithoutFiles, [&](Finding& each) {
     each.count = 1 + rows;
-    each.removes = 1 + rows;
     if (!halfBorn) each.detail = "began " + TimeText::format(row.start);
   });
 }

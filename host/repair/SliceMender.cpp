@@ -57,7 +57,7 @@ uint64_t copy(SliceFile& from, const std::vector<Range>& ranges, DurableFile& to
 }
 
 std::string damagedPath(const std::string& path) {
-  return path.substr(0, path.rfind('.')) + ".damaged";
+  return path.substr(0, path.rfind('.')) + SessionFiles::DAMAGED;
 }
 
 }  // namespace
