@@ -84,7 +84,7 @@ void RepairRun::guard() const {
 
 RepairRun::Result RepairRun::mend(KTR_DB_handle& handle) {
   result_ = Result();
-  guard();  // step P3
+  guard();
   TableWriter writer(handle);
   writer.makeIndexTable();  // step P4
   (void)SessionIdFloor::raise(handle, options_.check.directory);

@@ -12,6 +12,7 @@
 namespace {
 
 constexpr unsigned int HAS_DATA = 1;
+constexpr int ATTEMPTS = 3;             // when the connection is lost
 constexpr long AUDIO_HEADER_LEAD = 60;  // seconds that the header of sound may come before it
 
 }  // namespace
@@ -101,23 +102,28 @@ void SessionMender::mendRows() {
   if (!start) return;
   const bool newSettings = !work_->subject->row || has(Finding::NoSettings);
   if (newSettings) row.settings = writer_.settingsId(work_->identity.settings);
-  try {
-    writer_.begin();
-    writer_.removeIndex(row.id);
-    const Footage footage =
-        Footage::read(files_, *start, row.fps,
-                      [&](const TableWriter::IndexRow& each) { writer_.addRow(row.id, each); });
-    correct(row, footage);
-    if (work_->subject->row) {
-      writer_.updateSession(row);
-    } else {
-      writer_.addSession(row);
+  for (int attempt = 1;; ++attempt) {
+    try {
+      return writeRows(row, *start);
+    } catch (const HostError&) {
+      if (!writer_.abandon() || attempt == ATTEMPTS) throw;
     }
-    writer_.commit();
-  } catch (const HostError&) {
-    writer_.abandon();
-    throw;
   }
+}
+
+void SessionMender::writeRows(RecorderTables::Session row, long start) {
+  writer_.begin();
+  writer_.removeIndex(row.id);
+  const Footage footage =
+      Footage::read(files_, start, row.fps,
+                    [&](const TableWriter::IndexRow& each) { writer_.addRow(row.id, each); });
+  correct(row, footage);
+  if (work_->subject->row) {
+    writer_.updateSession(row);
+  } else {
+    writer_.addSession(row);
+  }
+  writer_.commit();
 }
 
 void SessionMender::correct(RecorderTables::Session& row, const Footage& footage) {

@@ -81,7 +81,7 @@ SliceMender::Result SliceMender::mend(const std::string& path) {
   mended.finish();
   result.unreadable = old.error() != 0;
   if (result.unreadable) return result;
-  DurableFile::copyTimes(path, mended.path());
+  DurableFile::copyAttributes(path, mended.path());
   DurableFile::rename(mended.path(), path);
   return result;
 }

@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -9,6 +10,8 @@
 #include "host/HostError.h"
 #include "host/record/SessionSidecar.h"
 #include "tests/host_recording/RepairFixture.h"
+#include "tests/support/ClientCalls.h"
+#include "tests/support/FaultCalls.h"
 
 namespace fs = std::filesystem;
 using testing::Contains;
@@ -51,6 +54,12 @@ class RepairRunTest : public RepairFixture {
       fs::copy_file(path, other + fs::path(path).filename().string());
     }
     return other;
+  }
+  /** Repairs without looking at what comes of it. */
+  RepairRun::Result tryToRepair() {
+    RepairRun run({options(CheckLevel::Full), stream_, true});
+    (void)run.survey(db());
+    return run.mend(*db());
   }
   [[nodiscard]] Removals removals() {
     RepairRun run({options(CheckLevel::Full), stream_});
@@ -269,6 +278,102 @@ TEST_F(RepairRunTest, FinishesAMoveThatWasCutOff) {
   repair();
   EXPECT_THAT(rows("SELECT id FROM recordSessions"), ElementsAre("1", "2", "9"));
   EXPECT_FALSE(fs::exists(other + name));
+}
+
+TEST_F(RepairRunTest, AMoveTakesNoNameThatAnotherFileBears) {
+  recordTwo();
+  const std::string other = copySecond();
+  const std::string name = other + "record_ktr_cam_R";
+  fs::create_hard_link(name + "2_F0.dat", name + "9_F0.dat");
+  write(name + "9_F1.dat", "another file");
+  EXPECT_THROW((void)tryToRepair(), HostError);
+  EXPECT_EQ(read(slicePath(2, 1)), read(name + "2_F1.dat"));
+  EXPECT_EQ("another file", read(name + "9_F1.dat"));
+}
+
+TEST_F(RepairRunTest, AMoveRemovesNoNameBeforeTheNewOnesAreOnTheDisk) {
+  recordTwo();
+  const std::string other = copySecond();
+  FaultCalls faults;
+  faults.fail("fsync", "/2023/11/01", EIO, {1, FaultCalls::ALWAYS});
+  EXPECT_THROW((void)tryToRepair(), HostError);
+  for (const std::string& path : slices(2)) {
+    EXPECT_EQ(read(path), read(other + fs::path(path).filename().string()));
+  }
+  faults.restore();
+  repair();
+  EXPECT_THAT(rows("SELECT id FROM recordSessions"), ElementsAre("1", "2", "3"));
+}
+
+TEST_F(RepairRunTest, RowsAreWrittenAgainWhenTheConnectionIsLostMeanwhile) {
+  recordTwo();
+  for (const char* statement :
+       {"DELETE FROM dataStreams", "INSERT IGNORE", "UPDATE recordSessions", "COMMIT"}) {
+    SCOPED_TRACE(statement);
+    exec("UPDATE dataStreams SET _offset=_offset+1 WHERE _id=1");
+    exec("UPDATE recordSessions SET end_time=end_time+900 WHERE id=1");
+    ClientCalls calls;
+    calls.failNextStatements(statement, {2013});
+    expectNothingLost();
+  }
+  stream_ = STREAM;
+  exec("DELETE FROM recordSessions WHERE id=1");
+  ClientCalls calls;
+  calls.failNextStatements("REPLACE INTO recordSessions", {2013});
+  expectNothingLost();
+}
+
+TEST_F(RepairRunTest, LeavesWhatCannotBeReadAlone) {
+  recordTwo();
+  write(slice(0), "garbage" + read(slice(0)));
+  const auto rowsBefore = tables();
+  const auto filesBefore = files();
+  FaultCalls faults;
+  faults.fail("pread", "_R1_F1.dat", EIO, {1, FaultCalls::ALWAYS});
+  const RepairRun::Result result = tryToRepair();
+  EXPECT_THAT(result.problems,
+              ElementsAre(testing::StartsWith("session 1 has slices that cannot be read: ")));
+  faults.restore();
+  EXPECT_EQ(rowsBefore, tables());
+  EXPECT_EQ(filesBefore, files());
+  expectNothingLost();
+}
+
+TEST_F(RepairRunTest, ADiskThatRefusesCostsNeitherFilesNorRows) {
+  recordTwo();
+  write(slice(1), "garbage" + read(slice(1)));
+  append(slices().back(), std::string("\xA7\xA6\xA5\xA4\xFF\xFF", 6));
+  exec("DELETE FROM dataStreams WHERE _id=1 AND _time%3=0");
+  const auto rowsBefore = tables();
+  std::map<std::string, std::string> before;
+  for (const std::string& path : slices()) before[path] = read(path);
+  struct Failure {
+    const char* call;
+    const char* path;
+    int error;
+  };
+  for (const Failure& each :
+       {Failure{"open", ".damaged", ENOSPC}, Failure{"write", ".damaged", ENOSPC},
+        Failure{"fsync", ".damaged", EIO}, Failure{"open", ".unfinished", ENOSPC},
+        Failure{"write", ".unfinished", ENOSPC}, Failure{"fsync", ".unfinished", EIO},
+        Failure{"rename", "_F1.dat", EIO}}) {
+    SCOPED_TRACE(std::string(each.call) + " " + each.path);
+    FaultCalls faults;
+    faults.fail(each.call, each.path, each.error, {1, FaultCalls::ALWAYS});
+    const RepairRun::Result result = tryToRepair();
+    EXPECT_EQ(1U, result.problems.size());
+    EXPECT_EQ(rowsBefore, tables());
+    for (const auto& [path, bytes] : before) EXPECT_EQ(bytes, read(path)) << path;
+  }
+  expectNothingLost();
+}
+
+TEST_F(RepairRunTest, AMendedSliceHasTheRightsOfTheOldOne) {
+  recordTwo();
+  write(slice(1), "garbage" + read(slice(1)));
+  fs::permissions(slice(1), fs::perms(0600));
+  repair();
+  EXPECT_EQ(fs::perms(0600), fs::status(slice(1)).permissions());
 }
 
 TEST_F(RepairRunTest, MendsTheSecondOfTwoSessionsOfOneId) {
