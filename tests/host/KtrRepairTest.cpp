@@ -208,6 +208,19 @@ TEST_F(KtrRepairTest, GoesOnAfterItWasKilledAnywhere) {
   expectAllPlays();
 }
 
+TEST_F(KtrRepairTest, ANewServerBesideTheOldSpool) {
+  lease_.reset();
+  fs::rename(root_->paths().dataDirectory(), path("data.damaged"));
+  const std::string waiting = root_->paths().directory() + "/spool/cam/1/0.spool";
+  fs::create_directories(fs::path(waiting).parent_path());
+  std::ofstream(waiting) << "frames";
+  lease_.emplace(ServerLease::acquire(root_->paths()));
+  EXPECT_EQ(0, ktr("repair")) << err();
+  expectClean();
+  expectAllPlays();
+  EXPECT_TRUE(fs::exists(waiting));
+}
+
 TEST_F(KtrRepairTest, ARecordingWithoutItsDatabaseKeepsOutOfOldFiles) {
   loseDatabase();
   EXPECT_EQ(0, ktr("record", "3=$D/2.mkv")) << err();
