@@ -50,6 +50,7 @@ void CrashFixture::SetUpTestSuite() {
        .keyInterval = 20,
        .size = "320x240",
        .encoderOptions = "-b:v 3M -minrate 3M -maxrate 3M -bufsize 1M -x264-params nal-hrd=cbr"});
+  TestClip::make(clips_->path() + "/onekey.mp4", {.seconds = 20, .keyInterval = 1000});
   TestClip::makeBeeps(clips_->path() + "/sound.mp4", "aac", {.seconds = 60, .keyInterval = 25});
   startServer();
 }
