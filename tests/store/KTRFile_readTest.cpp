@@ -154,6 +154,20 @@ TEST_F(KTRFile_readTest, TheBufferGrowsAsIfTheWholeBlockHadComeAtOnce) {
   expectFrames(100, 500, 20'000);
 }
 
+TEST_F(KTRFile_readTest, ARefillBeginsTheBufferAnew) {
+  constexpr unsigned int UNREAD = BLOCK - 420 * 20'008;  // at the first call with less than 2 MiB
+  record(0, 1100, 20'000);
+  openReader();
+  expectFrames(0, 500, 20'000);
+  log_.clear();
+  reader_->addtoReadBuffer(KTDataBlock(0x1400000 - BLOCK - UNREAD));
+  EXPECT_EQ(log_.countContaining("VERY BAD!"), 0U);
+  reader_->addtoReadBuffer(payload(0, 50));
+  EXPECT_TRUE(log_.has(64,
+                       "VERY BAD! DO Resize of the ReadBuffer size:20971520 bytes full: 1600640 "
+                       "bytes blocksize to insert:50 bytes!"));
+}
+
 TEST_F(KTRFile_readTest, ABadPlaceDeepInABlockEndsTheReadThere) {
   record(0, 400, 20'000);
   openReader();
