@@ -4,8 +4,8 @@
 
 /**
  * Breaks this process's calls into the file system: open, close, mkdir, pread, pwrite, write,
- * fsync, ftruncate, rename (by the new name) and unlink fail, or transfer less than they were asked
- * to. Each fault is noted in FaultLog.
+ * fsync, ftruncate, rename (by the new name), unlink and fcntl (where it changes a descriptor's
+ * flags) fail, or transfer less than they were asked to. Each fault is noted in FaultLog.
  *
  * The program ktr takes the same faults when the module ktr_faults is preloaded into it: one a line
  * in the variable KTR_FAULTS, as text() writes them. There the error KILL ends the process in place
