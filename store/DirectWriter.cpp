@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr size_t IN_PAGE = DirectWriter::PAGE_SIZE - 1;
+constexpr size_t IN_PAGE = DirectWriter::PAGE_BYTES - 1;
 
 // The descriptor's writes go past the cache for as long as this lives.
 class DirectMode {
@@ -32,17 +32,26 @@ class DirectMode {
   bool on_;
 };
 
+bool isRefusal(int error) {
+  return error == EINVAL || error == EOPNOTSUPP || error == ENOSYS;
+}
+
+// Where all pages at once find no room, the first of them may.
+bool isShortage(int error) {
+  return error == ENOSPC || error == EDQUOT || error == ENOMEM;
+}
+
 bool beginsPage(const unsigned char* p) {
   return (reinterpret_cast<std::uintptr_t>(p) & IN_PAGE) == 0;
 }
 
 }  // namespace
 
-// No page is written both ways by one call: what goes through the cache before and behind the pages
+// No page is written both ways by a whole call: what goes through the cache before and behind the pages
 // lies in other pages, and a page that the cache holds of them is written out and dropped by the
 // kernel first. That keeps readers of the live file exact.
 ssize_t DirectWriter::write(int fd, const unsigned char* src, size_t n, off_t offset) {
-  const size_t head = (PAGE_SIZE - static_cast<size_t>(offset)) & IN_PAGE;
+  const size_t head = (PAGE_BYTES - static_cast<size_t>(offset)) & IN_PAGE;
   const size_t pages = n < head ? 0 : (n - head) & ~IN_PAGE;
   if (refused_ || pages < LEAST_DIRECT || !beginsPage(src + head)) {
     return writeFully(fd, src, n, offset);
@@ -67,8 +76,6 @@ ssize_t DirectWriter::writePages(int fd, const unsigned char* src, size_t n, off
     if (put < 0 && errno != EINTR) break;
   }
   if (put >= 0) return put;
-  if (!mode.on() || errno == EINVAL) refused_ = true;
-  // Where all pages at once find no room, the first of them may.
-  const bool full = errno == ENOSPC || errno == EDQUOT;
-  return refused_ || full ? 0 : -1;
+  refused_ = !mode.on() || isRefusal(errno);
+  return refused_ || isShortage(errno) ? 0 : -1;
 }

@@ -10,7 +10,7 @@
  * the cache sees what was written all the same.
  *
  * Whole pages go to the disk straight from the caller's memory, which must stand in its page as
- * they stand in theirs (address and offset are the same modulo PAGE_SIZE); the bytes before and
+ * they stand in theirs (address and offset are the same modulo PAGE_BYTES); the bytes before and
  * behind them go through the cache. A small piece, or one that stands otherwise, is written through
  * the cache as a whole, and so is everything once the file system has refused.
  *
@@ -21,7 +21,7 @@
  */
 class KTR_API DirectWriter {
  public:
-  static constexpr size_t PAGE_SIZE = 4096;
+  static constexpr size_t PAGE_BYTES = 4096;
   /** Pages of fewer bytes are not worth a way of their own. */
   static constexpr size_t LEAST_DIRECT = 256 * 1024;
 

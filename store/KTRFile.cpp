@@ -23,10 +23,10 @@ KTRFile::KTRFile(const KTString& prefix, unsigned char fileIndex, int openFlags,
       prevFileIndex_(fileIndex),
       sliceMaxSize_(sliceMaxSize),
       prefix_(prefix),
-      readBuffer_(READ_BUFFER_SIZE + PAGE_SIZE),
+      readBuffer_(READ_BUFFER_SIZE + PAGE_BYTES),
       curFileIndex_(fileIndex) {
   writeBuffer_.reserve(PAGED_BLOCK_SIZE);
-  writeBuffer_.resize(WRITE_BUFFER_SIZE + PAGE_SIZE);
+  writeBuffer_.resize(WRITE_BUFFER_SIZE + PAGE_BYTES);
   setVideoFileName(prefix, fileIndex);
   if (open(openFlags, DEFAULT_MODE) != 0) {
     KTLogger::instance()->log(KTLogger::Error, "KTRFile %s opened Failed !!!!",
@@ -48,6 +48,7 @@ void KTRFile::setVideoFileName(const KTString& prefix, unsigned int index) {
 #pragma GCC diagnostic pop
 
 void KTRFile::_remove() {
+  bringIn(readBuffDataAvailableSize());
   if (remove() != 0) {
     KTLogger::instance()->log(KTLogger::Error, "[ REMOVE FILE ERROR] : %s", KTFile::name().c_str());
   }
@@ -121,13 +122,13 @@ unsigned int KTRFile::addtoWriteBuffer(const KTDataBlock& b) {
 
 // A page of the buffer is no room for bytes: they begin within it, see appendToWriteBuffer().
 unsigned int KTRFile::writeRoom() const {
-  return writeBuffer_.size - PAGE_SIZE;
+  return writeBuffer_.size - PAGE_BYTES;
 }
 
 // The bytes stand in their page of memory as they will stand in their page of the file, so that
 // whole pages can be written from where they are.
 void KTRFile::appendToWriteBuffer(const unsigned char* p, unsigned int n) {
-  if (writeFill_ == 0) writeBegin_ = static_cast<unsigned int>(pos()) % PAGE_SIZE;
+  if (writeFill_ == 0) writeBegin_ = static_cast<unsigned int>(pos()) % PAGE_BYTES;
   if (n > writeRoom() - writeFill_) growWriteBuffer(n);
   if (n != 0) std::memcpy(writeBuffer_.writable() + writeBegin_ + writeFill_, p, n);
   writeFill_ += n;

@@ -17,8 +17,9 @@
  * Owns: the open slice and both buffers.
  * Threads: one thread at a time for each object; readers of a live chain use objects of their own
  *   and see what the writer has flushed.
- * Blocks: writeKTRData() once in 11 seconds for one large write; readKTRData() for one large read
- *   when less than 2 MiB of what was read ahead is left.
+ * Blocks: writeKTRData() once in 11 seconds for one large write; readKTRData() for a piece of up to
+ *   256 KiB of what it reads ahead, at some calls. What it has not yet brought in then goes with the
+ *   descriptor: KTFile's own close() and open() drop it, _close() and _remove() do not.
  * Errors: 0 or -1, with a log line. A failed slice open shows in later operations; a failed flush
  *   drops what was buffered.
  * Units: bytes; times in seconds; frame stamps in milliseconds since midnight.
@@ -83,7 +84,7 @@ class KTR_API KTRFile : public KTFile {
   [[nodiscard]] int _read(KTDataBlock& out, int size);
 
  private:
-  static constexpr unsigned int PAGE_SIZE = DirectWriter::PAGE_SIZE;
+  static constexpr unsigned int PAGE_BYTES = DirectWriter::PAGE_BYTES;
   static constexpr unsigned int FIRST_PIECE_SIZE = 0x8000;  // a first frame waits for no more
 
   [[nodiscard]] int flush();
@@ -127,6 +128,7 @@ class KTR_API KTRFile : public KTFile {
   unsigned int readFill_ = 0;
   int movedBy_ = 0;          // to the front, of the bytes in readBuffer_, since the last refill
   unsigned int unread_ = 0;  // bytes that were taken hold of and are to follow in readBuffer_
+  long heldAt_ = 0;          // position of the first of them
   unsigned int pieceSize_ = FIRST_PIECE_SIZE;
   unsigned int readOffset_ = 0;
   unsigned int curFileIndex_;

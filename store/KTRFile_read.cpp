@@ -42,7 +42,7 @@ int KTRFile::readKTRData(KTDataBlock& out) {
 // A block is read ahead in two steps: takeHold() moves the position behind it, and bringIn() reads
 // its bytes in pieces as records want them. A piece is copied on while the processor's own cache
 // still has it, and a first frame costs no whole block. What is held is of the slice that is open,
-// and comes in before another one is opened.
+// and comes in before another one is opened; who moves the position meanwhile changes nothing of it.
 void KTRFile::refill() {
   compact();
   movedBy_ = -static_cast<int>(readPos_);
@@ -75,11 +75,13 @@ void KTRFile::bringInFirst(unsigned int markerSize) {
 
 // The size of the slice's next block, 0 at the end of the slice, or -1.
 int KTRFile::takeHold() {
+  if (pos() != heldAt_ + static_cast<long>(unread_)) bringIn(readBuffDataAvailableSize());
   struct stat status {};
   if (fstat(handle(), &status) != 0) return -1;
   const auto left = static_cast<long>(status.st_size) - pos();
   if (left <= 0) return 0;
   const auto count = static_cast<unsigned int>(std::min<long>(left, READ_BLOCK_SIZE));
+  if (unread_ == 0) heldAt_ = pos();
   (void)pos(pos() + static_cast<long>(count));
   unread_ += count;
   return static_cast<int>(count);
@@ -92,16 +94,16 @@ void KTRFile::bringIn(unsigned int n) {
 
 void KTRFile::readPiece(unsigned int least) {
   compact();
-  const long from = pos() - static_cast<long>(unread_);
   const unsigned int wanted = std::min(unread_, std::max(least, pieceSize_));
   pieceSize_ = std::min(2 * pieceSize_, MAX_PIECE_SIZE);
-  const ssize_t got = readFully(handle(), readBuffer_.writable() + readFill_, wanted, from);
+  const ssize_t got = readFully(handle(), readBuffer_.writable() + readFill_, wanted, heldAt_);
   if (got > 0) {
     readFill_ += static_cast<unsigned int>(got);
     unread_ -= static_cast<unsigned int>(got);
+    heldAt_ += static_cast<long>(got);
     return;
   }
-  (void)pos(from);
+  if (pos() == heldAt_ + static_cast<long>(unread_)) (void)pos(heldAt_);
   unread_ = 0;
   if (got < 0) reportReadError();
 }
@@ -124,8 +126,8 @@ bool KTRFile::walkOn(unsigned int& walked) {
 // the kernel copies fastest.
 void KTRFile::compact() {
   const unsigned int available = buffered();
-  const auto next = static_cast<unsigned int>(pos()) - unread_;
-  const unsigned int begin = (next - available) % PAGE_SIZE;
+  const auto next = static_cast<unsigned int>(unread_ == 0 ? pos() : heldAt_);
+  const unsigned int begin = (next - available) % PAGE_BYTES;
   unsigned char* bytes = readBuffer_.writable();
   if (available != 0) std::memmove(bytes + begin, bytes + readPos_, available);
   movedBy_ += static_cast<int>(readPos_) - static_cast<int>(begin);
@@ -210,7 +212,7 @@ int KTRFile::go_to_pos(unsigned int offset) {
 
 unsigned int KTRFile::addtoReadBuffer(const KTDataBlock& b) {
   bringIn(readBuffDataAvailableSize());
-  const unsigned int size = readBuffer_.size - PAGE_SIZE;
+  const unsigned int size = readBuffer_.size - PAGE_BYTES;
   const auto blockPos = readPos_ + static_cast<unsigned int>(movedBy_);
   if (b.size > size - (blockPos + buffered())) {
     // "full" tells the read position, not the fill.

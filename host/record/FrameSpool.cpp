@@ -139,7 +139,7 @@ std::uint64_t FrameSpool::end() const {
 }
 
 bool FrameSpool::take(StreamFrame& frame) {
-  for (Part& part : parts_) {
+  for (const Part& part : parts_) {
     SpoolSegment& file = *part.file;
     while (const unsigned int unread = file.unread()) {
       SpoolSegment::Use use = SpoolSegment::Record;
@@ -154,7 +154,7 @@ bool FrameSpool::take(StreamFrame& frame) {
   return false;
 }
 
-void FrameSpool::countRead(Part& part, unsigned int frames) {
+void FrameSpool::countRead(const Part& part, unsigned int frames) {
   frames_ -= frames;
   if (part.left) leftover_ -= frames;
 }

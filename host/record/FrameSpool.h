@@ -80,7 +80,7 @@ class FrameSpool {
   [[nodiscard]] bool needsPart(const StreamFrame& frame) const;
   [[nodiscard]] bool makePart(const StreamFrame& frame);
   [[nodiscard]] bool makeDirectory() const;
-  void countRead(Part& part, unsigned int frames);
+  void countRead(const Part& part, unsigned int frames);
   void passOver(Part& part);
   void removeSettled(KTClock::Span before);
   void forget(Part& part);

@@ -16,7 +16,7 @@
 
 namespace {
 
-constexpr size_t PAGE = DirectWriter::PAGE_SIZE;
+constexpr size_t PAGE = DirectWriter::PAGE_BYTES;
 constexpr size_t LEAST = DirectWriter::LEAST_DIRECT;
 constexpr size_t ROOM = 8 * LEAST;
 
@@ -133,13 +133,19 @@ TEST_F(DirectWriterTest, TheDescriptorsFlagsAreAsBefore) {
 }
 
 TEST_F(DirectWriterTest, AFileSystemThatRefusesTheWriteIsAskedOnce) {
-  faults_.fail("pwrite", "/data", EINVAL, {2, 1});
-  EXPECT_EQ(write(2 * LEAST, 5), static_cast<ssize_t>(2 * LEAST));
-  EXPECT_TRUE(isExact());
-  watchWrites();
-  EXPECT_EQ(write(2 * LEAST, 2 * LEAST + 5), static_cast<ssize_t>(2 * LEAST));
-  EXPECT_EQ(faults_.count(), 2U) << "the refusal, and one write for the second piece";
-  EXPECT_TRUE(isExact());
+  for (const int error : {EINVAL, EOPNOTSUPP, ENOSYS}) {
+    writer_ = DirectWriter();
+    openNew("data");
+    faults_.fail("pwrite", "/data", error, {2, 1});
+    EXPECT_EQ(write(2 * LEAST, 5), static_cast<ssize_t>(2 * LEAST));
+    EXPECT_TRUE(isExact());
+    watchWrites();
+    const unsigned int before = faults_.count();
+    EXPECT_EQ(write(2 * LEAST, 2 * LEAST + 5), static_cast<ssize_t>(2 * LEAST));
+    EXPECT_EQ(faults_.count(), before + 1) << "one write for the second piece";
+    EXPECT_TRUE(isExact());
+    faults_.restore();
+  }
 }
 
 TEST_F(DirectWriterTest, AFileSystemThatRefusesTheFlagIsAskedOnce) {
@@ -174,7 +180,7 @@ TEST_F(DirectWriterTest, AnInterruptedWriteIsCarriedThrough) {
 }
 
 TEST_F(DirectWriterTest, WithoutRoomForAllPagesTheCacheTakesWhatItCan) {
-  for (const int error : {ENOSPC, EDQUOT}) {
+  for (const int error : {ENOSPC, EDQUOT, ENOMEM}) {
     openNew("data");
     faults_.fail("pwrite", "/data", error, {2, 1});
     EXPECT_EQ(write(2 * LEAST, 5), static_cast<ssize_t>(2 * LEAST));
@@ -190,11 +196,13 @@ TEST_F(DirectWriterTest, WithoutAnyRoomItFailsWithItsCause) {
 }
 
 TEST_F(DirectWriterTest, ADiskThatFailsIsNotTriedThroughTheCache) {
-  for (const unsigned int turn : {1U, 2U, 3U}) {
-    faults_.fail("pwrite", "/data", EIO, {turn, 1});
-    EXPECT_EQ(write(2 * LEAST, 5), -1) << "in the head, the pages, the tail";
-    EXPECT_EQ(errno, EIO);
-    faults_.restore();
+  for (const int error : {EIO, EREMOTEIO, ENODATA}) {
+    for (const unsigned int turn : {1U, 2U, 3U}) {
+      faults_.fail("pwrite", "/data", error, {turn, 1});
+      EXPECT_EQ(write(2 * LEAST, 5), -1) << "in the head, the pages, the tail";
+      EXPECT_EQ(errno, error);
+      faults_.restore();
+    }
   }
 }
 

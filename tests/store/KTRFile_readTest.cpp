@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
+#include <cstring>
 #include <filesystem>
 #include <memory>
 
@@ -128,6 +129,46 @@ TEST_F(KTRFile_readTest, WhatIsReadAheadOutlivesTheSlice) {
   expectFrames(0, 1, 20'000);
   EXPECT_EQ(reader_->_close(), 0);
   expectFrames(1, 400, 20'000);
+}
+
+TEST_F(KTRFile_readTest, WhatIsReadAheadOutlivesTheFile) {
+  record(0, 400, 20'000);
+  openReader();
+  expectFrames(0, 1, 20'000);
+  reader_->_remove();
+  expectFrames(1, 400, 20'000);
+}
+
+TEST_F(KTRFile_readTest, WhatIsReadAheadStaysWhenThePositionMoves) {
+  record(0, 700, 20'000);
+  for (const long position : {0L, 1L, 5'000'000L, 20'000'000L}) {
+    openReader();
+    expectFrames(0, 1, 20'000);
+    ASSERT_EQ(reader_->pos(position), 0);
+    expectFrames(1, 419, 20'000);  // all that is in front of the next block
+  }
+}
+
+TEST_F(KTRFile_readTest, BytesReadOutOfTurnAreThoseBehindWhatIsReadAhead) {
+  record(0, 1000, 20'000);
+  openReader();
+  expectFrames(0, 1, 20'000);
+  KTDataBlock bytes;
+  ASSERT_EQ(reader_->_read(bytes, 8 * 20'008), 8 * 20'008);
+  expectFrames(1, 419, 20'000);
+  // The block ends within record 524, and so did the bytes in 532.
+  constexpr unsigned int IN_RECORD = BLOCK % 20'008;
+  EXPECT_EQ(0, std::memcmp(bytes.data + 20'008 - IN_RECORD + 8, payload(525, 20'000).data, 20'000));
+}
+
+TEST_F(KTRFile_readTest, WhatIsReadAheadStaysWhenTheSameObjectWrites) {
+  record(0, 600, 20'000);
+  reader_ = std::make_unique<KTRFile>(prefix(), 0, KTRFile::WRITE_FLAGS, 0x7FFFFFFF);
+  ASSERT_EQ(reader_->go_to_pos(0), 0);
+  expectFrames(0, 1, 20'000);
+  ASSERT_EQ(reader_->writeKTRData(payload(7, 3000)), 0);
+  ASSERT_EQ(reader_->_writeWriteBuffer(), 0);
+  expectFrames(1, 419, 20'000);
 }
 
 TEST_F(KTRFile_readTest, BytesThatAreAddedComeBehindWhatIsReadAhead) {
