@@ -1,0 +1,32 @@
+#pragma once
+
+#include <functional>
+#include <string>
+
+#include "host/bench/Scenario.h"
+#include "host/bench/ScenarioResult.h"
+
+/**
+ * Runs scenarios, and where it is asked to the rivals of each beside them: pair by pair in turn, so
+ * that what disturbs the machine disturbs both.
+ *
+ * Threads: the main thread.
+ * Blocks: for as long as the work takes.
+ */
+class BenchRun {
+ public:
+  struct Options {
+    bool against = false;
+    unsigned int runs = 0;  // 0: once, or the scenario's usual number of pairs
+    std::function<void(const std::string&)> progress;  // told what runs now
+  };
+
+  explicit BenchRun(Options options) : options_(std::move(options)) {}
+
+  [[nodiscard]] ScenarioResult run(Scenario& scenario) const;
+
+ private:
+  void compare(Scenario& scenario, Rival& rival, ScenarioResult& result) const;
+
+  Options options_;
+};

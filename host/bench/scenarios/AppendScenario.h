@@ -1,0 +1,28 @@
+#pragma once
+
+#include "host/bench/BenchPlace.h"
+#include "host/bench/Scenario.h"
+
+/**
+ * Frames of one stream into its slices, as fast as the disk takes them: the store alone, with the
+ * flushes of 11 seconds of footage each, and nothing but the store.
+ */
+class AppendScenario : public Scenario {
+ public:
+  explicit AppendScenario(BenchPlace& place);
+
+  [[nodiscard]] std::string name() const override { return "append"; }
+  [[nodiscard]] std::string description() const override;
+  [[nodiscard]] std::string unit() const override { return "frame"; }
+  void prepare() override;
+  [[nodiscard]] Measurement run() override;
+  [[nodiscard]] std::vector<std::unique_ptr<Rival>> rivals() override;
+
+ private:
+  void write(const std::string& prefix, Measurement& result) const;
+  void checkFiles(const std::string& directory, Measurement& result) const;
+
+  BenchPlace& place_;
+  const unsigned int seconds_;  // of footage
+  std::vector<KTDataBlock> frames_;
+};
