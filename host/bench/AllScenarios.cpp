@@ -1,9 +1,32 @@
 #include "host/bench/AllScenarios.h"
 
 #include "host/bench/scenarios/AppendScenario.h"
+#include "host/bench/scenarios/ExportScenario.h"
+#include "host/bench/scenarios/PlayScenario.h"
+#include "host/bench/scenarios/ReadScenario.h"
+#include "host/bench/scenarios/TogetherScenario.h"
+
+namespace {
+
+// Seconds of footage, and those of the short form: its recordings are more than one flush long.
+constexpr unsigned int HOUR = 3600;
+constexpr unsigned int CHAIN = 2200;  // 1.1 GB
+constexpr unsigned int MINUTE = 60;
+constexpr unsigned int SHORT = 30;
+constexpr unsigned int SHORT_SPEED = 20;
+
+}  // namespace
 
 Scenarios makeAllScenarios(BenchPlace& place) {
+  const auto hour = place.size(HOUR, SHORT);
+  const auto movie = std::make_shared<BenchMovie>(place, hour);
+  const auto recording = std::make_shared<BenchRecording>(place, "hour", hour);
   Scenarios scenarios;
-  scenarios.push_back(std::make_unique<AppendScenario>(place));
+  scenarios.push_back(std::make_unique<AppendScenario>(place, movie, hour));
+  scenarios.push_back(std::make_unique<ReadScenario>(place, place.size(CHAIN, SHORT)));
+  scenarios.push_back(std::make_unique<PlayScenario>(recording));
+  scenarios.push_back(std::make_unique<ExportScenario>(place, recording, movie));
+  scenarios.push_back(std::make_unique<TogetherScenario>(place, place.size(MINUTE, SHORT),
+                                                         place.size(1U, SHORT_SPEED)));
   return scenarios;
 }

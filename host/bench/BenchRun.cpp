@@ -2,6 +2,12 @@
 
 #include <algorithm>
 
+template <typename Runner>
+Measurement BenchRun::measured(Runner& runner) const {
+  options_.beforeRun();
+  return runner.run();
+}
+
 ScenarioResult BenchRun::run(Scenario& scenario) const {
   ScenarioResult result{scenario.name(), scenario.description(), scenario.unit(), {}, {}};
   options_.progress(result.name + ": preparing");
@@ -13,7 +19,7 @@ ScenarioResult BenchRun::run(Scenario& scenario) const {
   while (result.runs.size() < wanted) {
     options_.progress(result.name + ": run " + std::to_string(result.runs.size() + 1) + " of " +
                       std::to_string(wanted));
-    result.runs.push_back(scenario.run());
+    result.runs.push_back(measured(scenario));
   }
   return result;
 }
@@ -26,9 +32,9 @@ void BenchRun::compare(Scenario& scenario, Rival& rival, ScenarioResult& result)
   for (unsigned int pair = 0; pair < pairs; ++pair) {
     options_.progress(result.name + " against " + comparison.rival + ": pair " +
                       std::to_string(pair + 1) + " of " + std::to_string(pairs));
-    if (pair % 2 == 1) comparison.theirs.push_back(rival.run());
-    comparison.ours.push_back(scenario.run());
-    if (pair % 2 == 0) comparison.theirs.push_back(rival.run());
+    if (pair % 2 == 1) comparison.theirs.push_back(measured(rival));
+    comparison.ours.push_back(measured(scenario));
+    if (pair % 2 == 0) comparison.theirs.push_back(measured(rival));
   }
   result.runs.insert(result.runs.end(), comparison.ours.begin(), comparison.ours.end());
   result.comparisons.push_back(std::move(comparison));

@@ -19,6 +19,7 @@ class BenchRun {
     bool against = false;
     unsigned int runs = 0;  // 0: once, or the scenario's usual number of pairs
     std::function<void(const std::string&)> progress;  // told what runs now
+    std::function<void()> beforeRun;  // brings the machine into the same state before every run
   };
 
   explicit BenchRun(Options options) : options_(std::move(options)) {}
@@ -27,6 +28,8 @@ class BenchRun {
 
  private:
   void compare(Scenario& scenario, Rival& rival, ScenarioResult& result) const;
+  template <typename Runner>
+  [[nodiscard]] Measurement measured(Runner& runner) const;
 
   Options options_;
 };

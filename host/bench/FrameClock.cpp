@@ -1,7 +1,8 @@
 #include "host/bench/FrameClock.h"
 
-FrameClock::FrameClock()
-    : below_(KTClock::instance()), beginning_(static_cast<long>(below_->now().tv_sec)) {
+FrameClock::FrameClock() : FrameClock(static_cast<long>(KTTimeValue::now().tv_sec)) {}
+
+FrameClock::FrameClock(long beginning) : below_(KTClock::instance()), beginning_(beginning) {
   KTClock::install(this);
 }
 

@@ -15,7 +15,10 @@
  */
 class FrameClock : public KTClock {
  public:
+  /** Begins at the second that it is now. */
   FrameClock();
+  /** Begins at a second since the epoch. */
+  explicit FrameClock(long beginning);
   ~FrameClock() override;
 
   /** Moves the wall clock to that many milliseconds behind its beginning. */

@@ -33,6 +33,10 @@ struct Measurement {
     flaws.push_back(what + ": " + std::to_string(found) + " instead of " +
                     std::to_string(expected));
   }
+  /** Notes how far the resident memory has grown from what it was; 0 when it has shrunk. */
+  void addResident(std::uint64_t before, std::uint64_t now) {
+    residentBytes = now > before ? now - before : 0;
+  }
   /** What the work has cost the machine, the kernel's part of it included. */
   [[nodiscard]] double allCpuSeconds() const { return cpuSeconds + kernelCpuSeconds; }
   [[nodiscard]] double cpuSecondsPerGb() const {

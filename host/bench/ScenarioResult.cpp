@@ -29,7 +29,11 @@ const Measurement& ScenarioResult::typicalRun() const {
 
 std::vector<std::string> ScenarioResult::flaws() const {
   std::vector<std::string> all;
-  for (const Measurement& run : runs) all.insert(all.end(), run.flaws.begin(), run.flaws.end());
+  const auto add = [&](const std::vector<Measurement>& each) {
+    for (const Measurement& run : each) all.insert(all.end(), run.flaws.begin(), run.flaws.end());
+  };
+  add(runs);
+  for (const Comparison& comparison : comparisons) add(comparison.theirs);
   return all;
 }
 

@@ -29,6 +29,7 @@ struct ScenarioResult {
   [[nodiscard]] double median(const Figure& figure) const;
   /** The run whose time is the median: for what cannot be averaged. */
   [[nodiscard]] const Measurement& typicalRun() const;
+  /** Of all runs, those of the rivals too. */
   [[nodiscard]] std::vector<std::string> flaws() const;
 
   /** Of an odd number the middle one, else the mean of the two; 0 of none. */

@@ -7,7 +7,7 @@
 
 #include "host/HostContext.h"
 #include "host/HostError.h"
-#include "host/bench/BenchRun.h"
+#include "host/bench/FilledCache.h"
 #include "host/record/RecordDisplay.h"
 #include "host/view/BenchReport.h"
 
@@ -27,6 +27,10 @@ ffmpeg and GStreamer where they are installed, in turn with ktr's own; ratios ar
 that below 1 is better. Exit status 1 when frames or rows are missing.)";
 
 constexpr unsigned int MAX_RUNS = 99;
+
+bool isTerminal() {
+  return isatty(STDERR_FILENO) != 0;
+}
 
 std::string namesOf(const Scenarios& scenarios) {
   std::string names;
@@ -50,6 +54,8 @@ CLI::App* BenchCommand::define(CLI::App& program) {
                    "Runs of each scenario, 1 to 99; 1 if left out,\nand 5 pairs for --against")
       ->type_name("N")
       ->check(CLI::Range(1U, MAX_RUNS));
+  command->add_flag("--aged", aged_,
+                    "Fill the page cache before every run, as that of a\nrecorder is after days");
   command->add_flag("--short", short_, "Check the counts of everything in its smallest form");
   command->add_flag("--json", json_, "Print JSON, for programs");
   command->add_flag("-v,--verbose", verbose_, "Show everything that the library reports");
@@ -59,23 +65,33 @@ CLI::App* BenchCommand::define(CLI::App& program) {
 int BenchCommand::run(HostContext& context) {
   BenchPlace place(context, StorageRoot::parse(root_), short_);
   const Scenarios scenarios = chosen(place);
-  const bool terminal = isatty(STDERR_FILENO) != 0;
   BenchReport report(context.out(), json_);
   report.begin(BenchEnvironment::read(place));
-  const BenchRun bench({against_, runs_, [&](const std::string& what) {
-                          context.err() << (terminal ? RecordDisplay::CLEAR_LINE : "") << what
-                                        << (terminal ? "" : "\n") << std::flush;
-                        }});
+  const BenchRun bench(runOptions(context, place));
   bool sound = true;
   for (const auto& scenario : scenarios) {
     const ScenarioResult result = bench.run(*scenario);
-    if (terminal) context.err() << RecordDisplay::CLEAR_LINE << std::flush;
+    if (isTerminal()) context.err() << RecordDisplay::CLEAR_LINE << std::flush;
     report.add(result);
     sound = sound && result.flaws().empty();
   }
   report.finish();
   context.close();
   return sound ? 0 : HostError::Failed;
+}
+
+// What a run has left to be written, or to be given back to the disk, is no matter of the next.
+BenchRun::Options BenchCommand::runOptions(HostContext& context, const BenchPlace& place) const {
+  const auto cache = aged_ ? std::make_shared<FilledCache>(place.directory()) : nullptr;
+  return {against_, runs_,
+          [&context](const std::string& what) {
+            context.err() << (isTerminal() ? RecordDisplay::CLEAR_LINE : "") << what
+                          << (isTerminal() ? "" : "\n") << std::flush;
+          },
+          [&place, cache] {
+            place.sync();
+            if (cache != nullptr) cache->fill();
+          }};
 }
 
 Scenarios BenchCommand::chosen(BenchPlace& place) const {

@@ -12,15 +12,10 @@
 
 namespace {
 
-constexpr unsigned int FLUSH_SECONDS = 11;
+constexpr std::size_t FLUSH_BYTES = std::size_t{BenchClip::BIT_RATE} / 8 * 11;  // of 11 seconds
+constexpr std::size_t SMALL_BYTES = 256 << 10;
+constexpr std::size_t DIRECT_BYTES = 4 << 20;
 constexpr std::uint64_t SLICE_BYTES = 128 << 20;
-
-UniqueFd newFile(const std::string& directory, unsigned int number) {
-  const std::string path = directory + "/" + std::to_string(number);
-  UniqueFd file(open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0644));
-  if (file.get() < 0) throw systemFailure("cannot make " + path, "make room on the disk");
-  return file;
-}
 
 void writeAll(int file, const unsigned char* bytes, size_t count) {
   while (count != 0) {
@@ -33,27 +28,52 @@ void writeAll(int file, const unsigned char* bytes, size_t count) {
 
 }  // namespace
 
+std::vector<std::unique_ptr<Rival>> WriteLoop::all(BenchPlace& place, unsigned int seconds) {
+  const auto source = std::make_shared<ColdBytes>();
+  std::vector<Form> forms = {{"write(2), 11 s at a time", FLUSH_BYTES, false},
+                             {"write(2), 256 KiB at a time", SMALL_BYTES, false}};
+  if (directWorks(place.directory())) {
+    forms.push_back({"write(2) with O_DIRECT, 4 MiB at a time", DIRECT_BYTES, true});
+  }
+  std::vector<std::unique_ptr<Rival>> loops;
+  for (const Form& form : forms) {
+    loops.push_back(std::make_unique<WriteLoop>(place, form, seconds, source));
+  }
+  return loops;
+}
+
+bool WriteLoop::directWorks(const std::string& directory) {
+  const std::string path = directory + "/direct";
+  const UniqueFd file(open(path.c_str(), O_RDWR | O_CREAT | O_DIRECT | O_CLOEXEC, 0600));
+  std::error_code ignored;
+  std::filesystem::remove(path, ignored);
+  return static_cast<bool>(file);
+}
+
+UniqueFd WriteLoop::newFile(const std::string& directory, std::uint64_t number) const {
+  const std::string path = directory + "/" + std::to_string(number);
+  const int flags = O_RDWR | O_CREAT | O_CLOEXEC | (form_.direct ? O_DIRECT : 0);
+  UniqueFd file(open(path.c_str(), flags, 0600));
+  if (!file) throw systemFailure("cannot make " + path, "make room on the disk");
+  return file;
+}
+
 Measurement WriteLoop::run() {
   const std::string directory = place_.freshDirectory("write-loop");
-  const std::vector<unsigned char> piece(std::size_t{BenchClip::BIT_RATE} / 8 * FLUSH_SECONDS,
-                                         0x5A);
+  const std::uint64_t all = std::uint64_t{BenchClip::BIT_RATE} / 8 * seconds_;
   Measurement result;
   const ResourceMeter meter;
-  const std::uint64_t all = std::uint64_t{BenchClip::BIT_RATE} / 8 * seconds_;
-  unsigned int files = 0;
-  UniqueFd file = newFile(directory, files);
-  std::uint64_t inFile = 0;
-  while (result.bytes < all) {
-    const std::uint64_t count = std::min<std::uint64_t>(piece.size(), all - result.bytes);
-    writeAll(file.get(), piece.data(), count);
-    result.bytes += count;
+  UniqueFd file;
+  for (std::uint64_t inFile = SLICE_BYTES; result.bytes < all; inFile += form_.pieceBytes) {
+    if (inFile >= SLICE_BYTES) {
+      file = newFile(directory, result.bytes / SLICE_BYTES);
+      inFile = 0;
+    }
+    writeAll(file.get(), source_->next(form_.pieceBytes), form_.pieceBytes);
+    result.bytes += form_.pieceBytes;
     ++result.operations;
-    inFile += count;
-    if (inFile < SLICE_BYTES) continue;
-    file = newFile(directory, ++files);
-    inFile = 0;
   }
-  file = UniqueFd();
+  file.reset();
   place_.sync();
   meter.read(result);
   std::filesystem::remove_all(directory);
