@@ -39,10 +39,15 @@ ServerSetting ClientServerCheck::lockWaitTimeout() {
 
 ServerSetting ClientServerCheck::sqlMode() {
   const std::string value = connection_.value("SELECT @@session.sql_mode").value_or("");
-  if (value.find("ONLY_FULL_GROUP_BY") == std::string::npos) return {"sql_mode", value, ""};
+  if (value.find("ONLY_FULL_GROUP_BY") != std::string::npos) {
+    return {"sql_mode", value,
+            "take ONLY_FULL_GROUP_BY out of sql_mode in [mariadbd]: the grouped list of sessions "
+            "fails with it"};
+  }
+  if (value.find("NO_BACKSLASH_ESCAPES") == std::string::npos) return {"sql_mode", value, ""};
   return {"sql_mode", value,
-          "take ONLY_FULL_GROUP_BY out of sql_mode in [mariadbd]: the grouped list of sessions "
-          "fails with it"};
+          "take NO_BACKSLASH_ESCAPES out of sql_mode in [mariadbd]: the data of events is written "
+          "with backslashes"};
 }
 
 ServerSetting ClientServerCheck::maxAllowedPacket() {

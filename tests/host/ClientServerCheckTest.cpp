@@ -41,6 +41,12 @@ TEST_F(ClientServerCheckTest, AdvisesAgainstFullGroupBy) {
   EXPECT_THAT(mode.value, HasSubstr("STRICT_TRANS_TABLES"));
 }
 
+TEST_F(ClientServerCheckTest, AdvisesAgainstAServerWithoutBackslashes) {
+  const ServerSetting mode =
+      settingAfter("SET SESSION sql_mode='STRICT_TRANS_TABLES,NO_BACKSLASH_ESCAPES'", "sql_mode");
+  EXPECT_THAT(mode.advice, HasSubstr("take NO_BACKSLASH_ESCAPES out"));
+}
+
 TEST_F(ClientServerCheckTest, AdvisesALongWait) {
   const ServerSetting wait = settingAfter("SET SESSION wait_timeout=28800", "wait_timeout");
   EXPECT_EQ("28800", wait.value);
