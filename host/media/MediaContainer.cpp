@@ -73,7 +73,11 @@ MediaBytes bytesOf(const KTDataBlock& block) {
 
 MediaContainer::MediaContainer(const std::string& path, const char* format, MediaCodec codec,
                                const AudioHeader* audio)
-    : path_(path), codec_(codec), file_(path), muxer_(std::make_unique<Muxer>()), sets_(codec) {
+    : path_(path),
+      codec_(codec),
+      file_(path, BlockOutput::InBlocks),
+      muxer_(std::make_unique<Muxer>()),
+      sets_(codec) {
   prepareLibAv();
   if (avformat_alloc_output_context2(&muxer_->format, nullptr, format, path.c_str()) < 0) {
     throw std::bad_alloc();
