@@ -20,7 +20,7 @@ void hideSecrets(char* word) {
   const std::string shown = SecretText::ofWord(word);
   if (shown == word) return;
   std::memset(word, 0, room);
-  std::memcpy(word, shown.data(), std::min(shown.size(), room));
+  shown.copy(word, room);
 }
 
 }  // namespace

@@ -8,11 +8,14 @@ struct KTRRecordProgress {
   unsigned int sliceIndex = 0;  // slice being written
   std::uint64_t frames = 0;     // frames stored since construction
   std::uint64_t bytes = 0;      // bytes of these frames, heads included
+  unsigned int sliceBytes =
+      0;  // where the next record of that slice begins, buffered ones included
 
   /** Goes on with what a later session has done. */
   KTRRecordProgress& operator+=(const KTRRecordProgress& later) {
     if (later.sessionId != 0) sessionId = later.sessionId;
     sliceIndex = later.sliceIndex;
+    sliceBytes = later.sliceBytes;
     frames += later.frames;
     bytes += later.bytes;
     return *this;

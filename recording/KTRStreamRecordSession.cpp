@@ -105,5 +105,5 @@ bool KTRStreamRecordSession::mkDirFull(const KTString& path) {
 }
 
 KTRRecordProgress KTRStreamRecordSession::progress() const {
-  return {shownSession_, shownSlice_, shownFrames_, shownBytes_};
+  return {shownSession_, shownSlice_, shownFrames_, shownBytes_, shownSliceBytes_};
 }

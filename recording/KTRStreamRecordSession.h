@@ -141,6 +141,7 @@ class KTR_API KTRStreamRecordSession : public KTRTask {
 
   std::atomic<unsigned int> shownSession_{0};
   std::atomic<unsigned int> shownSlice_{0};
+  std::atomic<unsigned int> shownSliceBytes_{0};
   std::atomic<std::uint64_t> shownFrames_{0};
   std::atomic<std::uint64_t> shownBytes_{0};
 };

@@ -45,6 +45,7 @@ int KTRStreamRecordSession::store(const KTDataBlock& frame) {
     shownFrames_.fetch_add(1, std::memory_order_relaxed);
     shownBytes_.fetch_add(frame.size, std::memory_order_relaxed);
     shownSlice_.store(file_->fileIndex(), std::memory_order_relaxed);
+    shownSliceBytes_.store(file_->writeOffset(), std::memory_order_relaxed);
   }
   return result;
 }

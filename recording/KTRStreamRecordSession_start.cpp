@@ -79,6 +79,8 @@ bool KTRStreamRecordSession::openDataFile(KTR_DB_handle* db) {
 
 void KTRStreamRecordSession::publishSession() {
   shownSession_.store(sessionId_, std::memory_order_relaxed);
+  shownSlice_.store(0, std::memory_order_relaxed);
+  shownSliceBytes_.store(0, std::memory_order_relaxed);
 }
 
 bool KTRStreamRecordSession::refused(const char* text) {

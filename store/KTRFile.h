@@ -43,6 +43,8 @@ class KTR_API KTRFile : public KTFile {
   [[nodiscard]] unsigned char prevFileIndex() const { return prevFileIndex_; }
   /** Offset at which the last record written or returned begins. */
   [[nodiscard]] unsigned int recordOffset() const { return recordOffset_; }
+  /** Writer: offset at which the next record begins; what is buffered counts. */
+  [[nodiscard]] unsigned int writeOffset() const { return static_cast<unsigned int>(writePos_); }
   /** Reader: slice of the record being parsed. */
   [[nodiscard]] unsigned int curFileIndex() const { return curFileIndex_; }
   /** Reader: logical offset of the next record; it runs on over a change of slice. */

@@ -20,7 +20,6 @@ constexpr unsigned int WHOLE_WINDOW = 3;
 }  // namespace
 
 void EventWindow::begin(KTRStreamRecordSession& session) {
-  const std::lock_guard guard(mutex_);
   current_ = 0;
   confirmationsBefore_ = gate_.confirmations();
   unconfirmed_ = !gate_.isOpen();
@@ -29,7 +28,6 @@ void EventWindow::begin(KTRStreamRecordSession& session) {
 }
 
 void EventWindow::follow(KTRStreamRecordSession& session) {
-  const std::lock_guard guard(mutex_);
   if (!unconfirmed_) return;
   observe(session);
   if (current_ == 0) return;
@@ -41,17 +39,14 @@ void EventWindow::follow(KTRStreamRecordSession& session) {
 }
 
 void EventWindow::beforeStop(KTRStreamRecordSession& session) {
-  const std::lock_guard guard(mutex_);
   if (unconfirmed_ && gate_.confirmations() != confirmationsBefore_) confirm(session);
 }
 
 bool EventWindow::isUnconfirmed() const {
-  const std::lock_guard guard(mutex_);
   return unconfirmed_;
 }
 
 bool EventWindow::isOver() const {
-  const std::lock_guard guard(mutex_);
   return !unconfirmed_ && !gate_.isOpen();
 }
 
@@ -78,7 +73,6 @@ void EventWindow::confirm(KTRStreamRecordSession& session) {
 }
 
 bool EventWindow::ended(const KTRStreamRecordSession& session) {
-  const std::lock_guard guard(mutex_);
   const unsigned int last = session.progress().sessionId;
   if (unconfirmed_ && current_ != 0 && current_ != last) earlier_.push_back(current_);
   removeEarlier();

@@ -1,6 +1,6 @@
 #pragma once
 
-#include <mutex>
+#include <atomic>
 #include <vector>
 
 #include "handles/KTR_DB_handle.h"
@@ -18,8 +18,8 @@
  * so must never reach one that holds an event.
  *
  * Owns: nothing; the gate must outlive it.
- * Threads: any thread. The mutex is taken before those of the library.
- * Blocks: for the server, and ended() for the file system.
+ * Threads: one thread at a time; isUnconfirmed() and isOver() any, at any time.
+ * Blocks: for the server, and ended() for the file system; isUnconfirmed() and isOver() never.
  * Errors: log lines; what cannot be removed stays.
  */
 class EventWindow {
@@ -29,7 +29,7 @@ class EventWindow {
 
   /** Before the first frame of a session: a window, or a recording when there is an event. */
   void begin(KTRStreamRecordSession& session);
-  /** To be called often, and from any thread: marks windows, and passes confirmations on. */
+  /** To be called often: marks windows, and passes confirmations on. */
   void follow(KTRStreamRecordSession& session);
   /** Before the stop message: passes on the confirmation that the session has not had. */
   void beforeStop(KTRStreamRecordSession& session);
@@ -51,8 +51,7 @@ class EventWindow {
 
   const EventGate& gate_;
   const KTRStreamRecordParams params_;
-  mutable std::mutex mutex_;  // guards all that follows
-  bool unconfirmed_ = false;
+  std::atomic<bool> unconfirmed_{false};
   unsigned int confirmationsBefore_ = 0;  // when the window began
   unsigned int current_ = 0;              // record session that is marked as a window
   std::vector<unsigned int> earlier_;     // the window's first parts, before the clock went back

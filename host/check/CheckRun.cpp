@@ -32,7 +32,6 @@ std::vector<CheckSubject> CheckRun::subjects() {
     if (subject.row) continue;
     subject.id = id;
     subject.files = &places.front();
-    subject.recording = options_.recording;
     subject.live = options_.recording && id > highest_;
   }
   std::vector<CheckSubject> subjects;
@@ -67,7 +66,6 @@ CheckSubject CheckRun::subjectOf(const RecorderTables::Session& row) {
   subject.row = row;
   subject.files = disk_.find(row.id, row.storage);
   subject.live = isLive(row);
-  subject.recording = options_.recording;
   const auto settings = settings_.find(row.settings);
   subject.hasSettings = settings != settings_.end();
   subject.audio = row.type == STREAM_AUDIO;
@@ -139,7 +137,8 @@ std::vector<Finding> CheckRun::findingsOf(const CheckSubject& subject) {
   return findings;
 }
 
-// Only what is found twice is there; rows and files are read anew for the second time.
+// Only what is found twice is there; rows and files are read anew for the second time. A start that
+// a deletion is about to move is another one by then.
 void CheckRun::confirm(const CheckSubject& subject, std::vector<Finding>& findings) {
   if (findings.empty()) return;
   Options options = options_;
@@ -151,7 +150,8 @@ void CheckRun::confirm(const CheckSubject& subject, std::vector<Finding>& findin
   }
   std::erase_if(findings, [&](const Finding& finding) {
     return std::none_of(second.begin(), second.end(), [&](const Finding& each) {
-      return each.kind == finding.kind && each.slice == finding.slice;
+      return each.kind == finding.kind && each.slice == finding.slice &&
+             (each.kind != Finding::WrongStart || each.detail == finding.detail);
     });
   });
 }

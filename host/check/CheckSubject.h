@@ -17,8 +17,7 @@ struct CheckSubject {
   unsigned int id = 0;
   std::optional<RecorderTables::Session> row;
   const SessionFiles* files = nullptr;  // null: none
-  bool live = false;       // may be written right now: what is not flushed is nobody's fault
-  bool recording = false;  // the recorder records, and may delete the oldest slices
+  bool live = false;  // may be written right now: what is not flushed is nobody's fault
   bool audio = false;
   bool hasSettings = true;
   bool wrongDirectory = false;       // the row says another one than the files lie in

@@ -42,7 +42,7 @@ struct Finding {
   uint64_t count = 1;                   // rows, frames, files
   uint64_t bytes = 0;
   std::string detail = {};  // what is not in the other fields: times, paths
-  uint64_t removes = 0;     // of its rows or files, those that repair can only remove
+  uint64_t removes = 0;     // of its index rows, those that repair can only remove
 
   /** "torn-tail" */
   [[nodiscard]] const char* name() const;

@@ -28,8 +28,9 @@ long asLong(const char* text) {
   return text == nullptr ? 0 : std::strtol(text, nullptr, 10);
 }
 
+// Columns without a sign, which a long of 32 bits does not hold.
 unsigned int asNumber(const char* text) {
-  return static_cast<unsigned int>(asLong(text));
+  return text == nullptr ? 0 : static_cast<unsigned int>(std::strtoul(text, nullptr, 10));
 }
 
 std::string asText(const char* text) {

@@ -86,10 +86,14 @@ void RowCheck::checkTimes(const std::vector<std::pair<Row, uint32_t>>& sound) {
   for (size_t i = 0; i < sound.size(); ++i) {
     const auto& [row, stampMs] = sound[i];
     const int64_t expected = clock_.unwrap(stampMs) / 1000;
-    if (expected == row.time) continue;
+    if (expected == row.time) {
+      lastSound_ = row;
+      continue;
+    }
     const long next = i + 1 < sound.size() ? sound[i + 1].first.time : subject_.row->end;
     if (row.time > expected && next >= static_cast<long>(row.time)) {
       clock_.restart(row.time);
+      lastSound_ = row;
     } else {
       report(Finding::RowWithWrongTime, row);
     }

@@ -36,6 +36,10 @@ class RowCheck {
    */
   void check(unsigned int slice, const Rows& rows, CheckLevel level,
              const std::set<long>* frameTimes);
+  /** The last row, in the order of the files, that is as it should be; none at level Files. */
+  [[nodiscard]] const std::optional<RecorderTables::IndexRow>& lastSound() const {
+    return lastSound_;
+  }
 
  private:
   using Row = RecorderTables::IndexRow;
@@ -53,6 +57,7 @@ class RowCheck {
   std::optional<SliceFile> file_;
   std::optional<SliceFile> before_;  // the slice in front, when it is there
   std::optional<unsigned int> last_;
+  std::optional<Row> lastSound_;
   const std::set<long>* frameTimes_ = nullptr;
   std::vector<Finding> found_;
 };

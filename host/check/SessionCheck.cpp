@@ -38,8 +38,10 @@ void SessionCheck::check(const CheckSubject& subject) {
   checkRow();
   checkAudioHeader();
   checkChain();
-  const std::optional<long> start =
-      SessionStart::of(*subject.files, {subject.row->start, tables_.firstTime(subject.id)});
+  const std::optional<long> indexed = tables_.firstTime(subject.id);
+  // Without a row either the session is very short or its index is gone, which its frames tell.
+  if (level_ == CheckLevel::Index && !indexed && !subject.live) level_ = CheckLevel::Full;
+  const std::optional<long> start = SessionStart::of(*subject.files, {subject.row->start, indexed});
   if (start && level_ != CheckLevel::Files) checkStart(*start);
   checkSlices(start.value_or(subject.row->start));
 }
@@ -54,14 +56,12 @@ void SessionCheck::add(Finding::Kind kind, const std::function<void(Finding&)>& 
 
 void SessionCheck::checkWithoutRow() {
   const SessionFiles& files = *subject_->files;
-  const bool nothing =
-      files.slices.empty() && !files.audioHeader && !files.sidecar && files.leftovers.empty();
-  if (subject_->live || nothing) return;
+  const bool isOfDamaged = files.damaged || (!files.audioHeader && !files.sidecar);
+  if (subject_->live || (files.slices.empty() && files.leftovers.empty() && isOfDamaged)) return;
   add(files.hasContent() ? Finding::FilesWithoutRows : Finding::Leftover, [&](Finding& each) {
     each.count = std::max<uint64_t>(1, files.slices.size());
     each.bytes = files.bytes();
     each.detail = files.prefix;
-    if (!files.hasContent()) each.removes = each.count;
   });
   if (level_ != CheckLevel::Full) return;
   SessionWalk walk(files, 0);
@@ -81,7 +81,6 @@ void SessionCheck::checkWithoutFootage() {
   for (const auto& [slice, count] : tables_.rowsBySlice(row.id)) rows += count;
   add(halfBorn ? Finding::HalfBorn : Finding::RowsWithoutFiles, [&](Finding& each) {
     each.count = 1 + rows;
-    each.removes = 1 + rows;
     if (!halfBorn) each.detail = "began " + TimeText::format(row.start);
   });
 }
@@ -151,7 +150,28 @@ void SessionCheck::checkSlices(long start) {
   // The row of the last key frame is never written, and those of a live session not yet.
   if (footage.held && footage.held->audio && !subject_->live) reportMissingRow(footage);
   for (const auto& [slice, finding] : footage.missing) add_(finding);
+  if (level_ == CheckLevel::Index && rowCheck.lastSound()) {
+    footage.last = latestFrom(*rowCheck.lastSound());
+  }
   if (level_ != CheckLevel::Files) checkEnd(footage);
+}
+
+// Little lies behind the last row, so that the end is known without reading all that is before.
+std::optional<long> SessionCheck::latestFrom(const RecorderTables::IndexRow& row) {
+  if (subject_->live) return std::nullopt;
+  std::optional<long> latest = tables_.lastTime(subject_->id);
+  const std::vector<unsigned int> chain = subject_->files->chain();
+  SessionWalk walk(*subject_->files, row.time);
+  for (auto slice = std::find(chain.begin(), chain.end(), row.slice); slice != chain.end();
+       ++slice) {
+    const auto take = [&](const SessionWalk::Frame& frame) {
+      if (!frame.strayStamp) latest = std::max(latest.value_or(0), frame.seconds());
+    };
+    if (walk.walk(*slice, take, *slice == row.slice ? row.offset : 0).error != 0) {
+      return std::nullopt;
+    }
+  }
+  return latest;
 }
 
 std::set<long> SessionCheck::checkFrames(unsigned int slice, const RowCheck::Rows& rows,
@@ -216,7 +236,7 @@ void SessionCheck::checkDamage(unsigned int slice, const SessionWalk::Slice& wal
 
 void SessionCheck::checkStart(long start) {
   const long rowStart = subject_->row->start;
-  if (subject_->recording || (rowStart == 0 && subject_->row->end == 0)) return;
+  if (subject_->live || (rowStart == 0 && subject_->row->end == 0)) return;
   const long lead = subject_->audio ? AUDIO_HEADER_LEAD : 0;
   if (rowStart <= start && start - rowStart <= lead) return;
   const bool isShortened = subject_->files->chain().front() != 0;

@@ -47,10 +47,11 @@ class SessionCheck {
   void reportMissingRow(Footage& footage);
   void checkStart(long start);
   void checkEnd(const Footage& footage);
+  [[nodiscard]] std::optional<long> latestFrom(const RecorderTables::IndexRow& row);
   void add(Finding::Kind kind, const std::function<void(Finding&)>& fill = {});
 
   RecorderTables& tables_;
-  const CheckLevel level_;
+  CheckLevel level_;
   Add add_;
   Progress progress_;
   const CheckSubject* subject_ = nullptr;

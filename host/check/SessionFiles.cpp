@@ -36,6 +36,8 @@ void SessionFiles::add(std::string_view rest, uint64_t bytes) {
     slices[*slice] = bytes;
   } else if (rest.ends_with(UNFINISHED)) {
     leftovers.push_back(prefix + std::string(rest));
+  } else if (rest.starts_with('F') && rest.find(DAMAGED) != std::string_view::npos) {
+    damaged = true;
   } else if (rest == "audioHeader.dat") {
     audioHeader = true;
   } else if (rest == SIDECAR) {

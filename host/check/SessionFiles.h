@@ -13,6 +13,7 @@ struct SessionFiles {
   std::map<unsigned int, uint64_t> slices;  // number and bytes
   bool audioHeader = false;
   bool sidecar = false;
+  bool damaged = false;                // what a repair has moved out of slices is there
   std::vector<std::string> leftovers;  // paths of what a repair that was cut off has left
 
   [[nodiscard]] std::string directory() const { return prefix.substr(0, prefix.rfind('/') + 1); }
@@ -33,4 +34,6 @@ struct SessionFiles {
   static constexpr const char* SIDECAR = "session.json";
   /** Ends the name of a slice that is being written anew. */
   static constexpr const char* UNFINISHED = ".unfinished";
+  /** Ends the name of a file with bytes of a slice that are no record; a number may follow. */
+  static constexpr const char* DAMAGED = ".damaged";
 };

@@ -17,9 +17,9 @@ SessionWalk::SessionWalk(const SessionFiles& files, long startSeconds) : files_(
   clock_.restart(startSeconds);
 }
 
-SessionWalk::Slice SessionWalk::walk(unsigned int slice, const Take& take) {
+SessionWalk::Slice SessionWalk::walk(unsigned int slice, const Take& take, uint64_t from) {
   Slice result;
-  SliceScanner scanner(files_.slicePath(slice));
+  SliceScanner scanner(files_.slicePath(slice), from);
   result.size = scanner.file().size();
   for (auto item = scanner.next(); item != SliceScanner::End; item = scanner.next()) {
     if (item != SliceScanner::Record) {

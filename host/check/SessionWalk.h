@@ -45,8 +45,8 @@ class SessionWalk {
   /** startSeconds: the first frame lies within 12 hours of it. */
   SessionWalk(const SessionFiles& files, long startSeconds);
 
-  /** All of one slice; to be called in the order of the chain. */
-  Slice walk(unsigned int slice, const Take& take);
+  /** All of one slice, or from a record on; to be called in the order of the chain. */
+  Slice walk(unsigned int slice, const Take& take, uint64_t from = 0);
 
  private:
   void decide(const Frame* next, const Frame* afterNext, const Take& take);

@@ -6,10 +6,10 @@
 #include "host/check/SliceFile.h"
 
 /**
- * Walks one slice file from its beginning to its end and says what every byte of it belongs to: a
- * sound record, garbage up to the next sound record, or a torn tail. Torn is what a writer or a
- * power failure leaves of a last record: its beginning, zeros, or both. Any other bytes behind the
- * last record are garbage.
+ * Walks one slice file from its beginning, or a record in it, to its end and says what every byte
+ * of it belongs to: a sound record, garbage up to the next sound record, or a torn tail. Torn is
+ * what a writer or a power failure leaves of a last record: its beginning, zeros, or both. Any
+ * other bytes behind the last record are garbage.
  *
  * The file is never in memory as a whole.
  *
@@ -28,7 +28,9 @@ class SliceScanner {
     [[nodiscard]] uint64_t size() const { return end - begin; }
   };
 
-  explicit SliceScanner(const std::string& path) : file_(path, SliceFile::Walk) {}
+  /** from: where a record begins, bytes. */
+  explicit SliceScanner(const std::string& path, uint64_t from = 0)
+      : file_(path, SliceFile::Walk), position_(from) {}
 
   /** Goes on to the next item. After Unreadable comes End. */
   [[nodiscard]] Item next();

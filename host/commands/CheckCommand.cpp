@@ -8,6 +8,7 @@
 #include "host/HostError.h"
 #include "host/RecorderLock.h"
 #include "host/check/RecorderPlace.h"
+#include "host/media/SecretText.h"
 #include "host/system/StopSignal.h"
 #include "host/view/CheckReport.h"
 #include "host/view/ScanProgress.h"
@@ -51,6 +52,10 @@ int CheckCommand::run(HostContext& context) {
     return check(context);
   } catch (const HostError& error) {
     context.err() << "ktr: " << error.what() << std::endl;
+    return NOT_CHECKED;
+  } catch (const std::exception& error) {  // status 1 would say that something was found
+    context.err() << "ktr: the check could not be made (" << SecretText::ofMessage(error.what())
+                  << "): this is a fault of ktr, please report it" << std::endl;
     return NOT_CHECKED;
   }
 }

@@ -47,6 +47,7 @@ int RepairCommand::run(HostContext& context) {
   const StorageRoot root = options_.storageRoot();
   const RecorderName name = options_.recorderName();
   RepairRun::Options run;
+  run.removesMost = yesReally_;
   if (!stream_.empty()) run.stream = StreamNumber::parse(stream_);
   const RecorderPlace place(root, name);
   run.check.directory = place.directory();
@@ -71,8 +72,11 @@ int RepairCommand::run(HostContext& context) {
   RepairRun repair(run);
   if (repair.survey(handle).stopped) throw failure("the repair was stopped", "run it again");
   RepairRun::Result result;
-  if (!dryRun_ && !repair.findings().empty()) {
-    guard(repair.removals());
+  const std::optional<HostError> refusal = repair.refusal();
+  if (dryRun_) {
+    if (refusal) result.problems.emplace_back(refusal->what());
+  } else if (!repair.findings().empty()) {
+    if (refusal) throw *refusal;
     result = repair.mend(handle != nullptr ? *handle : context.createRecorder(name));
   }
   progress.clear();
@@ -85,11 +89,4 @@ KTR_DB_handle* RepairCommand::open(HostContext& context, const RecorderPlace& pl
   if (dryRun_ || !place.hasDirectory()) return place.open(context, options_);
   context.open(options_, HostContext::Recording);
   return context.findRecorder(options_.recorderName());
-}
-
-void RepairCommand::guard(const RepairRun::Removals& removals) const {
-  if (yesReally_ || !removals.areTooMany()) return;
-  throw failure("this would remove more than half: " + removals.text(),
-                "a disk that is not mounted looks like this; look at --dry-run, and give "
-                "--yes-really to do it");
 }

@@ -17,7 +17,6 @@ class RepairCommand : public Command {
 
  private:
   [[nodiscard]] KTR_DB_handle* open(HostContext& context, const RecorderPlace& place) const;
-  void guard(const RepairRun::Removals& removals) const;
 
   CommonOptions options_;
   std::string stream_;

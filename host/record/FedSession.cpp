@@ -1,6 +1,5 @@
 #include "host/record/FedSession.h"
 
-#include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 
@@ -13,8 +12,6 @@
 namespace {
 
 constexpr long FLUSH_SECONDS = 11;  // a frame that comes so late brings those before it to the disk
-constexpr unsigned int RECORD_HEAD_SIZE = 8;
-constexpr unsigned int RING = 256;
 
 long serverSecond() {
   return KTTimeValue::now().tv_sec;
@@ -87,18 +84,29 @@ bool FedSession::fits(const StreamFrame& frame) const {
   return frame.timeMs >= lastMs_ && progress().sliceIndex < LAST_SLICE;
 }
 
-bool FedSession::isLate(const StreamFrame& frame) const {
+bool FedSession::isLate(long frameSecond) const {
   const long clock = serverSecond() - offset_;
-  return std::labs(static_cast<long>(frame.timeMs / 1000) - clock) > LARGEST_LAG_SECONDS;
+  return std::labs(frameSecond - clock) > LARGEST_LAG_SECONDS;
+}
+
+// Sound that waits while the session stands still is placed by the clock of the moment when it goes
+// on: behind a midnight that would be another day. Pictures need no such care, since their session
+// ends when it has stood still for three minutes.
+void FedSession::holdClock() {
+  if (settings_->isSound() && progress().frames < taken_ && isLate(lastTime())) {
+    tellTime(lastTime());
+  }
 }
 
 bool FedSession::take(const StreamFrame& frame) {
   look();
+  holdClock();
   if (!alive() || queueLength() >= LONGEST_QUEUE) return false;
-  if (frame.startsPlayback && isLate(frame)) {
+  const auto second = static_cast<long>(frame.timeMs / 1000);
+  if (frame.startsPlayback && isLate(second)) {
     // Sound is told the time beside its queue: not while frames of the time before are in it.
     if (settings_->isSound() && progress().frames != taken_) return false;
-    tellTime(static_cast<long>(frame.timeMs / 1000));
+    tellTime(second);
   }
   if (session_->commit(frame.bytes, KTRMessageType::FrameData, KTMessage::NormalPriority) != 0) {
     return false;
@@ -112,6 +120,7 @@ bool FedSession::take(const StreamFrame& frame) {
 // time; what was in the file so long before a frame came is therefore on disk.
 std::uint64_t FedSession::settled() {
   look();
+  holdClock();
   const Sample now{serverSecond(), progress().frames};
   if (now.frames > last_.frames) {
     while (!samples_.empty() && samples_.front().second <= last_.second - FLUSH_SECONDS) {
@@ -133,8 +142,7 @@ bool FedSession::flushIsDue() const {
 void FedSession::look() {
   const KTRRecordProgress now = progress();
   if (now.sessionId == 0 || (!opened_.empty() && opened_.back().id == now.sessionId)) return;
-  opened_.push_back(
-      {now.sessionId, opened_.empty() ? firstTime_ : lastTime(), now.frames, "", false});
+  opened_.push_back({now.sessionId, opened_.empty() ? firstTime_ : lastTime(), now.frames, false});
 }
 
 // The row has its start once the first frame is stored.
@@ -148,12 +156,8 @@ std::optional<FedSession::Opened> FedSession::unnoted() {
   return std::nullopt;
 }
 
-void FedSession::note(unsigned int id, const std::string& filePrefix) {
-  for (Opened& each : opened_) {
-    if (each.id != id) continue;
-    each.filePrefix = filePrefix;
-    each.noted = true;
-  }
+void FedSession::note(unsigned int id) {
+  for (Opened& each : opened_) each.noted = each.noted || each.id == id;
 }
 
 void FedSession::writeSidecar(unsigned int id) const {
@@ -165,7 +169,8 @@ void FedSession::followWindow() {
 }
 
 bool FedSession::isKept() {
-  return window_ == nullptr || window_->ended(*session_);
+  kept_ = window_ == nullptr || window_->ended(*session_);
+  return kept_;
 }
 
 void FedSession::finish() {
@@ -175,30 +180,16 @@ void FedSession::finish() {
   session_->wait();
 }
 
+// A flush that fails ends the session, so nothing can be missing but from the slice that is open
+// then. All before it may have been deleted since.
 std::uint64_t FedSession::close() {
-  look();
   const KTRRecordProgress stored = progress();
-  if (!opened_.empty()) opened_.back().filePrefix = session_->filePrefix().view();
-  const bool isKnown = window_ == nullptr &&
-                       std::all_of(opened_.begin(), opened_.end(),
-                                   [](const Opened& each) { return !each.filePrefix.empty(); });
+  const std::string prefix(session_->filePrefix().view());
   session_.reset();  // step E1
-  if (!isKnown) return 0;
-  const std::uint64_t expected = stored.bytes + stored.frames * RECORD_HEAD_SIZE;
-  const std::uint64_t found = bytesOnDisk();
-  return found < expected ? expected - found : 0;
-}
-
-std::uint64_t FedSession::bytesOnDisk() const {
-  std::uint64_t bytes = 0;
-  for (const Opened& each : opened_) {
-    for (unsigned int slice = 0; slice < RING; ++slice) {
-      std::error_code error;
-      const auto size =
-          std::filesystem::file_size(each.filePrefix + "F" + std::to_string(slice) + ".dat", error);
-      if (error) break;
-      bytes += size;
-    }
-  }
-  return bytes;
+  if (!kept_ || prefix.empty()) return 0;
+  std::error_code error;
+  const auto size =
+      std::filesystem::file_size(prefix + "F" + std::to_string(stored.sliceIndex) + ".dat", error);
+  const std::uint64_t found = error ? 0 : size;
+  return found < stored.sliceBytes ? stored.sliceBytes - found : 0;
 }

@@ -44,7 +44,8 @@ class FedSession {
   [[nodiscard]] KTRRecordProgress progress() const { return session_->progress(); }
   [[nodiscard]] unsigned int queueLength() const { return session_->queueLength(); }
   [[nodiscard]] std::uint64_t taken() const { return taken_; }
-  /** Frames that are on disk for sure; to be called often. */
+  /** Frames that are on disk for sure; to be called often, as the session's clock is seen to too.
+   */
   [[nodiscard]] std::uint64_t settled();
   /** Whether the next frame brings others to the disk. */
   [[nodiscard]] bool flushIsDue() const;
@@ -52,19 +53,18 @@ class FedSession {
   /** Seconds of the first frame, and of the last one that the session was given. */
   [[nodiscard]] long firstTime() const { return firstTime_; }
   [[nodiscard]] long lastTime() const { return static_cast<long>(lastMs_ / 1000); }
-  /** A record session that this one has opened: its row, the second it began in, its files. */
+  /** A record session that this one has opened: its row, and the second it began in. */
   struct Opened {
     unsigned int id = 0;
     long begun = 0;
     std::uint64_t framesBefore = 0;
-    std::string filePrefix;
     bool noted = false;
   };
 
   /** One that has stored something and was not noted yet. */
   [[nodiscard]] std::optional<Opened> unnoted();
-  /** Its row is in order, and its files are here; an empty prefix when that is not known. */
-  void note(unsigned int id, const std::string& filePrefix);
+  /** Its row is in order. */
+  void note(unsigned int id);
   /** Tells beside its files what stream they are of, for a repair without a database. */
   void writeSidecar(unsigned int id) const;
 
@@ -75,7 +75,10 @@ class FedSession {
 
   /** Has the session store what it was given and end; waits for that. */
   void finish();
-  /** After the end: closes the file. Bytes of it that should be on disk and are not. */
+  /**
+   * After the end, and after isKept(): closes the file. Bytes of it that should be on disk and are
+   * not.
+   */
   [[nodiscard]] std::uint64_t close();
 
  private:
@@ -87,8 +90,8 @@ class FedSession {
   void open(const StreamFrame& first);
   void look();
   void tellTime(long frameSecond);
-  [[nodiscard]] bool isLate(const StreamFrame& frame) const;
-  [[nodiscard]] std::uint64_t bytesOnDisk() const;
+  void holdClock();
+  [[nodiscard]] bool isLate(long frameSecond) const;
 
   KTRStreamRecordParams params_;
   const std::shared_ptr<const StreamSettings> settings_;
@@ -102,4 +105,5 @@ class FedSession {
   Sample last_{0, 0};
   std::uint64_t settled_ = 0;
   std::vector<Opened> opened_;
+  bool kept_ = true;
 };

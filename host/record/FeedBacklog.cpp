@@ -2,17 +2,18 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
 #include <numeric>
+#include <system_error>
 #include <utility>
 
 #include "runtime/KTLogger.h"
+#include "store/KTRFile.h"
 
 namespace {
 
 constexpr const char* SESSION_ENDED = "the record session has ended";
 constexpr const char* NO_ROOM = "there is no room for what waits";
-constexpr unsigned int RECORD_HEAD_SIZE = 8;  // of a frame in a data file
+constexpr const char* DAMAGED = "what waited in the spool is damaged";
 
 std::uint64_t bytesFrom(const std::deque<StreamFrame>& frames, size_t from, size_t to) {
   std::uint64_t bytes = 0;
@@ -22,9 +23,11 @@ std::uint64_t bytesFrom(const std::deque<StreamFrame>& frames, size_t from, size
 
 }  // namespace
 
-void FeedBacklog::push(const StreamFrame& frame) {
-  lastNeedsStart_ = lastNeedsStart_ && !frame.startsPlayback;
+void FeedBacklog::push(const StreamFrame& arriving) {
+  lastNeedsStart_ = lastNeedsStart_ && !arriving.startsPlayback;
   if (lastNeedsStart_) return lose(1, NO_ROOM);
+  StreamFrame frame = arriving;
+  frame.arrived = KTClock::instance()->elapsed();
   const bool isNext = last_.empty() && spool_.empty();
   if (isNext && (waitBytes_ < SHARE_IN_HAND || !spool_.stores())) {
     addInHand(frame);
@@ -34,6 +37,33 @@ void FeedBacklog::push(const StreamFrame& frame) {
     spill();
   }
   bound();
+  spoolOverdue();
+}
+
+// Where in hand the first frame is that is not among so many of those that the session was given.
+size_t FeedBacklog::inHandOf(std::uint64_t ofGiven) const {
+  return std::max(done_, ofGiven > passed_ ? static_cast<size_t>(ofGiven - passed_) : 0);
+}
+
+// Frames of which the spool has a copy come first in hand.
+size_t FeedBacklog::firstInMemory() const {
+  const auto first =
+      std::partition_point(inHand_.begin(), inHand_.end(),
+                           [](const StreamFrame& frame) { return frame.spoolPlace != 0; });
+  return static_cast<size_t>(first - inHand_.begin());
+}
+
+bool FeedBacklog::isOverdue() const {
+  const size_t from = firstInMemory();
+  const size_t unstored = std::max(from, inHandOf(stored_));
+  if (unstored >= inHand_.size()) return false;
+  const KTClock::Span now = KTClock::instance()->elapsed();
+  const StreamFrame& oldest = inHand_[std::max(from, inHandOf(settled_))];
+  return now - inHand_[unstored].arrived >= STALL && now - oldest.arrived >= LONGEST_IN_MEMORY;
+}
+
+void FeedBacklog::spoolOverdue() {
+  if (spool_.stores() && isOverdue()) spill();
 }
 
 void FeedBacklog::addInHand(const StreamFrame& frame) {
@@ -76,6 +106,8 @@ std::optional<std::uint64_t> FeedBacklog::begin() {
       flushIsDue_ = true;
       done_ = 0;
       passed_ = 0;
+      stored_ = 0;
+      settled_ = repeated_;
       recount();
       return repeated_;
     }
@@ -93,16 +125,18 @@ const StreamFrame* FeedBacklog::next() {
 void FeedBacklog::given() {
   waitBytes_ -= inHand_[given_].bytes.size;
   ++given_;
-  if (waiting() == 0) tellCaughtUp();
+  if (waiting() == 0) losing_ = false;
 }
 
 void FeedBacklog::settle(std::uint64_t ofGiven) {
+  settled_ = std::max(settled_, ofGiven);
   if (ofGiven <= passed_) return;
   const size_t before = inHand_.size();
   trim(ofGiven - passed_);
   const size_t popped = before - inHand_.size();
   passed_ += popped;
   given_ -= popped;
+  tellCaughtUp();
 }
 
 // Lets go of the first frames, of which so many are recorded, but for the group of pictures that
@@ -118,18 +152,19 @@ FeedBacklog::Recorded FeedBacklog::end(std::uint64_t ofGiven, std::uint64_t miss
   size_t recorded = ofGiven > passed_ ? ofGiven - passed_ : 0;
   recorded = std::min(recorded, given_);
   while (missingBytes != 0 && recorded != 0) {
-    const std::uint64_t size = inHand_[--recorded].bytes.size + RECORD_HEAD_SIZE;
+    const std::uint64_t size = inHand_[--recorded].bytes.size + KTRFile::RECORD_HEAD_SIZE;
     missingBytes -= std::min(missingBytes, size);
   }
   const Recorded result{passed_ + recorded, recorded == 0 ? 0 : inHand_[recorded - 1].timeMs};
   // What an earlier session has stays recorded, even if this one did not get so far.
   if (repeated_ > passed_) recorded = std::max<size_t>(recorded, repeated_ - passed_);
   given_ = 0;
-  passed_ = 0;
+  passed_ = stored_ = settled_ = 0;
   const size_t before = inHand_.size();
   trim(recorded);
   done_ = recorded - (before - inHand_.size());
   recount();
+  tellCaughtUp();
   return result;
 }
 
@@ -141,7 +176,9 @@ void FeedBacklog::refill() {
   while (waitBytes_ < SHARE_IN_HAND / 2 && !(spool_.empty() && last_.empty())) {
     StreamFrame frame;
     if (!spool_.empty() && !mayReadSpool()) return;
-    if (spool_.take(frame)) {
+    const bool isSpooled = spool_.take(frame);
+    if (const std::uint64_t damaged = spool_.takeDropped()) lose(damaged, DAMAGED);
+    if (isSpooled) {
       takeFromSpool(frame);
     } else if (!last_.empty()) {
       lastBytes_ -= last_.front().bytes.size;
@@ -166,7 +203,7 @@ void FeedBacklog::takeFromSpool(const StreamFrame& frame) {
 void FeedBacklog::spill() {
   if (!spool_.stores()) return;
   if (spoolIsFaulty_ && KTClock::instance()->elapsed() < spoolRetry_) return;
-  if (spool_.empty() && !last_.front().startsPlayback) spoolContext();
+  if (!spoolHand(SpoolSegment::Context)) return spoolFailed();
   while (!last_.empty()) {
     if (spool_.append(last_.front()) == FrameSpool::Refused) return spoolFailed();
     lastBytes_ -= last_.front().bytes.size;
@@ -180,21 +217,24 @@ void FeedBacklog::spill() {
                             spool_.directory().c_str());
 }
 
-// So that what the spool holds can be decoded even if this process does not live to record it.
-void FeedBacklog::spoolContext() {
-  if (inHand_.empty()) return;
-  const size_t from = groupOf(inHand_.size() - 1).value_or(inHand_.size());
-  for (size_t i = from; i < inHand_.size(); ++i) {
-    if (spool_.append(inHand_[i], SpoolSegment::Context) == FrameSpool::Refused) return;
+// Copies what is in memory alone, with the group of pictures that it needs. The spool holds nothing
+// behind these frames yet: while it does, none is added in hand but what comes out of it.
+bool FeedBacklog::spoolHand(SpoolSegment::Use waiting) {
+  for (size_t i = firstInMemory(); i < inHand_.size(); ++i) {
+    StreamFrame& frame = inHand_[i];
+    const SpoolSegment::Use use = i < done_ ? SpoolSegment::Context : waiting;
+    if (spool_.append(frame, use) == FrameSpool::Refused) return false;
+    frame.spoolPlace = spool_.end();
   }
+  return true;
 }
 
 void FeedBacklog::spoolFailed() {
   spoolRetry_ = KTClock::instance()->elapsed() + SPOOL_PAUSE;
   if (std::exchange(spoolIsFaulty_, true)) return;
-  KTLogger::instance()->log(KTLogger::Warning,
-                            "stream %d: cannot write to %s (%s): frames wait in memory", streamId_,
-                            spool_.directory().c_str(), std::strerror(errno));
+  KTLogger::instance()->log(
+      KTLogger::Warning, "stream %d: cannot write to %s (%s): frames wait in memory", streamId_,
+      spool_.directory().c_str(), std::generic_category().message(errno).c_str());
 }
 
 void FeedBacklog::bound() {
@@ -235,49 +275,40 @@ void FeedBacklog::lose(std::uint64_t frames, const char* reason) {
                             streamId_, reason);
 }
 
+// When all that was copied is on disk.
 void FeedBacklog::tellCaughtUp() {
-  losing_ = false;
-  if (!std::exchange(spooling_, false)) return;
+  const bool waits = !spool_.empty() || !last_.empty() || firstInMemory() > inHandOf(settled_);
+  if (!spooling_ || waits) return;
+  spooling_ = false;
   KTLogger::instance()->log(KTLogger::Warning, "stream %d: what waited in %s is recorded",
                             streamId_, spool_.directory().c_str());
 }
 
 std::uint64_t FeedBacklog::waiting() const {
-  return inHand_.size() - firstWaiting() + spool_.frames() + last_.size();
+  return left_ + inHand_.size() - firstWaiting() + spool_.frames() + last_.size();
 }
 
 void FeedBacklog::leave() {
   if (waiting() == 0) {
     popInHand(inHand_.size());
     done_ = 0;
-    return;
+    return spool_.finish();
   }
-  leaveInHand();
+  const size_t waits = firstWaiting();
+  left_ = std::max(firstInMemory(), waits) - waits;
+  if (!spoolHand(SpoolSegment::Record)) {
+    lose(inHand_.size() - std::max(firstInMemory(), waits), NO_ROOM);
+  }
   while (!last_.empty() && spool_.append(last_.front()) == FrameSpool::Stored) last_.pop_front();
   if (const std::uint64_t dropped = spool_.takeDropped()) lose(dropped, NO_ROOM);
   if (!last_.empty()) lose(last_.size(), NO_ROOM);
+  inHand_.clear();
   last_.clear();
-  lastBytes_ = 0;
-  if (spool_.empty()) return;
+  handBytes_ = waitBytes_ = lastBytes_ = 0;
+  done_ = 0;
+  if (waiting() == 0) return;
   KTLogger::instance()->log(KTLogger::Warning,
                             "stream %d: frames that could not be recorded stay in %s: the next "
                             "recording of this recorder takes them",
                             streamId_, spool_.directory().c_str());
-}
-
-// What came from the spool is in its files still; what did not lies before or behind that.
-void FeedBacklog::leaveInHand() {
-  const auto isSpooled = [](const StreamFrame& frame) { return frame.spoolPlace != 0; };
-  const auto first = std::find_if(inHand_.begin(), inHand_.end(), isSpooled);
-  const std::deque<StreamFrame> before(inHand_.begin(), first);
-  const size_t context = std::min(done_, before.size());
-  const size_t written = spool_.putBack(before, context);
-  if (written < before.size() - context) lose(before.size() - context - written, NO_ROOM);
-  for (size_t i = before.size(); i < inHand_.size(); ++i) {
-    if (isSpooled(inHand_[i])) continue;
-    if (spool_.append(inHand_[i]) == FrameSpool::Refused) lose(1, NO_ROOM);
-  }
-  inHand_.clear();
-  handBytes_ = waitBytes_ = 0;
-  done_ = 0;
 }

@@ -19,6 +19,10 @@
  * pictures that they end in: so a session that dies is followed by one that begins again at a key
  * frame, and no frame is lost between the two.
  *
+ * The spool is what outlives the process, so nothing stays in memory alone for longer than a frame
+ * may be in a session that works: where the session does not get on, all in hand has a copy in the
+ * spool, in front of the frames that wait there.
+ *
  * Owns: its frames and the spool.
  * Threads: one thread at a time for each object.
  * Blocks: for the file system where the spool is used.
@@ -29,15 +33,19 @@
 class FeedBacklog {
  public:
   /** Frames that wait in memory for a session before the spool is used. */
-  static constexpr std::uint64_t SHARE_IN_HAND = 4 * 1024 * 1024;
+  static constexpr std::uint64_t SHARE_IN_HAND = 4U << 20;
   /** Frames that wait in memory at most, where there is no spool or it takes no more. */
-  static constexpr std::uint64_t LARGEST_WAIT = 64 * 1024 * 1024;
+  static constexpr std::uint64_t LARGEST_WAIT = 64U << 20;
   /** Frames in hand at most before no more are read from the spool. */
-  static constexpr std::uint64_t LARGEST_HAND = 64 * 1024 * 1024;
+  static constexpr std::uint64_t LARGEST_HAND = 64U << 20;
   /** Of a group of pictures that is on disk, the most that is kept to begin again with. */
-  static constexpr std::uint64_t LARGEST_GROUP = 32 * 1024 * 1024;
+  static constexpr std::uint64_t LARGEST_GROUP = 32U << 20;
   /** A spool that refused a frame is tried again after this. */
   static constexpr KTClock::Span SPOOL_PAUSE = std::chrono::seconds(30);
+  /** The flush interval: nothing stays in memory for longer where the session does not get on. */
+  static constexpr KTClock::Span LONGEST_IN_MEMORY = std::chrono::seconds(11);
+  /** A session does not get on when it has left a frame for so long. */
+  static constexpr KTClock::Span STALL = std::chrono::seconds(1);
 
   /** streamId is for the log. */
   FeedBacklog(int streamId, std::string spoolDirectory, std::uint64_t spoolLimit)
@@ -45,6 +53,8 @@ class FeedBacklog {
 
   /** Adds the frame that came last. */
   void push(const StreamFrame& frame);
+  /** Spools what has been in memory for too long; to be called often. */
+  void spoolOverdue();
   /**
    * Of the frames that an earlier process has left, those of which isStored says that they are
    * recorded are passed over, or kept only to begin a session with.
@@ -67,6 +77,8 @@ class FeedBacklog {
    * frames read from the spool while those in hand fill the memory that there is for them.
    */
   void noteFlush(bool isDue) { flushIsDue_ = isDue; }
+  /** So many of the frames that the running session was given are in its file, or on their way. */
+  void noteStored(std::uint64_t ofGiven) { stored_ = ofGiven; }
   /** So many of the frames that the running session was given are on disk. */
   void settle(std::uint64_t ofGiven);
   struct Recorded {
@@ -93,6 +105,9 @@ class FeedBacklog {
 
  private:
   [[nodiscard]] size_t firstWaiting() const { return given_ > done_ ? given_ : done_; }
+  [[nodiscard]] size_t inHandOf(std::uint64_t ofGiven) const;
+  [[nodiscard]] size_t firstInMemory() const;
+  [[nodiscard]] bool isOverdue() const;
   [[nodiscard]] std::optional<size_t> groupOf(size_t index) const;
   [[nodiscard]] bool mayReadSpool() const { return handBytes_ < LARGEST_HAND || flushIsDue_; }
   void addInHand(const StreamFrame& frame);
@@ -102,14 +117,13 @@ class FeedBacklog {
   void recount();
   void refill();
   void spill();
-  void spoolContext();
+  [[nodiscard]] bool spoolHand(SpoolSegment::Use waiting);
   void spoolFailed();
   void bound();
   void dropOldestGroup();
   void dropGroup(std::deque<StreamFrame>& from, size_t first, const char* reason);
   void lose(std::uint64_t frames, const char* reason);
   void tellCaughtUp();
-  void leaveInHand();
 
   const int streamId_;
   FrameSpool spool_;
@@ -123,6 +137,9 @@ class FeedBacklog {
   size_t done_ = 0;              // frames in hand that are recorded; 0 while a session runs
   std::uint64_t repeated_ = 0;   // frames that the running session was given once more
   std::uint64_t passed_ = 0;     // frames of the running session that are no longer in hand
+  std::uint64_t stored_ = 0;     // frames that the running session has put into its file
+  std::uint64_t settled_ = 0;    // of these, or of those repeated, on disk
+  std::uint64_t left_ = 0;       // frames that stay for the next process
   bool handNeedsStart_ = false;  // a group of pictures was dropped up to the end of the hand
   bool lastNeedsStart_ = false;  // the same, up to the last frame
   bool flushIsDue_ = true;

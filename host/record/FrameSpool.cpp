@@ -1,6 +1,7 @@
 #include "host/record/FrameSpool.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
@@ -18,8 +19,8 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr const char* EXTENSION = ".spool";
-constexpr std::uint32_t FIRST_NUMBER = 1'000'000'000;  // room for what is put back before it
-constexpr std::uint64_t LARGEST_PART = 16 * 1024 * 1024;
+constexpr std::uint32_t FIRST_NUMBER = 1;
+constexpr std::uint64_t LARGEST_PART = 16U << 20;
 constexpr std::uint64_t PARTS = 16;  // of a full spool, at least
 
 std::uint64_t placeOf(std::uint32_t number, std::uint32_t offset) {
@@ -80,37 +81,36 @@ std::uint64_t FrameSpool::takeDropped() {
 }
 
 bool FrameSpool::needsPart(const StreamFrame& frame) const {
-  if (parts_.empty() || parts_.back().left) return true;
+  if (parts_.empty() || parts_.back().left || parts_.back().settledAt) return true;
   const SpoolSegment& last = *parts_.back().file;
   if (!(*last.settings() == *frame.settings)) return true;
   return frame.startsPlayback && last.size() >= std::min(LARGEST_PART, limit_ / PARTS);
 }
 
-bool FrameSpool::makePart(std::deque<Part>::iterator place, std::uint32_t number,
-                          const StreamFrame& frame) {
+bool FrameSpool::makePart(const StreamFrame& frame) {
   if (!makeDirectory()) return false;
-  std::unique_ptr<SpoolSegment> file = SpoolSegment::create(pathOf(number), frame.settings);
+  std::unique_ptr<SpoolSegment> file = SpoolSegment::create(pathOf(next_), frame.settings);
   if (file == nullptr) return false;
   bytes_ += file->size();
-  parts_.insert(place, {number, std::move(file)});
+  parts_.push_back({next_++, std::move(file)});
   return true;
 }
 
 FrameSpool::Appended FrameSpool::append(const StreamFrame& frame, SpoolSegment::Use use) {
   if (!stores()) return Refused;
+  removeSettled(KTClock::instance()->elapsed() - SAFE_AFTER);
   makeRoom(SpoolSegment::sizeOf(frame));
   needsStart_ = needsStart_ && !frame.startsPlayback;
   if (needsStart_) {
-    ++dropped_;
+    if (use == SpoolSegment::Record) ++dropped_;
     return Stored;
   }
-  if (needsPart(frame)) {
-    if (!makePart(parts_.end(), next_, frame)) return Refused;
-    ++next_;
-  }
-  if (!parts_.back().file->append(frame, use)) return Refused;
+  if (needsPart(frame) && !makePart(frame)) return Refused;
+  SpoolSegment& file = *parts_.back().file;
+  const unsigned int unread = file.unread();
+  if (!file.append(frame, use)) return Refused;
   bytes_ += SpoolSegment::sizeOf(frame);
-  ++frames_;
+  frames_ += file.unread() - unread;
   return Stored;
 }
 
@@ -122,59 +122,41 @@ void FrameSpool::makeRoom(std::uint64_t needed) {
 void FrameSpool::dropOldest() {
   Part& oldest = parts_.front();
   dropped_ += oldest.left ? oldest.file->unread() : oldest.file->unrecorded();
-  needsStart_ = parts_.size() == 1;
+  needsStart_ = parts_.size() == 1 && !oldest.settledAt;
   forget(oldest);
   parts_.pop_front();
 }
 
 void FrameSpool::forget(Part& part) {
   bytes_ -= std::min<std::uint64_t>(bytes_, part.file->size());
-  frames_ -= part.file->unread();
-  if (part.left) leftover_ -= part.file->unread();
-  part.file->remove();
+  passOver(part);
+  if (!part.file->isFaulty()) part.file->remove();
 }
 
-size_t FrameSpool::putBack(const std::deque<StreamFrame>& frames, size_t context) {
-  if (!stores() || frames.empty()) return 0;
-  std::uint32_t number = parts_.empty() ? next_ : parts_.front().number;
-  size_t written = frames.size();
-  // From the last to the first group of equal settings, each before the one that was written.
-  while (written != 0) {
-    size_t first = written - 1;
-    while (first != 0 && *frames[first - 1].settings == *frames[written - 1].settings) --first;
-    if (!makePart(parts_.begin(), --number, frames[first])) break;
-    SpoolSegment& file = *parts_.front().file;
-    for (size_t i = first; i < written; ++i) {
-      if (!file.append(frames[i], i < context ? SpoolSegment::Context : SpoolSegment::Record)) {
-        return frames.size() - written + i - first;
-      }
-      bytes_ += SpoolSegment::sizeOf(frames[i]);
-      ++frames_;
-    }
-    written = first;
-  }
-  return frames.size() - written;
+std::uint64_t FrameSpool::end() const {
+  return parts_.empty() ? placeOf(next_, 0)
+                        : placeOf(parts_.back().number, parts_.back().file->size());
 }
 
 bool FrameSpool::take(StreamFrame& frame) {
   for (Part& part : parts_) {
-    SpoolSegment::Use use = SpoolSegment::Record;
-    while (part.file->read(frame, use)) {
-      --frames_;
-      if (part.left) --leftover_;
-      // What was put back before it holds the context too.
-      const bool isNew = part.left && frame.timeMs > lastLeftMs_;
-      if (use == SpoolSegment::Context && !isNew) continue;
-      if (part.left) lastLeftMs_ = frame.timeMs;
-      frame.spoolPlace = placeOf(part.number, part.file->readOffset());
+    SpoolSegment& file = *part.file;
+    while (const unsigned int unread = file.unread()) {
+      SpoolSegment::Use use = SpoolSegment::Record;
+      const bool isSound = file.read(frame, use);
+      if (!isSound) dropped_ += file.skipGroup();
+      countRead(part, unread - file.unread());
+      if (!isSound || (use == SpoolSegment::Context && !part.left)) continue;
+      frame.spoolPlace = placeOf(part.number, file.readOffset());
       return true;
     }
-    // What is left of a damaged file holds no frame.
-    frames_ -= part.file->unread();
-    if (part.left) leftover_ -= part.file->unread();
-    part.file->passOver();
   }
   return false;
+}
+
+void FrameSpool::countRead(Part& part, unsigned int frames) {
+  frames_ -= frames;
+  if (part.left) leftover_ -= frames;
 }
 
 std::optional<StreamFrame> FrameSpool::first() const {
@@ -188,16 +170,32 @@ std::optional<StreamFrame> FrameSpool::first() const {
 void FrameSpool::settle(std::uint64_t place) {
   const auto number = static_cast<std::uint32_t>(place >> 32);
   const auto offset = static_cast<std::uint32_t>(place);
-  while (!parts_.empty() && parts_.front().number < number) {
+  for (Part& part : parts_) {
+    if (part.number > number) break;
+    if (part.number == number && (part.file->unread() != 0 || offset < part.file->readOffset())) {
+      part.file->settle(offset);
+    } else if (!part.settledAt) {
+      passOver(part);
+      part.settledAt = KTClock::instance()->elapsed();
+    }
+  }
+  removeSettled(KTClock::instance()->elapsed() - SAFE_AFTER);
+}
+
+void FrameSpool::passOver(Part& part) {
+  countRead(part, part.file->unread());
+  part.file->passOver();
+}
+
+void FrameSpool::removeSettled(KTClock::Span before) {
+  while (!parts_.empty() && parts_.front().settledAt && *parts_.front().settledAt <= before) {
     forget(parts_.front());
     parts_.pop_front();
   }
-  if (parts_.empty() || parts_.front().number != number) return;
-  SpoolSegment& file = *parts_.front().file;
-  if (file.unread() == 0 && offset >= file.readOffset()) {
-    forget(parts_.front());
-    parts_.pop_front();
-  } else {
-    file.settle(offset);
-  }
+}
+
+void FrameSpool::finish() {
+  if (parts_.empty() || !parts_.front().settledAt) return;
+  sync();
+  removeSettled(KTClock::Span::max());
 }

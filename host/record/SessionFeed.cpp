@@ -94,6 +94,8 @@ void SessionFeed::run() {
 // A session that has stored something or has ended tells nobody, so it is looked at.
 void SessionFeed::await(Lock& lock) {
   const bool waiting = backlog_.waiting() != 0;
+  if (session_ == nullptr) confirmationAsked_ = false;  // the next one begins with the event
+  if (confirmationAsked_) return;
   if (session_ == nullptr && !waiting && !finishing_) {
     changed_.wait(lock);
   } else {
@@ -120,6 +122,7 @@ void SessionFeed::recallStored(Lock& lock) {
 // One turn of the feed's thread; false when all is done.
 bool SessionFeed::step(Lock& lock) {
   busy_ = false;
+  backlog_.spoolOverdue();
   if (session_ == nullptr) {
     if (finishing_ || KTClock::instance()->elapsed() >= nextTry_) open();
   } else if (hasEnded()) {
@@ -178,6 +181,7 @@ bool SessionFeed::pump() {
     if (!session_->take(*next)) break;
     backlog_.given();
   }
+  backlog_.noteStored(session_->progress().frames);
   const std::uint64_t settled = session_->settled();
   backlog_.settle(settled);
   if (settled > repeated_) pause_ = KTClock::Span(0);
@@ -236,12 +240,11 @@ void SessionFeed::noteFiles(Lock& lock) {
   while (const std::optional<FedSession::Opened> opened = session_->unnoted()) {
     lock.unlock();
     const SessionRows rows(options_.params.dbName);
-    const std::string prefix = rows.filePrefix(opened->id);
     rows.setFreeStart(opened->id, static_cast<unsigned int>(options_.params.streamId),
                       opened->begun);
     session_->writeSidecar(opened->id);
     lock.lock();
-    session_->note(opened->id, prefix);
+    session_->note(opened->id);
     noted = true;
   }
   if (noted) writeEnds(lock);
@@ -257,14 +260,18 @@ void SessionFeed::writeEnds(Lock& lock) {
 
 void SessionFeed::followWindow(Lock& lock) {
   if (!window_) return;
+  const bool asked = confirmationAsked_;
   lock.unlock();
   session_->followWindow();
   lock.lock();
+  if (asked) confirmationAsked_ = false;
 }
 
+// The database may be away: whoever confirms, and whoever feeds, does not wait for it.
 void SessionFeed::passConfirmation() {
-  const std::lock_guard guard(mutex_);
-  if (session_ != nullptr && !closing_) session_->followWindow();
+  if (!window_) return;
+  confirmationAsked_ = true;
+  changed_.notify_one();
 }
 
 // What all sessions have stored, a frame that two of them hold counted once.

@@ -81,8 +81,10 @@ class SessionFeed {
    * slices may be deleted.
    */
   void beginNewSession() { splitAsked_ = true; }
-  /** Passes a confirmation on at once, without waiting for the next frame. */
+  /** Has the feed's thread pass a confirmation on at once. Does not wait for that. */
   void passConfirmation();
+  /** Whether the feed's thread has still to do that. */
+  [[nodiscard]] bool isPassingConfirmation() const { return confirmationAsked_; }
   [[nodiscard]] Progress progress() const;
 
  private:
@@ -113,6 +115,7 @@ class SessionFeed {
 
   const Options options_;
   std::atomic<bool> splitAsked_{false};
+  std::atomic<bool> confirmationAsked_{false};
   mutable std::mutex mutex_;  // guards all below; session_ changes on the feed's own thread only
   std::condition_variable changed_;
   FeedBacklog backlog_;

@@ -8,25 +8,12 @@ namespace {
 
 constexpr long NEAR_SECONDS = 600;
 
-KTR_DB_handle* databaseOf(const KTString& recorder) {
-  KTR_DB_factory* factory = KTR_DB_factory::instance();
-  return factory == nullptr ? nullptr : factory->db_instance(recorder);
-}
-
 }  // namespace
 
 KTRRecordSessionTable* SessionRows::table() const {
-  KTR_DB_handle* db = databaseOf(recorder_);
+  KTR_DB_factory* factory = KTR_DB_factory::instance();
+  KTR_DB_handle* db = factory == nullptr ? nullptr : factory->db_instance(recorder_);
   return db == nullptr ? nullptr : db->recordSessionTable();
-}
-
-std::string SessionRows::filePrefix(unsigned int id) const {
-  KTR_DB_handle* db = databaseOf(recorder_);
-  KTRRecordSessionTable* rows = table();
-  if (rows == nullptr) return "";
-  const KTString storage = rows->getSessionStorage(static_cast<int>(id));
-  if (storage.empty()) return "";
-  return std::string((storage + "/" + db->getPrefixFileName(static_cast<int>(id))).view());
 }
 
 void SessionRows::setFreeStart(unsigned int id, unsigned int stream, long start) const {
@@ -43,9 +30,9 @@ void SessionRows::setFreeStart(unsigned int id, unsigned int stream, long start)
     const KTVector<KTString> columns = others[i].tokenize(',');
     if (columns.count() > 3) taken.insert(static_cast<long>(columns[3].toUInt(0)));
   }
-  if (row.start_time != 0 && taken.count(start) == 0) return;
+  if (row.start_time != 0 && !taken.contains(start)) return;
   long free = start;
-  while (taken.count(free) != 0) ++free;
+  while (taken.contains(free)) ++free;
   rows->updateStartTime(id, free);
   rows->updateDataBase(true);
 }

@@ -1,7 +1,5 @@
 #pragma once
 
-#include <string>
-
 #include "runtime/KTString.h"
 
 class KTRRecordSessionTable;
@@ -17,8 +15,6 @@ class SessionRows {
  public:
   explicit SessionRows(const KTString& recorder) : recorder_(recorder) {}
 
-  /** What the paths of all files of a record session begin with; empty when that is not known. */
-  [[nodiscard]] std::string filePrefix(unsigned int id) const;
   /**
    * Two record sessions of a stream cannot begin in one second: the second one's row would never
    * be written. Such a session is given the next second that is free.

@@ -12,8 +12,7 @@ void SpoolLeftovers::start(const StreamRecorder::Options& options,
   std::error_code error;
   for (const fs::directory_entry& entry : fs::directory_iterator(options.spoolDirectory, error)) {
     const std::optional<long> stream = parseDigits(entry.path().filename().string());
-    if (!stream || *stream > lastStream ||
-        recorded.count(static_cast<unsigned int>(*stream)) != 0) {
+    if (!stream || *stream > lastStream || recorded.contains(static_cast<unsigned int>(*stream))) {
       continue;
     }
     feeds_.push_back(std::make_unique<SessionFeed>(

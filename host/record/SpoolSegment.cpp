@@ -99,9 +99,10 @@ bool SpoolSegment::readHeader() {
   return true;
 }
 
-bool SpoolSegment::readHead(std::uint32_t offset, unsigned char* head) const {
-  return readFully(file_.get(), head, RECORD_HEAD_SIZE, offset) == RECORD_HEAD_SIZE &&
-         isLength(loadLittleEndian(head));
+bool SpoolSegment::readHead(std::uint32_t offset, unsigned char* head) {
+  const auto got = readFully(file_.get(), head, RECORD_HEAD_SIZE, offset);
+  faulty_ = faulty_ || got < 0;
+  return got == RECORD_HEAD_SIZE && isLength(loadLittleEndian(head));
 }
 
 void SpoolSegment::countFrames() {
@@ -135,8 +136,13 @@ bool SpoolSegment::append(const StreamFrame& frame, Use use) {
     errno = reason;
     return false;
   }
+  const bool isPassed = use == Context && unread_ == 0;
   size_ += record.size;
-  ++unread_;
+  if (isPassed) {
+    readOffset_ = size_;
+  } else {
+    ++unread_;
+  }
   if (use == Record) ++unrecorded_;
   return true;
 }
@@ -146,7 +152,8 @@ bool SpoolSegment::read(StreamFrame& frame, Use& use) {
   if (unread_ == 0 || !readHead(readOffset_, head)) return false;
   const std::uint32_t length = loadLittleEndian(head);
   KTDataBlock bytes(length);
-  const auto got = readFully(file_.get(), bytes.writable(), length, readOffset_ + sizeof head);
+  const auto got = readFully(file_.get(), bytes.writable(), length, readOffset_ + RECORD_HEAD_SIZE);
+  faulty_ = faulty_ || got < 0;
   if (got != static_cast<ssize_t>(length) ||
       sumOf(bytes.data, length, sumOf(head, SUM_OFFSET)) != loadLittleEndian(head + SUM_OFFSET)) {
     return false;
@@ -163,6 +170,22 @@ bool SpoolSegment::read(StreamFrame& frame, Use& use) {
   --unread_;
   if (use == Record && unrecorded_ != 0) --unrecorded_;
   return true;
+}
+
+unsigned int SpoolSegment::skipGroup() {
+  unsigned int skipped = 0;
+  unsigned char head[RECORD_HEAD_SIZE];
+  while (unread_ != 0 && readHead(readOffset_, head)) {
+    const std::uint32_t flags = loadLittleEndian(head + FLAGS_OFFSET);
+    if (skipped != 0 && (flags & STARTS_PLAYBACK) != 0) return skipped;
+    readOffset_ += RECORD_HEAD_SIZE + loadLittleEndian(head);
+    --unread_;
+    ++skipped;
+    if ((flags & IS_CONTEXT) == 0 && unrecorded_ != 0) --unrecorded_;
+  }
+  skipped += unread_;
+  passOver();
+  return skipped;
 }
 
 bool SpoolSegment::peek(StreamFrame& frame) {

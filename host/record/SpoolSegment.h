@@ -14,7 +14,7 @@
  * Owns: the open file; remove() deletes it.
  * Threads: one thread at a time for each object.
  * Blocks: for the file system.
- * Errors: by result; a record that is cut short or damaged ends the file.
+ * Errors: by result; a record that is cut short ends the file, one that is damaged is not read.
  * Units: offsets and sizes in bytes.
  */
 class SpoolSegment {
@@ -39,9 +39,12 @@ class SpoolSegment {
     return RECORD_HEAD_SIZE + frame.bytes.size;
   }
 
-  /** Appends a frame; false, the file as it was, when it could not be written. */
+  /**
+   * Appends a frame; false, the file as it was, when it could not be written. Context that comes
+   * behind all that was read counts as read.
+   */
   [[nodiscard]] bool append(const StreamFrame& frame, Use use);
-  /** The next frame; false, frame unchanged, at the end. */
+  /** The next frame; false, frame unchanged, at the end and where it is damaged. */
   [[nodiscard]] bool read(StreamFrame& frame, Use& use);
   /** The next frame, which stays the next; false, frame unchanged, at the end. */
   [[nodiscard]] bool peek(StreamFrame& frame);
@@ -49,8 +52,15 @@ class SpoolSegment {
   [[nodiscard]] unsigned int unread() const { return unread_; }
   /** Those among them that this process has added to be recorded. */
   [[nodiscard]] unsigned int unrecorded() const { return unrecorded_; }
-  /** Gives up what was not read: it is damaged. */
+  /**
+   * Passes over a frame that cannot be read, and those behind it that need it: how many of them
+   * were to be recorded.
+   */
+  [[nodiscard]] unsigned int skipGroup();
+  /** Gives up what was not read. */
   void passOver() { unread_ = unrecorded_ = 0; }
+  /** Whether the disk has refused to give back what is in the file. */
+  [[nodiscard]] bool isFaulty() const { return faulty_; }
   /** Where the next frame is read. */
   [[nodiscard]] std::uint32_t readOffset() const { return readOffset_; }
   /** Notes in the file that what lies before an offset is recorded. */
@@ -65,7 +75,7 @@ class SpoolSegment {
   [[nodiscard]] bool writeHeader();
   [[nodiscard]] bool readHeader();
   void countFrames();
-  [[nodiscard]] bool readHead(std::uint32_t offset, unsigned char* head) const;
+  [[nodiscard]] bool readHead(std::uint32_t offset, unsigned char* head);
 
   std::string path_;
   UniqueFd file_;
@@ -74,4 +84,5 @@ class SpoolSegment {
   std::uint32_t readOffset_ = 0;
   unsigned int unread_ = 0;
   unsigned int unrecorded_ = 0;
+  bool faulty_ = false;
 };

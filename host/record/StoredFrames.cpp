@@ -22,5 +22,5 @@ void StoredFrames::readFrom(const StreamFrame& first) {
 }
 
 bool StoredFrames::has(const StreamFrame& frame) const {
-  return known_.count(identityOf(frame.timeMs, frame.bytes)) != 0;
+  return known_.contains(identityOf(frame.timeMs, frame.bytes));
 }

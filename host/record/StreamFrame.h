@@ -4,6 +4,7 @@
 #include <memory>
 
 #include "host/record/StreamSettings.h"
+#include "runtime/KTClock.h"
 #include "runtime/KTDataBlock.h"
 
 /** A frame on its way into a record session. A value; the bytes are shared between copies. */
@@ -13,5 +14,6 @@ struct StreamFrame {
   bool startsPlayback = false;  // all but delta frames
   bool beginsSession = false;   // belongs into another session than the frame before it
   std::shared_ptr<const StreamSettings> settings;
-  std::uint64_t spoolPlace = 0;  // behind it in the spool that it came from; 0 = from the source
+  std::uint64_t spoolPlace = 0;  // behind it in the spool; 0 = it is in memory alone
+  KTClock::Span arrived{0};      // from the source
 };

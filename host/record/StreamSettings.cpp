@@ -44,10 +44,13 @@ class Pieces {
 
 }  // namespace
 
+// The texts of a row say all: its fields are parsed from them where they are needed.
+// NOLINTBEGIN(cppcoreguidelines-slicing)
 StreamSettings::StreamSettings(const KTRVideoSettingsRow& pictures) : row_(pictures) {}
 
 StreamSettings::StreamSettings(const KTRAudioSettingsRow& sound, const KTDataBlock& header)
     : row_(sound), header_(header) {}
+// NOLINTEND(cppcoreguidelines-slicing)
 
 void StreamSettings::applyTo(KTRStreamRecordParams& params) const {
   if (isSound()) {

@@ -33,8 +33,8 @@ class StreamSettings {
   [[nodiscard]] bool operator==(const StreamSettings& other) const;
 
  private:
-  StreamSettings(KTRSettingsRow row, const KTDataBlock& header)
-      : row_(std::move(row)), header_(header) {}
+  StreamSettings(const KTRSettingsRow& row, const KTDataBlock& header)
+      : row_(row), header_(header) {}
 
   KTRSettingsRow row_;
   KTDataBlock header_;

@@ -13,16 +13,11 @@
 namespace {
 
 constexpr mode_t MODE = 0644;
+constexpr mode_t ALL_RIGHTS = 0777;
 constexpr const char* REMEDY = "make room, or mend the disk, and repair again";
 
 void check(bool done, const std::string& what, const std::string& path) {
   if (!done) throw systemFailure("cannot " + what + " " + path, REMEDY);
-}
-
-void syncDirectoryOf(const std::string& path) {
-  const std::string directory = path.substr(0, path.rfind('/') + 1);
-  const UniqueFd fd(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
-  check(fd && fsync(fd.get()) == 0, "sync", directory);
 }
 
 std::array<timespec, 2> timesOf(const std::string& path) {
@@ -85,6 +80,17 @@ void DurableFile::truncate(const std::string& path, uint64_t size) {
   setTimes(path, times);
 }
 
-void DurableFile::copyTimes(const std::string& from, const std::string& to) {
-  setTimes(to, timesOf(from));
+// The owner first: a change of it takes bits out of the mode.
+void DurableFile::copyAttributes(const std::string& from, const std::string& to) {
+  struct stat old {};
+  check(stat(from.c_str(), &old) == 0, "look at", from);
+  check(chown(to.c_str(), old.st_uid, old.st_gid) == 0 || errno == EPERM, "set the owner of", to);
+  check(chmod(to.c_str(), old.st_mode & ALL_RIGHTS) == 0, "set the rights of", to);
+  setTimes(to, {old.st_atim, old.st_mtim});
+}
+
+void DurableFile::syncDirectoryOf(const std::string& path) {
+  const std::string directory = path.substr(0, path.rfind('/') + 1);
+  const UniqueFd fd(open(directory.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  check(fd && fsync(fd.get()) == 0, "sync", directory);
 }

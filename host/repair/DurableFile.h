@@ -35,8 +35,10 @@ class DurableFile {
   static void touch(const std::string& path);
   /** Cuts a file; what it was changed last stays, since it tells when the recording was. */
   static void truncate(const std::string& path, uint64_t size);
-  /** Gives a file the times of another. */
-  static void copyTimes(const std::string& from, const std::string& to);
+  /** Gives a file the mode and the times of another, and its owner if that is allowed. */
+  static void copyAttributes(const std::string& from, const std::string& to);
+  /** Names that were made or changed in the directory of a path are on the disk afterwards. */
+  static void syncDirectoryOf(const std::string& path);
 
  private:
   std::string path_;

@@ -11,7 +11,13 @@ namespace {
 
 using Work = SessionMender::Work;
 
-constexpr const char* OF = " of ";
+bool isOfIds(const Finding& finding) {
+  return finding.kind == Finding::TwoSessionsOneId;
+}
+
+HostError stopped() {
+  return failure("the repair was stopped", "run it again");
+}
 
 std::map<unsigned int, std::vector<std::string>> headersBySettings(
     const std::vector<CheckSubject>& subjects) {
@@ -30,51 +36,62 @@ bool isUnknown(const Work& work) {
 
 }  // namespace
 
-std::string RepairRun::Removals::text() const {
-  return std::to_string(sessions) + OF + std::to_string(allSessions) + " sessions, " +
-         std::to_string(rows) + OF + std::to_string(allRows) + " index rows, " +
-         std::to_string(files) + OF + std::to_string(allFiles) + " files";
-}
-
 CheckRun::Result RepairRun::survey(KTR_DB_handle* handle) {
   options_.check.level = CheckLevel::Full;
   options_.check.recording = false;
-  findings_.clear();
+  due_.clear();
   CheckRun::Options check = options_.check;
   check.report = [&](const Finding& finding) {
+    due_[finding.session].push_back(finding);
+    if (std::find(findings_.begin(), findings_.end(), finding) != findings_.end()) return;
     findings_.push_back(finding);
     options_.check.report(finding);
   };
   CheckRun run(handle, check);
   const CheckRun::Result found = run.run();
-  countRemovals(found, run.tables().sessions().size());
+  countRemovals(run, found);
   return found;
 }
 
-void RepairRun::countRemovals(const CheckRun::Result& found, uint64_t sessions) {
+// Of two sessions with one id the second is looked at when it has an id of its own.
+void RepairRun::countRemovals(CheckRun& run, const CheckRun::Result& found) {
   removals_ = Removals();
-  removals_.allSessions = sessions;
   removals_.allRows = found.indexRows;
   removals_.allFiles = found.files;
-  for (const Finding& finding : findings_) {
-    if (finding.removes == 0) continue;
-    if (finding.kind == Finding::Leftover) {
-      removals_.files += finding.removes;
-    } else if (finding.kind == Finding::HalfBorn || finding.kind == Finding::RowsWithoutFiles) {
-      ++removals_.sessions;
-      removals_.rows += finding.removes - 1;
-    } else {
-      removals_.rows += finding.removes;
-    }
+  for (const CheckSubject& subject : run.subjects()) {
+    ++removals_.allSessions;
+    const auto due = due_.find(subject.id);
+    if (due == due_.end()) continue;
+    std::vector<Finding> own = due->second;
+    std::erase_if(own, isOfIds);
+    removals_.add(subject, own, run.tables());
   }
+  for (const Finding& finding : findings_) {
+    if (finding.kind == Finding::IndexWithoutSession) removals_.rows += finding.removes;
+  }
+}
+
+std::optional<HostError> RepairRun::refusal() const {
+  if (options_.removesMost || !removals_.areTooMany()) return std::nullopt;
+  return failure("this would remove more than half: " + removals_.text(),
+                 "a disk that is not mounted looks like this; look at --dry-run, and give "
+                 "--yes-really to do it");
+}
+
+void RepairRun::guard() const {
+  if (const std::optional<HostError> error = refusal()) throw *error;
 }
 
 RepairRun::Result RepairRun::mend(KTR_DB_handle& handle) {
   result_ = Result();
+  guard();
   TableWriter writer(handle);
   writer.makeIndexTable();  // step P4
   (void)SessionIdFloor::raise(handle, options_.check.directory);
-  separateIds(handle);   // step P5
+  if (separateIds(handle)) {  // step P5
+    if (survey(&handle).stopped) throw stopped();
+    guard();
+  }
   mendSessions(handle);  // each by the steps of SessionMender
   for (const Finding& finding : findings_) {
     if (finding.kind == Finding::IndexWithoutSession) writer.removeIndex(finding.session);
@@ -83,8 +100,8 @@ RepairRun::Result RepairRun::mend(KTR_DB_handle& handle) {
   return result_;
 }
 
-void RepairRun::separateIds(KTR_DB_handle& handle) {
-  const auto isOfIds = [](const Finding& each) { return each.kind == Finding::TwoSessionsOneId; };
+bool RepairRun::separateIds(KTR_DB_handle& handle) {
+  bool moved = false;
   for (const Finding& finding : findings_) {
     if (!isOfIds(finding)) continue;
     CheckRun run(&handle, options_.check);  // what was moved before is known to it
@@ -93,25 +110,21 @@ void RepairRun::separateIds(KTR_DB_handle& handle) {
       if (files.prefix != finding.detail) continue;
       const unsigned int next = std::max(run.disk().highestId(), run.tables().highestId()) + 1;
       SessionIdMove::move(files, run.disk(), next);
+      moved = true;
     }
   }
-  if (std::any_of(findings_.begin(), findings_.end(), isOfIds)) {
-    (void)SessionIdFloor::raise(handle, options_.check.directory);
-  }
+  if (moved) (void)SessionIdFloor::raise(handle, options_.check.directory);
+  return moved;
 }
 
 std::vector<Work> RepairRun::workOf(const std::vector<CheckSubject>& subjects) {
-  std::map<unsigned int, std::vector<Finding>> bySession;
-  for (const Finding& finding : findings_) {
-    if (finding.kind != Finding::TwoSessionsOneId) bySession[finding.session].push_back(finding);
-  }
   std::vector<Work> works;
   for (const CheckSubject& subject : subjects) {
-    const auto found = bySession.find(subject.id);
-    if (found == bySession.end() && (subject.row || !subject.hasContent())) continue;
+    const auto found = due_.find(subject.id);
+    if (found == due_.end() && (subject.row || !subject.hasContent())) continue;
     Work work;
     work.subject = &subject;
-    if (found != bySession.end()) work.findings = found->second;
+    if (found != due_.end()) work.findings = found->second;
     works.push_back(std::move(work));
   }
   return works;
@@ -161,7 +174,7 @@ void RepairRun::mendSessions(KTR_DB_handle& handle) {
   std::vector<Work> works = workOf(subjects);
   identify(works, subjects, run.tables());
   for (Work& work : works) {
-    if (options_.check.stop()) throw failure("the repair was stopped", "run it again");
+    if (options_.check.stop()) throw stopped();
     mended_.insert(work.subject->id);
     mendSession(handle, work);
   }

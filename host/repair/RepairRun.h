@@ -6,7 +6,9 @@
 #include <string>
 #include <vector>
 
+#include "host/HostError.h"
 #include "host/check/CheckRun.h"
+#include "host/repair/Removals.h"
 #include "host/repair/SessionMender.h"
 #include "host/repair/StreamNumbers.h"
 
@@ -26,20 +28,7 @@ class RepairRun {
   struct Options {
     CheckRun::Options check;              // level and recording are the run's own
     std::optional<unsigned char> stream;  // of sessions of which nothing tells it
-  };
-  /** What a repair would remove, beside all there is. */
-  struct Removals {
-    uint64_t sessions = 0;
-    uint64_t rows = 0;
-    uint64_t files = 0;
-    uint64_t allSessions = 0;
-    uint64_t allRows = 0;
-    uint64_t allFiles = 0;
-
-    [[nodiscard]] bool areTooMany() const {
-      return 2 * sessions > allSessions || 2 * rows > allRows || 2 * files > allFiles;
-    }
-    [[nodiscard]] std::string text() const;
+    bool removesMost = false;             // also more than half of sessions, rows or files
   };
   struct Result {
     std::vector<Finding> left;          // found again after the repair
@@ -50,14 +39,18 @@ class RepairRun {
 
   /** Looks and changes nothing. handle: null when the recorder has no database. */
   CheckRun::Result survey(KTR_DB_handle* handle);
+  /** All that was found and reported, also what mend() has met on its way. */
   [[nodiscard]] const std::vector<Finding>& findings() const { return findings_; }
   [[nodiscard]] const Removals& removals() const { return removals_; }
-  /** Mends what survey() has found. */
+  /** Why mend() would refuse; nothing when it would not. */
+  [[nodiscard]] std::optional<HostError> refusal() const;
+  /** Mends what survey() has found; throws refusal() before anything is removed. */
   Result mend(KTR_DB_handle& handle);
 
  private:
-  void countRemovals(const CheckRun::Result& found, uint64_t sessions);
-  void separateIds(KTR_DB_handle& handle);
+  void guard() const;
+  void countRemovals(CheckRun& run, const CheckRun::Result& found);
+  [[nodiscard]] bool separateIds(KTR_DB_handle& handle);
   void mendSessions(KTR_DB_handle& handle);
   void mendSession(KTR_DB_handle& handle, SessionMender::Work& work);
   [[nodiscard]] std::vector<SessionMender::Work> workOf(const std::vector<CheckSubject>& subjects);
@@ -67,6 +60,7 @@ class RepairRun {
 
   Options options_;
   std::vector<Finding> findings_;
+  std::map<unsigned int, std::vector<Finding>> due_;  // by session: what is to be mended
   Removals removals_;
   std::set<unsigned int> mended_;
   Result result_;

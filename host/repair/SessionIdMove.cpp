@@ -39,6 +39,17 @@ unsigned int begunId(const SessionFiles& files, const DiskCatalog& disk) {
   return 0;
 }
 
+// There is a file of the name already when a move was cut off: the same one.
+void link(const std::string& from, const std::string& to) {
+  std::error_code error;
+  std::error_code ignored;
+  fs::create_hard_link(from, to, error);
+  if (error == std::errc::file_exists && fs::equivalent(from, to, ignored)) return;
+  if (!error) return;
+  throw failure("cannot give " + from + " the name " + to + " (" + error.message() + ")",
+                "rename it by hand, and repair again");
+}
+
 }  // namespace
 
 void SessionIdMove::move(const SessionFiles& files, const DiskCatalog& disk, unsigned int nextId) {
@@ -46,11 +57,8 @@ void SessionIdMove::move(const SessionFiles& files, const DiskCatalog& disk, uns
   const std::string prefix = prefixOf(files, begun != 0 ? begun : nextId);
   try {
     const std::vector<std::string> names = namesOf(files);
-    for (const std::string& name : names) {
-      std::error_code error;
-      fs::create_hard_link(files.prefix + name, prefix + name, error);
-      if (error && error != std::errc::file_exists) throw fs::filesystem_error(name, error);
-    }
+    for (const std::string& name : names) link(files.prefix + name, prefix + name);
+    DurableFile::syncDirectoryOf(prefix);
     for (const std::string& name : names) DurableFile::remove(files.prefix + name);
   } catch (const fs::filesystem_error& error) {
     throw failure("cannot give " + files.prefix + "* another id (" + error.code().message() + ")",

@@ -12,6 +12,7 @@
 namespace {
 
 constexpr unsigned int HAS_DATA = 1;
+constexpr int ATTEMPTS = 3;             // when the connection is lost
 constexpr long AUDIO_HEADER_LEAD = 60;  // seconds that the header of sound may come before it
 
 }  // namespace
@@ -40,9 +41,11 @@ void SessionMender::mendSlices() {
   for (const Finding& finding : work_->findings) {
     if (finding.kind != Finding::TornTail && finding.kind != Finding::Garbage) continue;
     const std::string path = files_.slicePath(*finding.slice);
-    if (SliceMender::mend(path).unreadable) {
+    const SliceMender::Result mended = SliceMender::mend(path);
+    if (mended.unreadable) {
       throw failure("cannot read " + path, "look at the disk, and repair again");
     }
+    files_.damaged = files_.damaged || mended.movedBytes != 0;
     files_.slices[*finding.slice] = std::filesystem::file_size(path);
   }
 }
@@ -65,10 +68,12 @@ void SessionMender::mendAudioHeader() {
   DurableFile::rename(file.path(), files_.audioHeaderPath());
 }
 
-// Nothing of it can be played: no slice holds a byte. What was moved out of its slices stays.
+// Nothing of it can be played: no slice holds a byte. What was moved out of its slices stays, with
+// what tells how to read it.
 void SessionMender::removeSession() {
   writer_.removeSession(work_->subject->id);
   for (const auto& [slice, bytes] : files_.slices) DurableFile::remove(files_.slicePath(slice));
+  if (files_.damaged) return;
   if (files_.audioHeader) DurableFile::remove(files_.audioHeaderPath());
   if (files_.sidecar) DurableFile::remove(files_.sidecarPath());
 }
@@ -85,6 +90,11 @@ RecorderTables::Session SessionMender::rowToBegin() {
 }
 
 void SessionMender::mendRows() {
+  if (!work_->subject->row && !work_->identity.stream) {
+    throw failure(
+        "session " + std::to_string(work_->subject->id) + " has no frame that tells when it was",
+        "repair again; if that does not help, move its files away");
+  }
   RecorderTables::Session row = rowToBegin();
   const std::optional<long> start =
       work_->subject->row ? SessionStart::of(files_, {row.start, tables_.firstTime(row.id)})
@@ -92,23 +102,28 @@ void SessionMender::mendRows() {
   if (!start) return;
   const bool newSettings = !work_->subject->row || has(Finding::NoSettings);
   if (newSettings) row.settings = writer_.settingsId(work_->identity.settings);
-  try {
-    writer_.begin();
-    writer_.removeIndex(row.id);
-    const Footage footage =
-        Footage::read(files_, *start, row.fps,
-                      [&](const TableWriter::IndexRow& each) { writer_.addRow(row.id, each); });
-    correct(row, footage);
-    if (work_->subject->row) {
-      writer_.updateSession(row);
-    } else {
-      writer_.addSession(row);
+  for (int attempt = 1;; ++attempt) {
+    try {
+      return writeRows(row, *start);
+    } catch (const HostError&) {
+      if (!writer_.abandon() || attempt == ATTEMPTS) throw;
     }
-    writer_.commit();
-  } catch (const HostError&) {
-    writer_.abandon();
-    throw;
   }
+}
+
+void SessionMender::writeRows(RecorderTables::Session row, long start) {
+  writer_.begin();
+  writer_.removeIndex(row.id);
+  const Footage footage =
+      Footage::read(files_, start, row.fps,
+                    [&](const TableWriter::IndexRow& each) { writer_.addRow(row.id, each); });
+  correct(row, footage);
+  if (work_->subject->row) {
+    writer_.updateSession(row);
+  } else {
+    writer_.addSession(row);
+  }
+  writer_.commit();
 }
 
 void SessionMender::correct(RecorderTables::Session& row, const Footage& footage) {

@@ -37,6 +37,7 @@ class SessionMender {
   void mendAudioHeader();
   void removeSession();
   void mendRows();
+  void writeRows(RecorderTables::Session row, long start);
   [[nodiscard]] RecorderTables::Session rowToBegin();
   void correct(RecorderTables::Session& row, const Footage& footage);
 

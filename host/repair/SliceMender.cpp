@@ -57,7 +57,7 @@ uint64_t copy(SliceFile& from, const std::vector<Range>& ranges, DurableFile& to
 }
 
 std::string damagedPath(const std::string& path) {
-  return path.substr(0, path.rfind('.')) + ".damaged";
+  return path.substr(0, path.rfind('.')) + SessionFiles::DAMAGED;
 }
 
 }  // namespace
@@ -81,7 +81,7 @@ SliceMender::Result SliceMender::mend(const std::string& path) {
   mended.finish();
   result.unreadable = old.error() != 0;
   if (result.unreadable) return result;
-  DurableFile::copyTimes(path, mended.path());
+  DurableFile::copyAttributes(path, mended.path());
   DurableFile::rename(mended.path(), path);
   return result;
 }

@@ -1,5 +1,8 @@
 #include "host/repair/TableWriter.h"
 
+#include <cstdlib>
+
+#include "db/KTROwnedResult.h"
 #include "host/HostError.h"
 #include "runtime/KTCriticalCode.h"
 #include "runtime/KTTimeValue.h"
@@ -30,11 +33,29 @@ KTDataBlock blockOf(const std::string& text) {
 // A duplicate key counts as done with the library; here it is not.
 void TableWriter::run(const KTString& statement) {
   const KTCriticalCode guard(KTR_MYSQL_api::_staticMysqlMux);
+  expectSameConnection();
   const int result = handle_.db_do_query(statement);
   const unsigned int error = handle_.lastError();
   if (result == 0 && error == 0) return;
   throw failure("the database refuses a change (error " + std::to_string(error) + ")",
                 "see the messages above, and repair again");
+}
+
+/** The number that the server gives to the connection; 0 when it does not answer. */
+unsigned long TableWriter::connection() {
+  const KTCriticalCode guard(KTR_MYSQL_api::_staticMysqlMux);
+  KTROwnedResult result;
+  if (handle_.get_query_result("SELECT CONNECTION_ID()", result) == 0) return 0;
+  char** const row = handle_.fetch_row(result);
+  return row == nullptr || row[0] == nullptr ? 0 : std::strtoul(row[0], nullptr, 10);
+}
+
+// A lost connection is mended behind our back, and its transaction is gone: what is sent from then
+// on, the statement that met the loss included, is done at once, beside rows that are there again.
+void TableWriter::expectSameConnection() {
+  if (connection_ == 0 || connection() == connection_) return;
+  throw failure("the connection to the database was lost while the rows of a session were written",
+                "repair again");
 }
 
 std::string TableWriter::quoted(const std::string& text) {
@@ -65,7 +86,7 @@ unsigned int TableWriter::settingsId(const RecorderTables::Settings& settings) {
 void TableWriter::addSession(const RecorderTables::Session& session) {
   KTString statement;
   statement.format(
-      "INSERT INTO %s (id,streamID,settingsID,start_time,end_time,update_time,dataAvailable,"
+      "REPLACE INTO %s (id,streamID,settingsID,start_time,end_time,update_time,dataAvailable,"
       "storage,streamType,realFps) VALUES (%u,%u,%u,%ld,%ld,%ld,%u,%s,%u,%u)",
       sessionTable(), session.id, session.stream, session.settings, session.start, session.end,
       static_cast<long>(KTTimeValue::now().tv_sec), session.available,
@@ -98,6 +119,8 @@ void TableWriter::removeIndex(unsigned int session) {
 void TableWriter::begin() {
   pending_.clear();
   run("START TRANSACTION");
+  connection_ = connection();
+  if (connection_ == 0) throw failure("the database does not answer", "repair again");
 }
 
 void TableWriter::addRow(unsigned int session, const IndexRow& row) {
@@ -123,9 +146,14 @@ void TableWriter::flushRows() {
 void TableWriter::commit() {
   flushRows();
   run("COMMIT");
+  expectSameConnection();  // or it was another one's
+  connection_ = 0;
 }
 
-void TableWriter::abandon() {
+bool TableWriter::abandon() {
+  const bool lost = connection_ != 0 && connection() != connection_;
   pending_.clear();
+  connection_ = 0;
   (void)handle_.db_do_query("ROLLBACK");
+  return lost;
 }

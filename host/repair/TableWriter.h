@@ -29,7 +29,7 @@ class TableWriter {
   void makeIndexTable();
   /** The id of a settings row, which is added when it is missing. */
   [[nodiscard]] unsigned int settingsId(const RecorderTables::Settings& settings);
-  /** With the id that it has. */
+  /** With the id that it has; a row of that id is replaced. */
   void addSession(const RecorderTables::Session& session);
   /** Writes all columns but the id. */
   void updateSession(const RecorderTables::Session& session);
@@ -37,19 +37,26 @@ class TableWriter {
   void removeSession(unsigned int session);
   void removeIndex(unsigned int session);
 
-  /** What follows is done as a whole with commit(), or not at all. */
+  /**
+   * What follows is done as a whole with commit(), or not at all, unless the connection is lost
+   * meanwhile: that throws before the next statement.
+   */
   void begin();
   /** Of rows of a session with the same time the first one stays. */
   void addRow(unsigned int session, const IndexRow& row);
   void commit();
-  void abandon();
+  /** Whether the connection was lost: then it may be done again, from the beginning. */
+  [[nodiscard]] bool abandon();
 
  private:
   void run(const KTString& statement);
+  [[nodiscard]] unsigned long connection();
+  void expectSameConnection();
   void flushRows();
   [[nodiscard]] std::string quoted(const std::string& text);
 
   KTR_DB_handle& handle_;
   unsigned int session_ = 0;
+  unsigned long connection_ = 0;  // of the transaction; 0 outside of one
   std::vector<IndexRow> pending_;
 };

@@ -47,7 +47,7 @@ class CrashDeletionTest : public CrashFixture {
   void expectNothingComesBack(const Recorder& cam) {
     const Paths left = slices(cam);
     EXPECT_EQ(0, shell(command("repair", cam) + "--yes-really")) << out() << err();
-    expectClean(cam.name);
+    expectClean(cam);
     EXPECT_EQ(left, slices(cam));
     EXPECT_EQ(std::to_string(left.size()),
               value(cam, "SELECT COUNT(DISTINCT _id,_fileIndex) FROM dataStreams"));

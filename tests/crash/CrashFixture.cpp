@@ -3,9 +3,7 @@
 #include <algorithm>
 #include <csignal>
 #include <filesystem>
-#include <fstream>
 #include <functional>
-#include <iterator>
 #include <set>
 #include <sstream>
 #include <thread>
@@ -15,8 +13,8 @@
 #include "host/server/PrivateServer.h"
 #include "host/server/ServerConnection.h"
 #include "store/KTRFile.h"
+#include "tests/support/FileText.h"
 #include "tests/support/LogCapture.h"
-#include "tests/support/TestClip.h"
 
 namespace fs = std::filesystem;
 using std::chrono::milliseconds;
@@ -27,11 +25,6 @@ constexpr int SOUND = 128;  // between the numbers of a stream and of its sound
 constexpr std::int64_t NEXT_RUN_MS = 2500;
 constexpr std::int64_t AHEAD_MS = 3000;
 constexpr std::int64_t LOOK_MS = 50;
-
-std::string contentsOf(const fs::path& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
 
 bool hasFile(const fs::path& directory, const std::string& ending) {
   std::error_code ignored;  // directories come while it looks
@@ -57,6 +50,7 @@ void CrashFixture::SetUpTestSuite() {
        .keyInterval = 20,
        .size = "320x240",
        .encoderOptions = "-b:v 3M -minrate 3M -maxrate 3M -bufsize 1M -x264-params nal-hrd=cbr"});
+  TestClip::make(clips_->path() + "/onekey.mp4", {.seconds = 20, .keyInterval = 1000});
   TestClip::makeBeeps(clips_->path() + "/sound.mp4", "aac", {.seconds = 60, .keyInterval = 25});
   startServer();
 }
@@ -79,7 +73,8 @@ CrashFixture::Recorder CrashFixture::recorder(const std::string& options,
 
 void CrashFixture::begin(Recorder& recorder, const std::string& faults) {
   KtrProcess::Options options;
-  options.arguments = {"record", "--root", root_->path(), "--recorder", recorder.name};
+  options.arguments = {"record", "--root",     root_->path(), "--server",
+                       server_,  "--recorder", recorder.name};
   std::istringstream words(recorder.options);
   for (std::string word; words >> word;) options.arguments.push_back(word);
   ++recorder.runs;
@@ -159,12 +154,12 @@ void CrashFixture::addSent(Recorder& recorder, std::optional<SentFrames::End> ki
 
 void CrashFixture::expectRepaired(const Recorder& recorder) {
   EXPECT_EQ(0, shell(command("repair", recorder) + "--yes-really")) << out() << err();
-  expectClean(recorder.name);
+  expectClean(recorder);
   expectPlays(recorder);
 }
 
-void CrashFixture::expectClean(const std::string& recorder) {
-  EXPECT_EQ(0, shell("$K check --root $R --level full --recorder " + recorder)) << out() << err();
+void CrashFixture::expectClean(const Recorder& recorder) {
+  EXPECT_EQ(0, shell(command("check", recorder) + "--level full")) << out() << err();
 }
 
 // The frame log of a player has the pictures alone, so sound is read where it is stored.
@@ -244,7 +239,7 @@ std::map<std::string, size_t> CrashFixture::files(const Recorder& recorder) {
   std::map<std::string, size_t> found;
   for (const auto& entry : fs::recursive_directory_iterator(directory(recorder))) {
     if (!entry.path().filename().string().starts_with("record_")) continue;
-    found[entry.path()] = std::hash<std::string>()(contentsOf(entry.path()));
+    found[entry.path()] = std::hash<std::string>()(::contents(entry.path()));
   }
   return found;
 }

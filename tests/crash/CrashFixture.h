@@ -12,6 +12,7 @@
 #include "tests/crash/StallMeter.h"
 #include "tests/host/ProgramFixture.h"
 #include "tests/support/FaultCalls.h"
+#include "tests/support/TestClip.h"
 
 /**
  * Records with the real program, kills it or its database server, repairs, and compares what is
@@ -39,6 +40,10 @@ class CrashFixture : public ProgramFixture {
   static void SetUpTestSuite();
   static void TearDownTestSuite();
 
+  /** Makes a further clip to record. */
+  static void addClip(const std::string& name, const TestClip::Form& form) {
+    TestClip::make(clips_->path() + "/" + name, form);
+  }
   /** A recorder that was never recorded, named after the case. */
   [[nodiscard]] static Recorder recorder(const std::string& options = "",
                                          const std::map<int, std::string>& clips = {
@@ -75,7 +80,7 @@ class CrashFixture : public ProgramFixture {
 
   /** Repairs, checks all records and rows, and plays what was promised. */
   void expectRepaired(const Recorder& recorder);
-  void expectClean(const std::string& recorder);
+  void expectClean(const Recorder& recorder);
   void expectPlays(const Recorder& recorder);
   /** Records anew for a moment, to an end in order: no file that is there is touched. */
   void expectNextRunKeepsFiles(Recorder& recorder);
@@ -90,8 +95,10 @@ class CrashFixture : public ProgramFixture {
     return root_->path() + "/" + recorder.name;
   }
   [[nodiscard]] std::string command(const std::string& name, const Recorder& recorder) const {
-    return "$K " + name + " --root $R --recorder " + recorder.name + " ";
+    return "$K " + name + " --root $R --server " + server_ + " --recorder " + recorder.name + " ";
   }
+
+  std::string server_ = "private";  // that all commands use
 
  private:
   void addSent(Recorder& recorder, std::optional<SentFrames::End> killed);

@@ -1,9 +1,9 @@
 #include <csignal>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 
 #include "tests/crash/CrashFixture.h"
+#include "tests/support/FileText.h"
 
 namespace fs = std::filesystem;
 
@@ -28,8 +28,7 @@ class CrashRepairTest : public CrashFixture {
     const std::string at = value(cam_,
                                  "SELECT _offset FROM dataStreams JOIN recordSessions ON id=_id "
                                  "WHERE streamID=1 ORDER BY _time LIMIT 1,1");
-    std::ifstream file(picture_, std::ios::binary);
-    std::string bytes{std::istreambuf_iterator<char>(file), {}};
+    std::string bytes = ::contents(picture_);
     bytes.insert(std::stoul(at), 100, 'x');
     std::ofstream(picture_, std::ios::binary | std::ios::trunc) << bytes;
   }

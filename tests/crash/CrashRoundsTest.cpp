@@ -34,7 +34,7 @@ class CrashRoundsTest : public CrashFixture {
       expectUnchanged(before[i], all[i]);
       expectRepaired(all[i]);
       expectNextRunKeepsFiles(all[i]);
-      expectClean(all[i].name);
+      expectClean(all[i]);
       expectPlays(all[i]);
     }
   }

@@ -20,7 +20,7 @@ TEST_F(CrashServerTest, WhileRecordingLosesNothing) {
   }
   runFor(5000);
   stop(cam);
-  expectClean(cam.name);
+  expectClean(cam);
   expectPlays(cam);
 }
 
@@ -42,7 +42,7 @@ TEST_F(CrashServerTest, WhileAPlayerFollowsARecording) {
   stop(cam);
   EXPECT_NE("", contents("followed")) << contents("player");
   EXPECT_EQ("", cam.sent[1].strangersIn(path("followed")));
-  expectClean(cam.name);
+  expectClean(cam);
   expectPlays(cam);
 }
 
@@ -53,7 +53,7 @@ TEST_F(CrashServerTest, JustBeforeTheRecordingIsStopped) {
   killServer();
   startServer();
   stop(cam);
-  expectClean(cam.name);
+  expectClean(cam);
   expectPlays(cam);
 }
 

@@ -13,13 +13,22 @@ class CrashStepsTest : public CrashFixture {
                std::int64_t promisedMs = FLUSH_MS + ROAD_MS) {
     SCOPED_TRACE(faults);
     recordUntil(recorder, faults, promisedMs);
+    expectMended(recorder);
+  }
+  void expectMended(Recorder& recorder) {
     expectNextRunKeepsFiles(recorder);
+    EXPECT_EQ("0", count(recorder, HALF_BORN)) << "the next session removes it";
     expectRepaired(recorder);
+  }
+  [[nodiscard]] static std::string count(const Recorder& recorder, const std::string& rows) {
+    return value(recorder, "SELECT COUNT(*) FROM recordSessions WHERE " + rows);
   }
   void crashAt(const std::string& call, const std::string& what, unsigned int turn = 1) {
     Recorder cam = recorder();
     crashAt(cam, killAt(call, what, turn));
   }
+
+  static constexpr const char* HALF_BORN = "start_time=0 AND end_time=0";
 };
 
 }  // namespace
@@ -38,7 +47,10 @@ TEST_F(CrashStepsTest, AtTheSessionRow) {
 }
 
 TEST_F(CrashStepsTest, AtTheFirstSlice) {
-  crashAt("open", "_F0.dat");
+  Recorder cam = recorder();
+  recordUntil(cam, killAt("open", "_F0.dat"));
+  EXPECT_EQ("1", count(cam, HALF_BORN));
+  expectMended(cam);
 }
 
 TEST_F(CrashStepsTest, AtTheStartTime) {

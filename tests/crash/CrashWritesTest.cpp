@@ -21,19 +21,21 @@ class CrashWritesTest : public CrashFixture {
   void crashAtTheEnd(const std::string& faults, std::int64_t promisedMs) {
     SCOPED_TRACE(faults);
     Recorder cam = recorder();
+    endAndKill(cam, faults, promisedMs);
+    expectKept(cam);
+  }
+  void endAndKill(Recorder& cam, const std::string& faults, std::int64_t promisedMs) {
     begin(cam, faults);
     runFor(3000);
     cam.process->signal(SIGINT);
     awaitKill(cam, promisedMs);
-    expectKept(cam);
   }
   static Recorder smallSlices() { return recorder("--slice-size 1", {{1, "large.mp4"}}); }
-
- private:
   void expectKept(Recorder& recorder) {
     const size_t promised = recorder.sent[1].promised();
     EXPECT_NE(0U, promised);
     expectNextRunKeepsFiles(recorder);
+    expectPlays(recorder);
     expectRepaired(recorder);
   }
 };
@@ -59,6 +61,7 @@ TEST_F(CrashWritesTest, BetweenAFullSliceAndTheNext) {
   awaitKill(opening, JUST_WRITTEN_MS);
   for (Recorder* each : {&closing, &opening}) {
     EXPECT_NE(0U, each->sent[1].promised());
+    expectPlays(*each);
     expectRepaired(*each);
   }
 }
@@ -70,6 +73,13 @@ TEST_F(CrashWritesTest, InTheFirstFlushOfTheNextSlice) {
 
 TEST_F(CrashWritesTest, AfterTheLastFlushOfTheEnd) {
   crashAtTheEnd(killAt("close", "_F0.dat"), NONE_MAY_BE_LOST);
+}
+
+TEST_F(CrashWritesTest, OfASessionThatHasNoEndYet) {
+  Recorder cam = recorder("", {{1, "onekey.mp4"}});
+  endAndKill(cam, killAt("close", "_F0.dat"), NONE_MAY_BE_LOST);
+  EXPECT_EQ("1", value(cam, "SELECT start_time<>0 AND end_time=0 FROM recordSessions"));
+  expectKept(cam);
 }
 
 TEST_F(CrashWritesTest, AtTheTimeOfTheEnd) {

@@ -1,8 +1,7 @@
 #include <cerrno>
-#include <fstream>
-#include <iterator>
 
 #include "tests/faults/FaultFixture.h"
+#include "tests/support/FileText.h"
 
 namespace {
 
@@ -12,8 +11,7 @@ class AudioFaultsTest : public FaultFixture {
   AudioFaultsTest() : FaultFixture(STREAM_AUDIO) {}
 
   [[nodiscard]] std::string header(unsigned int session) const {
-    std::ifstream file(prefix(session) + "audioHeader.dat", std::ios::binary);
-    return {std::istreambuf_iterator<char>(file), {}};
+    return contents(prefix(session) + "audioHeader.dat");
   }
 };
 

@@ -4,12 +4,12 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <nlohmann/json.hpp>
 #include <regex>
 #include <string>
 
 #include "host/server/OptionFile.h"
+#include "tests/support/FileText.h"
 #include "tests/support/MariaDbServer.h"
 #include "tests/support/TempDir.h"
 
@@ -21,11 +21,6 @@ using nlohmann::json;
 // The option file that docs/guide offers, on a server that knows nothing of recorders.
 class ClientOptionSampleTest : public testing::Test {
  protected:
-  static std::string contents(const std::string& path) {
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
-
   // Installs an option file with this server and account filled in.
   void install(std::string text) {
     const MariaDbServer& server = MariaDbServer::instance();

@@ -5,13 +5,13 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
+
+#include "tests/support/FileText.h"
 
 #include "tests/support/TestClip.h"
 
 std::string CommandPage::contents(const std::string& path) {
-  std::ifstream file(path);
-  return {std::istreambuf_iterator<char>(file), {}};
+  return ::contents(path);
 }
 
 std::string CommandPage::commands(const std::string& page) {

@@ -1,10 +1,10 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <regex>
 #include <string>
+
+#include "tests/support/FileText.h"
 
 namespace {
 
@@ -14,11 +14,6 @@ namespace fs = std::filesystem;
 class DocumentsTest : public testing::Test {
  protected:
   const fs::path docs_ = KTR_SOURCE_DIR "/docs";
-
-  static std::string contents(const fs::path& path) {
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
 
   template <typename Visit>
   void forEachPage(Visit visit) const {

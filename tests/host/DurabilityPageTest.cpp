@@ -1,11 +1,11 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <regex>
 #include <set>
 #include <string>
+
+#include "tests/support/FileText.h"
 
 namespace {
 
@@ -16,10 +16,6 @@ class DurabilityPageTest : public testing::Test {
  protected:
   using Names = std::set<std::string>;
 
-  static std::string contents(const fs::path& path) {
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
   static Names all(const std::string& text, const char* pattern) {
     const std::regex wanted(pattern);
     Names found;

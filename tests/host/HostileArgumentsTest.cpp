@@ -46,12 +46,23 @@ const Place CHECKED[] = {
     {"record --root $R --recorder bell 1=rtsp://c --min-free ?"},
     {"record --root $R --recorder bell 1=rtsp://c --keep-at-least ?"},
     {"record --root $R --recorder bell 1=rtsp://c --by-events --post-event ?"},
+    {"record --root $R --recorder bell 1=rtsp://c --by-events ?"},
+    {"record --root $R --recorder bell 1=rtsp://c --spool-size ?"},
+    {"record --root $R --recorder bell 1=$R/none --frame-log ?"},
     {"play --root ? --recorder bell --stream 1 --at now -o -"},
     {"play --root $R --recorder ? --stream 1 --at now -o -"},
     {"play --root $R --recorder bell --stream ? --at now -o -"},
     {"play --root $R --recorder bell --stream 1 --at ? -o -"},
     {"play --root $R --recorder bell --stream 1 --at now --for ? -o -"},
     {"play --root $R --recorder bell --stream 1 --at now -o ?"},
+    {"check --root ? --recorder bell"},
+    {"check --root $R --recorder ?"},
+    {"check --root $R --recorder bell --server ?"},
+    {"check --root $R --recorder bell --level ?"},
+    {"repair --root ? --recorder bell"},
+    {"repair --root $R --recorder ?"},
+    {"repair --root $R --recorder bell --server ?"},
+    {"repair --root $R --recorder bell --stream ?"},
     {"events add --root ? --recorder bell --sensor 1 --type 1"},
     {"events add --root $R --recorder ? --sensor 1 --type 1"},
     {"events add --root $R --recorder bell --sensor ? --type 1"},
@@ -94,8 +105,9 @@ class HostileArgumentsTest : public EventFixture {
     std::istringstream command(place.command);
     Words words;
     for (std::string word; command >> word;) {
+      const size_t root = word.find("$R");
+      if (root != std::string::npos) word.replace(root, 2, HostTestRoot::shared().path());
       if (word == "?") word = place.before + text;
-      if (word == "$R") word = HostTestRoot::shared().path();
       words.push_back(word);
     }
     return words;
@@ -136,6 +148,19 @@ TEST_F(HostileArgumentsTest, AreRefusedInOneLineBeforeAnythingIsDone) {
       EXPECT_EQ(out_.str(), "") << place.command << ": " << text;
       EXPECT_TRUE(calls_.statements().empty()) << place.command << ": " << text;
     }
+  }
+  expectDataOnly();
+  EXPECT_EQ(files(), before);
+}
+
+// Any text names a file, so that a player looks for the recording first; there is none.
+TEST_F(HostileArgumentsTest, AreNamesOfFilesWhereAFileIsWanted) {
+  const Place place{"play --root $R --recorder bell --stream 1 --at now -o - --frame-log ?"};
+  const Words before = files();
+  for (const std::string& text : HostileTexts::all()) {
+    EXPECT_NE(run(wordsOf(place, text)), 0) << text;
+    EXPECT_EQ(std::count(err_.view().begin(), err_.view().end(), '\n'), 1) << err_.str();
+    EXPECT_EQ(out_.str(), "") << text;
   }
   expectDataOnly();
   EXPECT_EQ(files(), before);

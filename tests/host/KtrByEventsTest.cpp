@@ -40,10 +40,7 @@ class KtrByEventsTest : public ProgramFixture {
            " --frame-log $D/in 1=$D/" + clip + " 2>$D/log & p=$!; ";
   }
   /** Waits until the recording has received so many frames. */
-  [[nodiscard]] static std::string frames(int count) {
-    return "until [ $(cat $D/in.1 2>$D/none | wc -l) -ge " + std::to_string(count) +
-           " ]; do sleep 0.05; done; ";
-  }
+  [[nodiscard]] static std::string frames(int count) { return await("$D/in.1", count); }
   [[nodiscard]] static std::string stop() { return "kill -INT $p; wait $p"; }
   /** Asks the private server while it runs. */
   [[nodiscard]] static std::string query(const std::string& sql) {

@@ -75,6 +75,25 @@ TEST_F(KtrCheckTest, PrintsJson) {
   EXPECT_EQ(json::array(), json::parse(out())["findings"]);
 }
 
+TEST_F(KtrCheckTest, NamesASliceThatCannotBeRead) {
+  const std::string slice = file("R1_F0.dat");
+  std::ofstream(slice.substr(0, slice.size() - 5) + "1.dat") << "";
+  ASSERT_EQ(0, check("--level full")) << out();
+  fs::remove(slice.substr(0, slice.size() - 5) + "1.dat");
+  fs::create_directory(slice.substr(0, slice.size() - 5) + "1.dat");
+  EXPECT_EQ(1, check("--level full"));
+  EXPECT_THAT(out(), HasSubstr("unreadable: session 1, slice 1 at 0: the slice cannot be read ("));
+  EXPECT_THAT(out(), HasSubstr("Is a directory)\n"));
+}
+
+TEST_F(KtrCheckTest, AHeaderOfSoundThatCannotBeReadIsDamaged) {
+  const std::string header = file("audioHeader.dat");
+  fs::remove(header);
+  fs::create_directory(header);
+  EXPECT_EQ(1, check(""));
+  EXPECT_EQ("damaged-audio-header: session 2: the header file of the sound is damaged\n", out());
+}
+
 TEST_F(KtrCheckTest, SaysThatItCouldNotCheck) {
   EXPECT_EQ(2, check("--level deep"));
   EXPECT_EQ("ktr: 'deep' is not a level: give files, index or full\n", err());

@@ -1,21 +1,17 @@
 #include <gtest/gtest.h>
 
 #include <CLI/CLI.hpp>
-#include <fstream>
-#include <iterator>
 #include <string>
 
 #include "host/commands/AllCommands.h"
+#include "tests/support/FileText.h"
 
 namespace {
 
 // The reference of the program beside what its commands take.
 class KtrPageTest : public testing::Test {
  protected:
-  static std::string page() {
-    std::ifstream file(KTR_SOURCE_DIR "/docs/reference/ktr.md");
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
+  static std::string page() { return contents(KTR_SOURCE_DIR "/docs/reference/ktr.md"); }
 
   // What the page says between this heading and the next of its level.
   static std::string section(const std::string& heading) {

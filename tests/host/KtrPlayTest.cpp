@@ -1,10 +1,9 @@
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <nlohmann/json.hpp>
 
 #include "tests/host/ProgramFixture.h"
+#include "tests/support/FileText.h"
 #include "tests/support/TestClip.h"
 
 namespace fs = std::filesystem;
@@ -39,8 +38,7 @@ class KtrPlayTest : public ProgramFixture {
   }
   /** What the recording of a stream was fed. */
   static std::string recorded(int stream) {
-    std::ifstream file(clips_->path() + "/in." + std::to_string(stream));
-    return {std::istreambuf_iterator<char>(file), {}};
+    return ::contents(clips_->path() + "/in." + std::to_string(stream));
   }
   /** ktr play of a stream of the recorder, with these arguments. */
   int play(int stream, const std::string& arguments) {
@@ -102,7 +100,8 @@ TEST_F(KtrPlayTest, AReaderThatGoesAwayIsOneLine) {
 TEST_F(KtrPlayTest, FollowsARunningRecordingToItsEnd) {
   TestClip::make(path("long.mp4"), {.seconds = 14, .frameRate = 50, .keyInterval = 25});
   ASSERT_EQ(0, shell("$K record --root $R --recorder live --frame-log $D/in 1=$D/long.mp4 2>$D/a & "
-                     "a=$!; until [ -s $D/in.1 ]; do sleep 0.05; done; "
+                     "a=$!; " +
+                     await("$D/in.1") +
                      "$K play --root $R --recorder live --stream 1 --at -1m --follow -o $D/o.mkv "
                      "--frame-log $D/played & b=$!; "
                      "$K play --root $R --recorder live --stream 1 --follow --for 2s -o $D/l.mkv "

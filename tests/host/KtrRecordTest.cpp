@@ -34,13 +34,6 @@ class KtrRecordTest : public ProgramFixture {
   }
   ~KtrRecordTest() override { EXPECT_FALSE(isRunning()); }
 
-  /** Waits until a running command has written a file that is not empty. */
-  /** Shell: waits until a log has so many lines. */
-  [[nodiscard]] static std::string await(const std::string& file, int lines = 1) {
-    return "until [ \"$(cat " + file + " 2>/dev/null | wc -l)\" -ge " + std::to_string(lines) +
-           " ]; do sleep 0.05; done; ";
-  }
-
   [[nodiscard]] json sessions(const std::string& recorder) {
     EXPECT_EQ(0, shell("$K sessions --root $R --recorder " + recorder + " --json")) << err();
     return json::parse(out())["sessions"];

@@ -152,6 +152,12 @@ TEST_F(KtrRepairTest, RefusesToRemoveMoreThanHalf) {
   fs::create_directory(root_->path() + "/cam");
   EXPECT_EQ(1, ktr("repair"));
   EXPECT_THAT(err(), HasSubstr("ktr: this would remove more than half: 3 of 3 sessions, "));
+  const std::string refusal = err();
+  EXPECT_EQ(1, ktr("repair", "--dry-run"));
+  EXPECT_THAT(err(), HasSubstr(refusal));
+  EXPECT_EQ(1, ktr("repair", "--dry-run --json"));
+  EXPECT_EQ("ktr: " + std::string(json::parse(out())["problems"][0]) + "\n", refusal);
+  EXPECT_EQ(0, ktr("repair", "--dry-run --yes-really"));
   EXPECT_EQ(0, ktr("sessions", "--json"));
   EXPECT_EQ(3U, json::parse(out())["sessions"].size());
   fs::remove_all(root_->path() + "/cam");
@@ -162,6 +168,19 @@ TEST_F(KtrRepairTest, RefusesToRemoveMoreThanHalf) {
   EXPECT_EQ(0, ktr("repair", "--yes-really")) << err();
   EXPECT_EQ(0, ktr("sessions", "--json"));
   EXPECT_EQ(0U, json::parse(out())["sessions"].size());
+}
+
+TEST_F(KtrRepairTest, RefusesToRemoveAZeroedRecorderWithoutItsDatabase) {
+  loseDatabase();
+  for (int i = 1; i <= 3; ++i) {
+    const std::string slice = file("R" + std::to_string(i) + "_F0.dat");
+    const auto size = fs::file_size(slice);
+    fs::resize_file(slice, 0);
+    fs::resize_file(slice, size);
+  }
+  EXPECT_EQ(1, ktr("repair"));
+  EXPECT_THAT(err(), HasSubstr("ktr: this would remove more than half: 3 of 3 sessions, "));
+  for (int i = 1; i <= 3; ++i) EXPECT_NE("", file("R" + std::to_string(i) + "_F0.dat"));
 }
 
 TEST_F(KtrRepairTest, LeavesARecorderThatIsBeingRecordedAlone) {
@@ -187,6 +206,19 @@ TEST_F(KtrRepairTest, GoesOnAfterItWasKilledAnywhere) {
   EXPECT_EQ(0, ktr("repair")) << err();
   expectClean();
   expectAllPlays();
+}
+
+TEST_F(KtrRepairTest, ANewServerBesideTheOldSpool) {
+  lease_.reset();
+  fs::rename(root_->paths().dataDirectory(), path("data.damaged"));
+  const std::string waiting = root_->paths().directory() + "/spool/cam/1/0.spool";
+  fs::create_directories(fs::path(waiting).parent_path());
+  std::ofstream(waiting) << "frames";
+  lease_.emplace(ServerLease::acquire(root_->paths()));
+  EXPECT_EQ(0, ktr("repair")) << err();
+  expectClean();
+  expectAllPlays();
+  EXPECT_TRUE(fs::exists(waiting));
 }
 
 TEST_F(KtrRepairTest, ARecordingWithoutItsDatabaseKeepsOutOfOldFiles) {

@@ -2,9 +2,9 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 
 #include "tests/host/ProgramFixture.h"
+#include "tests/support/FileText.h"
 #include "tests/support/TestClip.h"
 
 namespace fs = std::filesystem;
@@ -33,8 +33,7 @@ class KtrSecretsTest : public ProgramFixture {
     std::vector<std::string> found;
     for (const auto& entry : fs::recursive_directory_iterator(root_->path())) {
       if (!entry.is_regular_file()) continue;
-      std::ifstream file(entry.path(), std::ios::binary);
-      const std::string bytes{std::istreambuf_iterator<char>(file), {}};
+      const std::string bytes = ::contents(entry.path());
       if (bytes.find(SECRET) != std::string::npos) found.push_back(entry.path());
     }
     return found;

@@ -14,10 +14,6 @@ namespace {
 /** ktr record while the server goes away, as it happens to a user. */
 class KtrSurviveTest : public ProgramFixture {
  protected:
-  /** Waits until a running command has written a file that is not empty. */
-  [[nodiscard]] static std::string await(const std::string& file) {
-    return "until [ -s " + file + " ]; do sleep 0.05; done; ";
-  }
   /** What a player hands out of stream 1, a frame a line. */
   [[nodiscard]] std::vector<std::string> played(const std::string& recorder) {
     EXPECT_EQ(0, shell("$K play --root $R --recorder " + recorder +

@@ -48,6 +48,10 @@ constexpr const char* RECORD_AND_PLAY =
     "$K events add --root $H/v --recorder cam --sensor 1 --type 2 && "
     "$K play --root $H/v --recorder cam --stream 1 --at -1m -o $H/out.mp4 && "
     "$K sessions --root $H/v --recorder cam && "
+    "$K check --root $H/v --recorder cam --level full && "
+    "for slice in $H/v/cam/*/*/*/*_F0.dat; do echo noise >> $slice; done && "
+    "$K repair --root $H/v --recorder cam && "
+    "$K check --root $H/v --recorder cam --level full && "
     "$K retain --root $H/v --recorder cam --max-age 1d --keep-at-least 1h && "
     "test -S $H/v/.ktr/server.sock";
 

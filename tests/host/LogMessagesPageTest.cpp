@@ -1,13 +1,13 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <map>
 #include <regex>
 #include <set>
 #include <string>
 #include <vector>
+
+#include "tests/support/FileText.h"
 
 namespace {
 
@@ -29,11 +29,6 @@ struct Call {
 class LogMessagesPageTest : public testing::Test {
  protected:
   using Rows = std::set<std::pair<std::string, std::string>>;  // text and priority
-
-  static std::string contents(const std::string& path) {
-    std::ifstream file(path);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
 
   static const std::map<std::string, std::string>& sources() {
     static const std::map<std::string, std::string> all = [] {

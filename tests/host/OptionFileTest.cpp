@@ -4,22 +4,15 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <fstream>
-#include <iterator>
-
 #include "host/server/ServerConnection.h"
 #include "host/server/ServerLease.h"
 #include "tests/host/HostTestRoot.h"
+#include "tests/support/FileText.h"
 
 using testing::HasSubstr;
 using testing::Not;
 
 namespace {
-
-std::string contents(const std::string& path) {
-  std::ifstream file(path);
-  return {std::istreambuf_iterator<char>(file), {}};
-}
 
 const ServerPaths PATHS(StorageRoot::parse("/srv/video"));
 

@@ -3,11 +3,10 @@
 #include <unistd.h>
 
 #include <csignal>
-#include <fstream>
-#include <iterator>
 
 #include "host/system/OtherProcess.h"
 #include "tests/host/UsageErrors.h"
+#include "tests/support/FileText.h"
 #include "tests/support/TempDir.h"
 
 namespace {
@@ -18,15 +17,11 @@ class ProcessLaunchTest : public testing::Test {
     return ProcessLaunch({"sh", "-c", script}, log_).runAndWait();
   }
 
-  [[nodiscard]] std::string output() const {
-    std::ifstream file(log_);
-    return {std::istreambuf_iterator<char>(file), {}};
-  }
+  [[nodiscard]] std::string output() const { return contents(log_); }
 
   // Whether the process waits for something, its loader having closed what it had opened.
   [[nodiscard]] static bool isAsleep(pid_t pid) {
-    std::ifstream file("/proc/" + std::to_string(pid) + "/stat");
-    const std::string stat{std::istreambuf_iterator<char>(file), {}};
+    const std::string stat = contents("/proc/" + std::to_string(pid) + "/stat");
     const size_t nameEnd = stat.rfind(')');
     return nameEnd != std::string::npos && stat.compare(nameEnd, 3, ") S") == 0;
   }

@@ -4,10 +4,9 @@
 
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 
 #include "host/server/PrivateServer.h"
+#include "tests/support/FileText.h"
 
 std::unique_ptr<HostTestRoot> ProgramFixture::root_;
 
@@ -21,8 +20,7 @@ int ProgramFixture::shell(const std::string& text) {
 }
 
 std::string ProgramFixture::contents(const std::string& name) const {
-  std::ifstream file(path(name));
-  return {std::istreambuf_iterator<char>(file), {}};
+  return ::contents(path(name));
 }
 
 bool ProgramFixture::isRunning() {

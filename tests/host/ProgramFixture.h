@@ -21,6 +21,12 @@ class ProgramFixture : public testing::Test {
    */
   int shell(const std::string& text);
 
+  /** Shell: waits until a file, such as the log of a running command, has so many lines. */
+  [[nodiscard]] static std::string await(const std::string& file, int lines = 1) {
+    return "until [ \"$(cat " + file + " 2>/dev/null | wc -l)\" -ge " + std::to_string(lines) +
+           " ]; do sleep 0.05; done; ";
+  }
+
   /** What the last text wrote. */
   [[nodiscard]] std::string out() const { return contents("out"); }
   [[nodiscard]] std::string err() const { return contents("err"); }

@@ -1,10 +1,10 @@
 #include <unistd.h>
 
 #include <fstream>
-#include <iterator>
 #include <nlohmann/json.hpp>
 
 #include "tests/host/ProgramFixture.h"
+#include "tests/support/FileText.h"
 #include "tests/support/TestClip.h"
 
 using nlohmann::json;
@@ -36,8 +36,7 @@ class SmallDiskTest : public ProgramFixture {
 
   /** What a command has written. */
   [[nodiscard]] static std::string seen(const std::string& name) {
-    std::ifstream file(seen_->path() + "/" + name);
-    return {std::istreambuf_iterator<char>(file), {}};
+    return ::contents(seen_->path() + "/" + name);
   }
   [[nodiscard]] static json sessions(const std::string& recorder) {
     return json::parse(seen(recorder + ".sessions"))["sessions"];

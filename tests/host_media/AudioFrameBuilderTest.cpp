@@ -87,6 +87,16 @@ TEST_F(AudioFrameBuilderTest, GoesBackWithAClockThatWasPutBack) {
   EXPECT_THAT(stamps_, ElementsAre(60'000, 0));
 }
 
+TEST_F(AudioFrameBuilderTest, GoesBackByLittleOnlyWhenItIsRestarted) {
+  add(6'000'000);
+  add(3'000'000);
+  builder_.restart();
+  add(3'000'000);
+  builder_.flush();
+  EXPECT_THAT(frames(), ElementsAre(1, 1));
+  EXPECT_THAT(stamps_, ElementsAre(6'000, 3'000));
+}
+
 TEST_F(AudioFrameBuilderTest, StampsBeginAgainAtMidnight) {
   add(16LL * 3600 * 1'000'000 + 7'000);
   builder_.flush();

@@ -171,4 +171,34 @@ TEST_F(FrameSourceTest, SoundBecomesFramesOfItsOwnOnTheClockOfThePictures) {
   }
 }
 
+TEST_F(FrameSourceTest, NoSoundIsLostWhenTheWallClockIsPutBackByLittle) {
+  const TempDir dir;
+  const std::string url = TestClip::makeBeeps(dir.path() + "/a.mp4", "aac", {.seconds = 3});
+  MediaInput::Options options;
+  options.audio = true;
+  MediaInput input(url, options);
+  FrameSource source(input);
+  std::vector<KTDataBlock> sound;
+  std::int64_t lastMs = 0;
+  unsigned int pictures = 0;
+  unsigned int steps = 0;  // of the sound, backwards
+  for (KTDataBlock frame; source.next(frame);) {
+    ASSERT_TRUE(frame_.parse(frame));
+    if (frame_.kind() != KTRFrameFormat::Audio) {
+      if (++pictures == 35) clock_.stepWall(-3);
+      continue;
+    }
+    AudioFrameParser parser;
+    ASSERT_TRUE(parser.parse(frame_.payload(), frame_.timeStamp()));
+    for (const AudioPacket& packet : parser.packets()) sound.push_back(packet.bytes);
+    if (source.timeMs() < lastMs) ++steps;
+    lastMs = source.timeMs();
+  }
+  std::vector<AudioPacket> expected = soundOf(url).packets;
+  std::erase_if(expected, [](const AudioPacket& packet) { return packet.timeUs < 0; });
+  EXPECT_EQ(1U, steps);
+  ASSERT_EQ(expected.size(), sound.size());
+  for (size_t i = 0; i < sound.size(); ++i) EXPECT_EQ(expected[i].bytes, sound[i]) << i;
+}
+
 }  // namespace

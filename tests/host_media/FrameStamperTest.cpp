@@ -69,6 +69,37 @@ TEST_F(FrameStamperTest, WallClockPutFarBackTakesTheStampsWithIt) {
   EXPECT_EQ(arrive(40, 120), MORNING_MS - 3'600'000 + 120);
 }
 
+TEST_F(FrameStamperTest, WallClockPutBackByLittleTakesTheStampsWithIt) {
+  const std::uint32_t first = arrive(0, 0, true);
+  clock_.stepWall(-3);
+  EXPECT_EQ(arrive(40, 40), first + 40);
+  EXPECT_FALSE(stamper_.wentBack());
+  EXPECT_EQ(arrive(40, 80, true), first - 3000 + 80);
+  EXPECT_TRUE(stamper_.wentBack());
+  EXPECT_EQ(arrive(40, 120), first - 3000 + 120);
+  EXPECT_FALSE(stamper_.wentBack());
+}
+
+TEST_F(FrameStamperTest, WallClockPutBackWithinTheDriftMovesNothing) {
+  const std::uint32_t first = arrive(0, 0, true);
+  const std::int64_t sound = stamper_.clockUs(0);
+  clock_.stepWall(-2);
+  EXPECT_EQ(arrive(40, 40, true), first + 40);
+  EXPECT_FALSE(stamper_.wentBack());
+  EXPECT_EQ(sound, stamper_.clockUs(0));
+}
+
+TEST_F(FrameStamperTest, SoundGoesBackByLittleWithTheFrames) {
+  arrive(0, 5000, true);
+  const std::int64_t sound = stamper_.clockUs(5'000'000);
+  clock_.stepWall(-3);
+  arrive(40, 5040);
+  EXPECT_EQ(sound, stamper_.clockUs(5'000'000));
+  arrive(40, 5080, true);
+  EXPECT_EQ(sound - 3'000'000, stamper_.clockUs(5'000'000));
+  EXPECT_EQ(stamper_.timeMs() * 1000, stamper_.clockUs(5'080'000));
+}
+
 TEST_F(FrameStamperTest, WallClockPutForwardMovesTheStampsAtAKeyFrame) {
   arrive(0, 0, true);
   clock_.stepWall(3600);

@@ -4,9 +4,9 @@
 
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 
 #include "host/check/SliceScanner.h"
+#include "tests/support/FileText.h"
 
 CheckRun::Options CheckFixture::options(CheckLevel level) const {
   CheckRun::Options options;
@@ -49,8 +49,7 @@ void CheckFixture::recordSlices() {
 }
 
 std::string CheckFixture::read(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
+  return contents(path);
 }
 
 void CheckFixture::write(const std::string& path, const std::string& bytes) {

@@ -2,9 +2,11 @@
 
 #include <gmock/gmock.h>
 
+#include <cerrno>
 #include <filesystem>
 
 #include "tests/host_recording/CheckFixture.h"
+#include "tests/support/FaultCalls.h"
 
 namespace fs = std::filesystem;
 using testing::Contains;
@@ -54,6 +56,57 @@ TEST_F(CheckRunTest, ARecordingWithoutTheTimeOfItsLastFrameIsClean) {
   expectClean();
   exec("UPDATE recordSessions SET end_time=end_time+1");
   EXPECT_THAT(findings(), ElementsAre("wrong-end-time 1"));
+  EXPECT_THAT(findings(CheckLevel::Index), ElementsAre("wrong-end-time 1"));
+}
+
+TEST_F(CheckRunTest, AnEndThatIsTooLateIsFoundAtLevelIndex) {
+  recordSlices();
+  const std::string last = value("SELECT MAX(_fileIndex) FROM dataStreams");
+  exec("UPDATE recordSessions SET end_time=end_time+900");
+  EXPECT_THAT(findings(CheckLevel::Files), IsEmpty());
+  EXPECT_THAT(findings(CheckLevel::Index), ElementsAre("wrong-end-time 1"));
+  exec("DELETE FROM dataStreams WHERE _fileIndex=" + last);
+  EXPECT_THAT(findings(CheckLevel::Index), ElementsAre("wrong-end-time 1"));
+}
+
+TEST_F(CheckRunTest, StartAndEndOfOldSessionsAreLookedAtWhileTheRecorderRecords) {
+  recordSlices();
+  pass(300'000);
+  beginSlices();
+  record(3, 7, 500);
+  expectClean(true);
+  exec("UPDATE recordSessions SET start_time=start_time-7 WHERE id=1");
+  EXPECT_THAT(findings(CheckLevel::Index, true), ElementsAre("wrong-start-time 1"));
+  exec("UPDATE recordSessions SET start_time=start_time+7,end_time=end_time+90 WHERE id=1");
+  EXPECT_THAT(findings(CheckLevel::Index, true), ElementsAre("wrong-end-time 1"));
+  exec("UPDATE recordSessions SET start_time=start_time-7 WHERE id=2");
+  EXPECT_THAT(findings(CheckLevel::Index, true), ElementsAre("wrong-end-time 1"));
+  end();
+}
+
+TEST_F(CheckRunTest, AnIndexThatIsGoneIsFoundAtLevelIndex) {
+  recordSlices();
+  exec("DELETE FROM dataStreams");
+  EXPECT_THAT(findings(CheckLevel::Files), IsEmpty());
+  EXPECT_THAT(findings(CheckLevel::Index), Contains("frames-without-row 1.1"));
+  EXPECT_EQ(findings(), findings(CheckLevel::Index));
+}
+
+TEST_F(CheckRunTest, SlicesThatCannotBeRead) {
+  recordSlices();
+  {
+    FaultCalls faults;
+    faults.fail("pread", "_F1.dat", EIO, {1, FaultCalls::ALWAYS});
+    EXPECT_THAT(findings(), Contains("unreadable 1.1"));
+  }
+  expectClean();
+  const std::string sound = read(slice(1));
+  fs::remove(slice(1));
+  fs::create_directory(slice(1));
+  EXPECT_THAT(findings(), Contains("unreadable 1.1"));
+  fs::remove(slice(1));
+  write(slice(1), sound);
+  expectClean();
 }
 
 TEST_F(CheckRunTest, SessionsOverMidnightAreClean) {

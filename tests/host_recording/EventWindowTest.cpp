@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "host/record/SessionFeed.h"
+#include "runtime/KTCriticalCode.h"
 #include "runtime/KTLogger.h"
 #include "tests/support/RecorderFixture.h"
 
@@ -51,11 +52,16 @@ class EventWindowTest : public RecorderFixture {
   void delta() { feed(KTRFrameFormat::Delta); }
   void settleFeed() {
     while (feed_->progress().queue != 0 || clock_.waiters() == 0) std::this_thread::yield();
-    feed_->passConfirmation();  // the feed looks at its window in its own time
+    look();
+  }
+  /** Has the feed look at its window, which it does in its own time else. */
+  void look() {
+    feed_->passConfirmation();
+    while (feed_->isPassingConfirmation()) std::this_thread::yield();
   }
   void confirm() {
     gate_.confirm();
-    feed_->passConfirmation();
+    look();
     settleFeed();
   }
   /** Lets an event pass without a key frame. */
@@ -150,6 +156,22 @@ TEST_F(EventWindowTest, TheDatabaseSaysAtOnceWhetherAnEventIsConfirmed) {
   EXPECT_THAT(sessions(), ElementsAre("1:2"));
   confirm();
   EXPECT_THAT(sessions(), ElementsAre("1:1"));
+}
+
+TEST_F(EventWindowTest, AConfirmationThatWaitsForTheDatabaseHoldsNobody) {
+  keys(3);
+  {
+    const KTCriticalCode away(KTR_MYSQL_api::_staticMysqlMux);  // as a lost server's reconnects do
+    gate_.confirm();
+    feed_->passConfirmation();
+    clock_.advanceSeconds(1);
+    feed_->feed(makeFrame(KTRFrameFormat::Key, stampNow()), true, now() * 1000);
+    EXPECT_EQ(1U, feed_->progress().open);
+    EXPECT_TRUE(feed_->isPassingConfirmation());
+  }
+  settleFeed();
+  EXPECT_THAT(sessions(), ElementsAre("1:1"));
+  EXPECT_EQ(4U, feed_->progress().stored.frames);
 }
 
 TEST_F(EventWindowTest, AConfirmationNeedsNoFurtherFrame) {

@@ -7,7 +7,9 @@
 
 #include "runtime/KTLogger.h"
 #include "runtime/KTRFrameWriter.h"
+#include "tests/support/FaultCalls.h"
 #include "tests/support/LogCapture.h"
+#include "tests/support/ManualClock.h"
 #include "tests/support/TempDir.h"
 
 namespace fs = std::filesystem;
@@ -53,6 +55,7 @@ class FrameSpoolTest : public testing::Test {
     return all;
   }
 
+  ManualClock clock_{1700000000};
   LogCapture log_;
   TempDir dir_;
   std::shared_ptr<const StreamSettings> settings_ = std::make_shared<const StreamSettings>(
@@ -89,6 +92,7 @@ TEST_F(FrameSpoolTest, KeepsForTheNextProcessWhatWasNotSettled) {
   EXPECT_THAT(take(), ElementsAre(3, 4, 5));
   EXPECT_FALSE(spool_->hasLeftover());
   spool_->settle(place_);
+  spool_->finish();
   EXPECT_TRUE(files().empty());
 }
 
@@ -106,17 +110,55 @@ TEST_F(FrameSpoolTest, ATornTailEndsTheFileAtEveryLength) {
   }
 }
 
-TEST_F(FrameSpoolTest, ADamagedRecordEndsTheFile) {
-  for (std::int64_t i = 1; i <= 3; ++i) append(i);
+TEST_F(FrameSpoolTest, ADamagedFrameIsDroppedWithThoseThatNeedIt) {
+  for (std::int64_t i = 1; i <= 6; ++i) append(i, i == 1 || i == 5);
   spool_.reset();
-  const auto record = static_cast<std::streamoff>(SpoolSegment::sizeOf(frame(2, true)));
+  const auto behind = static_cast<std::streamoff>(4 * SpoolSegment::sizeOf(frame(2, true)));
   std::fstream file(files().front(), std::ios::in | std::ios::out | std::ios::binary);
-  file.seekp(-record - 1, std::ios::end);
+  file.seekp(-behind - 1, std::ios::end);  // the last byte of frame 2
   file.put('x');
   file.close();
   reopen();
-  EXPECT_THAT(take(), ElementsAre(1));
+  EXPECT_THAT(take(), ElementsAre(1, 5, 6));
+  EXPECT_EQ(3U, spool_->takeDropped());
   EXPECT_TRUE(spool_->empty());
+}
+
+TEST_F(FrameSpoolTest, AFileThatTheDiskRefusesToReadIsKept) {
+  append(1);
+  append(2);
+  FaultCalls faults;
+  faults.fail("pread", ".spool", EIO, {2, 1});  // the first frame's bytes
+  EXPECT_THAT(take(), ElementsAre(2));
+  EXPECT_EQ(1U, spool_->takeDropped());
+  spool_->settle(place_);
+  spool_->finish();
+  EXPECT_EQ(1U, files().size());
+}
+
+TEST_F(FrameSpoolTest, AFileStaysUntilWhatWasRecordedIsOnTheDisk) {
+  append(1);
+  EXPECT_THAT(take(), ElementsAre(1));
+  spool_->settle(place_);
+  append(2);
+  EXPECT_EQ(2U, files().size());
+  clock_.advanceSeconds(59);
+  append(3);
+  EXPECT_EQ(2U, files().size());
+  clock_.advanceSeconds(1);
+  append(4);
+  EXPECT_EQ(1U, files().size());
+  EXPECT_THAT(take(), ElementsAre(2, 3, 4));
+}
+
+TEST_F(FrameSpoolTest, AFileThatIsOnlyKeptMakesRoom) {
+  reopen(10'000);
+  append(1, true, 8000);
+  EXPECT_THAT(take(), ElementsAre(1));
+  spool_->settle(place_);
+  append(2, false, 8000);
+  EXPECT_EQ(0U, spool_->takeDropped());
+  EXPECT_THAT(take(), ElementsAre(2));
 }
 
 TEST_F(FrameSpoolTest, AFileThatIsNoneIsLeftAlone) {
@@ -157,10 +199,31 @@ TEST_F(FrameSpoolTest, ContextIsForAnotherProcess) {
   EXPECT_THAT(take(), ElementsAre(1, 2));
 }
 
-TEST_F(FrameSpoolTest, WhatIsPutBackComesFirst) {
-  append(3);
-  EXPECT_EQ(2U, spool_->putBack({frame(1, true), frame(2, false)}, 0));
-  EXPECT_THAT(take(), ElementsAre(1, 2, 3));
+TEST_F(FrameSpoolTest, ContextAloneIsNothingToTake) {
+  append(1);
+  EXPECT_THAT(take(), ElementsAre(1));
+  ASSERT_EQ(FrameSpool::Stored, spool_->append(frame(2, false), SpoolSegment::Context));
+  EXPECT_TRUE(spool_->empty());
+  reopen();
+  EXPECT_THAT(take(), ElementsAre(1, 2));
+}
+
+TEST_F(FrameSpoolTest, ContextOfAnEarlierTimeComesTooAfterAStepOfTheClock) {
+  append(5'000);
+  ASSERT_EQ(FrameSpool::Stored, spool_->append(frame(1'000, true), SpoolSegment::Context));
+  reopen();
+  EXPECT_THAT(take(), ElementsAre(5'000, 1'000));
+}
+
+TEST_F(FrameSpoolTest, ContextGoesWhenItIsSettled) {
+  ASSERT_EQ(FrameSpool::Stored, spool_->append(frame(1, true), SpoolSegment::Context));
+  const std::uint64_t first = spool_->end();
+  ASSERT_EQ(FrameSpool::Stored, spool_->append(frame(2, false), SpoolSegment::Context));
+  spool_->settle(first);
+  EXPECT_EQ(1U, files().size());
+  spool_->settle(spool_->end());
+  spool_->finish();
+  EXPECT_TRUE(files().empty());
 }
 
 TEST_F(FrameSpoolTest, OtherSettingsAreAnotherFile) {

@@ -10,7 +10,7 @@
 namespace fs = std::filesystem;
 
 RepairRun::Result RepairFixture::repair() {
-  RepairRun run({options(CheckLevel::Full), stream_});
+  RepairRun run({options(CheckLevel::Full), stream_, true});
   (void)run.survey(factory_->dbIsLoaded("cam"));
   const RepairRun::Result result = run.mend(*db());
   for (const Finding& finding : result.left) ADD_FAILURE() << finding.name() << finding.text();

@@ -2,12 +2,16 @@
 
 #include <gmock/gmock.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <functional>
+#include <map>
 
 #include "host/HostError.h"
 #include "host/record/SessionSidecar.h"
 #include "tests/host_recording/RepairFixture.h"
+#include "tests/support/ClientCalls.h"
+#include "tests/support/FaultCalls.h"
 
 namespace fs = std::filesystem;
 using testing::Contains;
@@ -31,6 +35,36 @@ class RepairRunTest : public RepairFixture {
     beginSlices();
     record(6, 10, 400);
     end();
+  }
+  /** Fills all slices of a session with zeros. */
+  void clear(unsigned int session) {
+    for (const std::string& path : slices(session)) {
+      write(path, std::string(fs::file_size(path), '\0'));
+    }
+  }
+  void writeSidecar(unsigned int session) {
+    const SessionSidecar sidecar{STREAM, STREAM_VIDEO, 25, "clip", "25,0,h264,640x360,", {}};
+    ASSERT_TRUE(sidecar.write(prefix(session) + "session.json"));
+  }
+  /** Copies the slices of session 2 into another directory, which it names. */
+  [[nodiscard]] std::string copySecond() {
+    std::string other = dir_.path() + "/2023/11/01/";
+    fs::create_directories(other);
+    for (const std::string& path : slices(2)) {
+      fs::copy_file(path, other + fs::path(path).filename().string());
+    }
+    return other;
+  }
+  /** Repairs without looking at what comes of it. */
+  RepairRun::Result tryToRepair() {
+    RepairRun run({options(CheckLevel::Full), stream_, true});
+    (void)run.survey(db());
+    return run.mend(*db());
+  }
+  [[nodiscard]] Removals removals() {
+    RepairRun run({options(CheckLevel::Full), stream_});
+    (void)run.survey(factory_->dbIsLoaded("cam"));
+    return run.removals();
   }
   void setLastTimes() {
     for (unsigned int id = 1; id <= 2; ++id) {
@@ -72,10 +106,7 @@ TEST_F(RepairRunTest, MakesRowsThatAreMissing) {
 TEST_F(RepairRunTest, MakesTheWholeDatabaseAnew) {
   recordTwo();
   setLastTimes();
-  for (unsigned int id = 1; id <= 2; ++id) {
-    SessionSidecar sidecar{STREAM, STREAM_VIDEO, 25, "clip", "25,0,h264,640x360,", {}};
-    ASSERT_TRUE(sidecar.write(prefix(id) + "session.json"));
-  }
+  for (unsigned int id = 1; id <= 2; ++id) writeSidecar(id);
   const auto before = sessions();
   dropDatabase();
   expectNothingLost();
@@ -231,11 +262,7 @@ TEST_F(RepairRunTest, KeepsWhatWasNeverConfirmed) {
 
 TEST_F(RepairRunTest, SeparatesTwoSessionsOfOneId) {
   recordTwo();
-  const std::string other = dir_.path() + "/2023/11/01/";
-  fs::create_directories(other);
-  for (const std::string& path : slices(2)) {
-    fs::copy_file(path, other + fs::path(path).filename().string());
-  }
+  const std::string other = copySecond();
   EXPECT_THAT(findings(), ElementsAre("two-sessions-one-id 2"));
   repair();
   EXPECT_THAT(rows("SELECT id FROM recordSessions"), ElementsAre("1", "2", "3"));
@@ -245,16 +272,210 @@ TEST_F(RepairRunTest, SeparatesTwoSessionsOfOneId) {
 
 TEST_F(RepairRunTest, FinishesAMoveThatWasCutOff) {
   recordTwo();
-  const std::string other = dir_.path() + "/2023/11/01/";
-  fs::create_directories(other);
-  for (const std::string& path : slices(2)) {
-    fs::copy_file(path, other + fs::path(path).filename().string());
-  }
+  const std::string other = copySecond();
   const std::string name = "record_ktr_cam_R2_F0.dat";
   fs::create_hard_link(other + name, other + "record_ktr_cam_R9_F0.dat");
   repair();
   EXPECT_THAT(rows("SELECT id FROM recordSessions"), ElementsAre("1", "2", "9"));
   EXPECT_FALSE(fs::exists(other + name));
+}
+
+TEST_F(RepairRunTest, AMoveTakesNoNameThatAnotherFileBears) {
+  recordTwo();
+  const std::string other = copySecond();
+  const std::string name = other + "record_ktr_cam_R";
+  fs::create_hard_link(name + "2_F0.dat", name + "9_F0.dat");
+  write(name + "9_F1.dat", "another file");
+  EXPECT_THROW((void)tryToRepair(), HostError);
+  EXPECT_EQ(read(slicePath(2, 1)), read(name + "2_F1.dat"));
+  EXPECT_EQ("another file", read(name + "9_F1.dat"));
+}
+
+TEST_F(RepairRunTest, AMoveRemovesNoNameBeforeTheNewOnesAreOnTheDisk) {
+  recordTwo();
+  const std::string other = copySecond();
+  FaultCalls faults;
+  faults.fail("fsync", "/2023/11/01", EIO, {1, FaultCalls::ALWAYS});
+  EXPECT_THROW((void)tryToRepair(), HostError);
+  for (const std::string& path : slices(2)) {
+    EXPECT_EQ(read(path), read(other + fs::path(path).filename().string()));
+  }
+  faults.restore();
+  repair();
+  EXPECT_THAT(rows("SELECT id FROM recordSessions"), ElementsAre("1", "2", "3"));
+}
+
+TEST_F(RepairRunTest, RowsAreWrittenAgainWhenTheConnectionIsLostMeanwhile) {
+  recordTwo();
+  for (const char* statement :
+       {"DELETE FROM dataStreams", "INSERT IGNORE", "UPDATE recordSessions", "COMMIT"}) {
+    SCOPED_TRACE(statement);
+    exec("UPDATE dataStreams SET _offset=_offset+1 WHERE _id=1");
+    exec("UPDATE recordSessions SET end_time=end_time+900 WHERE id=1");
+    ClientCalls calls;
+    calls.failNextStatements(statement, {2013});
+    expectNothingLost();
+  }
+  stream_ = STREAM;
+  exec("DELETE FROM recordSessions WHERE id=1");
+  ClientCalls calls;
+  calls.failNextStatements("REPLACE INTO recordSessions", {2013});
+  expectNothingLost();
+}
+
+TEST_F(RepairRunTest, LeavesWhatCannotBeReadAlone) {
+  recordTwo();
+  write(slice(0), "garbage" + read(slice(0)));
+  const auto rowsBefore = tables();
+  const auto filesBefore = files();
+  FaultCalls faults;
+  faults.fail("pread", "_R1_F1.dat", EIO, {1, FaultCalls::ALWAYS});
+  const RepairRun::Result result = tryToRepair();
+  EXPECT_THAT(result.problems,
+              ElementsAre(testing::StartsWith("session 1 has slices that cannot be read: ")));
+  faults.restore();
+  EXPECT_EQ(rowsBefore, tables());
+  EXPECT_EQ(filesBefore, files());
+  expectNothingLost();
+}
+
+TEST_F(RepairRunTest, ADiskThatRefusesCostsNeitherFilesNorRows) {
+  recordTwo();
+  write(slice(1), "garbage" + read(slice(1)));
+  append(slices().back(), std::string("\xA7\xA6\xA5\xA4\xFF\xFF", 6));
+  exec("DELETE FROM dataStreams WHERE _id=1 AND _time%3=0");
+  const auto rowsBefore = tables();
+  std::map<std::string, std::string> before;
+  for (const std::string& path : slices()) before[path] = read(path);
+  struct Failure {
+    const char* call;
+    const char* path;
+    int error;
+  };
+  for (const Failure& each :
+       {Failure{"open", ".damaged", ENOSPC}, Failure{"write", ".damaged", ENOSPC},
+        Failure{"fsync", ".damaged", EIO}, Failure{"open", ".unfinished", ENOSPC},
+        Failure{"write", ".unfinished", ENOSPC}, Failure{"fsync", ".unfinished", EIO},
+        Failure{"rename", "_F1.dat", EIO}}) {
+    SCOPED_TRACE(std::string(each.call) + " " + each.path);
+    FaultCalls faults;
+    faults.fail(each.call, each.path, each.error, {1, FaultCalls::ALWAYS});
+    const RepairRun::Result result = tryToRepair();
+    EXPECT_EQ(1U, result.problems.size());
+    EXPECT_EQ(rowsBefore, tables());
+    for (const auto& [path, bytes] : before) EXPECT_EQ(bytes, read(path)) << path;
+  }
+  expectNothingLost();
+}
+
+TEST_F(RepairRunTest, AMendedSliceHasTheRightsOfTheOldOne) {
+  recordTwo();
+  write(slice(1), "garbage" + read(slice(1)));
+  fs::permissions(slice(1), fs::perms(0600));
+  repair();
+  EXPECT_EQ(fs::perms(0600), fs::status(slice(1)).permissions());
+}
+
+TEST_F(RepairRunTest, MendsTheSecondOfTwoSessionsOfOneId) {
+  recordTwo();
+  const std::string other = copySecond();
+  const std::string last = other + fs::path(slices(2).back()).filename().string();
+  append(last, std::string("\xA7\xA6\xA5\xA4\xFF\xFF", 6));
+  write(other + "record_ktr_cam_R2_F0.dat", "garbage" + read(slicePath(2, 0)));
+  repair();
+  EXPECT_THAT(rows("SELECT id FROM recordSessions"), ElementsAre("1", "2", "3"));
+  EXPECT_EQ("garbage", read(other + "record_ktr_cam_R3_F0.damaged"));
+  EXPECT_EQ(read(slicePath(2, 0)), read(other + "record_ktr_cam_R3_F0.dat"));
+  expectEverySecondPlays();
+}
+
+TEST_F(RepairRunTest, MovesASecondSessionOfNothingButGarbageAside) {
+  recordTwo();
+  const std::string other = dir_.path() + "/2023/11/01/";
+  fs::create_directories(other);
+  write(other + "record_ktr_cam_R2_F0.dat", "nothing but garbage");
+  repair();
+  EXPECT_THAT(rows("SELECT id FROM recordSessions"), ElementsAre("1", "2"));
+  EXPECT_EQ("nothing but garbage", read(other + "record_ktr_cam_R3_F0.damaged"));
+  expectEverySecondPlays();
+}
+
+TEST_F(RepairRunTest, RefusesToRemoveSecondSessionsWhenTheyAreMostOfAll) {
+  begin();
+  record(2, 3, 500);
+  end();
+  for (const std::string day : {"01", "02"}) {
+    const std::string other = dir_.path() + "/2023/11/" + day + "/";
+    fs::create_directories(other);
+    write(other + "record_ktr_cam_R1_F0.dat", std::string(1000, '\0'));
+  }
+  RepairRun run({options(CheckLevel::Full), stream_});
+  (void)run.survey(db());
+  EXPECT_FALSE(run.refusal());
+  const size_t before = files().size();
+  EXPECT_THROW(run.mend(*db()), HostError);
+  EXPECT_TRUE(run.refusal());
+  EXPECT_EQ(before, files().size());
+  EXPECT_EQ("1", value("SELECT COUNT(*) FROM recordSessions"));
+}
+
+TEST_F(RepairRunTest, CountsSessionsOfWhichNothingStays) {
+  recordTwo();
+  writeSidecar(1);
+  const std::map<unsigned int, std::string> index = {
+      {1, value("SELECT COUNT(*) FROM dataStreams WHERE _id=1")},
+      {0, value("SELECT COUNT(*) FROM dataStreams")}};
+  const size_t all = files().size();
+  const size_t own = slices(1).size();
+  const auto text = [&](size_t gone) {
+    return "1 of 2 sessions, " + index.at(1) + " of " + index.at(0) + " index rows, " +
+           std::to_string(gone) + " of " + std::to_string(all) + " files";
+  };
+  clear(1);
+  EXPECT_EQ(text(own + 1), removals().text());
+  for (const std::string& path : slices(1)) write(path, "\xA7\xA6\xA5\xA4\xFF");
+  EXPECT_EQ(text(own + 1), removals().text());
+  write(slice(0), "no record");
+  EXPECT_EQ(text(own), removals().text()) << "the sidecar file stays beside the garbage";
+  for (const std::string& path : slices(1)) cut(path, 0);
+  EXPECT_EQ(text(own + 1), removals().text());
+  exec("UPDATE recordSessions SET start_time=0,end_time=0 WHERE id=1");
+  EXPECT_EQ(text(own + 1), removals().text());
+}
+
+TEST_F(RepairRunTest, CountsSlicesOfWhichNothingStays) {
+  recordSlices();
+  for (const unsigned int number : {0U, 1U}) write(slice(number), std::string(100, '\0'));
+  EXPECT_EQ(0U, removals().sessions);
+  EXPECT_EQ(2U, removals().files);
+}
+
+TEST_F(RepairRunTest, RefusesToRemoveAllFilesWhenTheDatabaseIsGoneToo) {
+  recordTwo();
+  dropDatabase();
+  for (const unsigned int session : {1U, 2U}) clear(session);
+  const auto before = files();
+  RepairRun run({options(CheckLevel::Full), stream_});
+  (void)run.survey(nullptr);
+  ASSERT_TRUE(run.refusal());
+  EXPECT_THAT(run.refusal()->what(), testing::HasSubstr("2 of 2 sessions, 0 of 0 index rows, "));
+  EXPECT_THROW(run.mend(*db()), HostError);
+  EXPECT_EQ(before, files());
+}
+
+TEST_F(RepairRunTest, KeepsWhatTellsHowToReadADamagedFile) {
+  begin();
+  record(2, 3, 500);
+  end();
+  writeSidecar(1);
+  write(prefix(1) + "audioHeader.dat", "header");
+  write(slice(0), "nothing but garbage");
+  repair();
+  EXPECT_THAT(rows("SELECT id FROM recordSessions"), IsEmpty());
+  EXPECT_TRUE(fs::exists(prefix(1) + "session.json"));
+  EXPECT_TRUE(fs::exists(prefix(1) + "audioHeader.dat"));
+  fs::remove(prefix(1) + "F0.damaged");
+  EXPECT_THAT(findings(), ElementsAre("leftover 1"));
 }
 
 TEST_F(RepairRunTest, CountsWhatItWouldRemove) {

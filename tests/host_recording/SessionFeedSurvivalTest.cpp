@@ -219,3 +219,40 @@ TEST_F(SessionFeedSurvivalTest, FootageOfADayThatWaitedIsPutIntoItsOwnDay) {
   expectAllPlayed();
   EXPECT_EQ(0U, closings());
 }
+
+TEST_F(SessionFeedSurvivalTest, ADayThatIsDeletedWhileTheNextIsRecordedIsNotMissed) {
+  goTo(MIDNIGHT - 20);
+  for (int i = 0; i < 12; ++i) {
+    feedGroups(1);
+    settleFeed();
+  }
+  ASSERT_EQ(2U, sessions());
+  db()->deleteAllDataFiles(1);
+  finish();
+  EXPECT_EQ(0U, log_.countContaining("has ended before all was stored"));
+  EXPECT_EQ(2U, sessions());
+  EXPECT_EQ(fed().size(), stored());
+}
+
+TEST_F(SessionFeedSurvivalTest, SoundInASessionThatStandsStillOverMidnightStaysInItsDay) {
+  goTo(MIDNIGHT - 20);
+  makeSound();
+  for (int i = 0; i < 5; ++i, pass(1)) {
+    feedSound();
+    settleFeed();
+  }
+  ServerConnection blocker;
+  ASSERT_TRUE(blocker.connectByOptionFiles());
+  (void)blocker.value("LOCK TABLES ktr_cam.dataStreams WRITE");
+  for (int i = 0; i < 5; ++i, pass(1)) feedSound();
+  const char* const waiting =
+      "SELECT COUNT(*) FROM information_schema.processlist WHERE state LIKE 'Waiting for table%'";
+  while (blocker.value(waiting) != "1") std::this_thread::yield();
+  pass(3 * 3600);
+  feedSound();
+  (void)blocker.value("UNLOCK TABLES");
+  expectAllPlayed();
+  EXPECT_EQ("0", value("SELECT COUNT(*) FROM dataStreams WHERE _time>" +
+                       std::to_string(MIDNIGHT + 3 * 3600)))
+      << testing::PrintToString(rows("SELECT _time FROM dataStreams"));
+}

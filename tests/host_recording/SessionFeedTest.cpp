@@ -3,12 +3,12 @@
 #include <gmock/gmock.h>
 
 #include <filesystem>
-#include <fstream>
 #include <thread>
 
 #include "host/server/ServerConnection.h"
 #include "runtime/KTLogger.h"
 #include "tests/host_recording/FeedFixture.h"
+#include "tests/support/FileText.h"
 
 using testing::ElementsAre;
 
@@ -23,8 +23,7 @@ class SessionFeedTest : public FeedFixture {
  protected:
   /** What the header file of a record session holds. */
   [[nodiscard]] std::string headerOf(unsigned int session) const {
-    std::ifstream file(prefix(session) + "audioHeader.dat");
-    return {std::istreambuf_iterator<char>(file), {}};
+    return contents(prefix(session) + "audioHeader.dat");
   }
   [[nodiscard]] unsigned int failures() const {
     return log_.countContaining("Cant Create Directory !!");

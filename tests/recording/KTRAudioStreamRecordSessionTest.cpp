@@ -8,6 +8,7 @@
 #include "runtime/KTRFrameWriter.h"
 #include "tests/support/ClientCalls.h"
 #include "tests/support/FileSizeLimit.h"
+#include "tests/support/FileText.h"
 #include "tests/support/RecorderFixture.h"
 #include "tests/support/TableBlock.h"
 
@@ -19,11 +20,6 @@ using Format = KTRFrameFormat;
 
 constexpr const char* HEADER = "codec header";
 constexpr const char* UNKNOWN = "[ KTRAUDIOStreamRecordSession::run() ] : UNKNOWN";
-
-std::string contents(const std::string& path) {
-  std::ifstream in(path, std::ios::binary);
-  return std::string(std::istreambuf_iterator<char>(in), {});
-}
 
 class KTRAudioStreamRecordSessionTest : public RecorderFixture {
  protected:

@@ -10,6 +10,7 @@
 #include <cerrno>
 #include <csignal>
 #include <cstdarg>
+#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
@@ -181,6 +182,24 @@ int fcntl(int fd, int command, ...) {
   void* const argument = va_arg(rest, void*);
   va_end(rest);
   return next(fd, command, argument);
+}
+
+ssize_t write(int fd, const void* src, size_t n) {
+  static auto* const next = real(&write, "write");
+  if (const auto fault = due("write", fd)) return failed(*fault);
+  return next(fd, src, n);
+}
+
+int fsync(int fd) {
+  static auto* const next = real(&fsync, "fsync");
+  if (const auto fault = due("fsync", fd)) return failed(*fault);
+  return next(fd);
+}
+
+int rename(const char* from, const char* to) __THROW {
+  static auto* const next = real(&rename, "rename");
+  if (const auto fault = due("rename", to)) return failed(*fault);
+  return next(from, to);
 }
 
 int ftruncate(int fd, off_t length) __THROW {

@@ -3,13 +3,13 @@
 #include <string>
 
 /**
- * Breaks this process's calls into the file system: open, close, mkdir, pread, pwrite, ftruncate,
- * unlink and fcntl (where it changes a descriptor's flags) fail, or transfer less than they were
- * asked to. Each fault is noted in FaultLog.
+ * Breaks this process's calls into the file system: open, close, mkdir, pread, pwrite, write,
+ * fsync, ftruncate, rename (by the new name), unlink and fcntl (where it changes a descriptor's
+ * flags) fail, or transfer less than they were asked to. Each fault is noted in FaultLog.
  *
  * The program ktr takes the same faults when the module ktr_faults is preloaded into it: one a line
  * in the variable KTR_FAULTS, as text() writes them. There the error KILL ends the process in place
- * of the call, which may then also be a rename, a command for the shell ("system") or a statement
+ * of the call, which may then also be a command for the shell ("system") or a statement
  * for the server, by its first word ("INSERT") and a text in it.
  *
  * Threads: any thread; one object at a time.

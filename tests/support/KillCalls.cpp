@@ -2,7 +2,6 @@
 // ktr_faults alone: in the test programs others see these calls.
 #include <dlfcn.h>
 
-#include <cstdio>
 #include <cstdlib>
 #include <string>
 
@@ -19,12 +18,6 @@ Function* real(Function*, const char* name) {
 
 #pragma GCC visibility push(default)
 extern "C" {
-
-int rename(const char* from, const char* to) __THROW {
-  static auto* const next = real(&rename, "rename");
-  FaultCalls::killIfDue("rename", to);
-  return next(from, to);
-}
 
 int system(const char* command) {
   static auto* const next = real(&system, "system");

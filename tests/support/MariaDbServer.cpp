@@ -14,12 +14,12 @@
 #include <chrono>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <regex>
 #include <stdexcept>
 #include <thread>
 
 #include "tests/support/FaultLog.h"
+#include "tests/support/FileText.h"
 
 namespace {
 
@@ -52,11 +52,6 @@ int awaitEnd(pid_t pid) {
   while (waitpid(pid, &status, 0) < 0 && errno == EINTR) {
   }
   return status;
-}
-
-std::string contents(const std::string& path) {
-  std::ifstream file(path, std::ios::binary);
-  return {std::istreambuf_iterator<char>(file), {}};
 }
 
 // A connection for one statement, which no record of the library's own statements sees.
