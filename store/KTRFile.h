@@ -6,6 +6,7 @@
 #include "runtime/KTFile.h"
 #include "runtime/KTRExport.h"
 #include "runtime/KTString.h"
+#include "store/DirectWriter.h"
 
 /**
  * The chain of slice files of one record session, for one writer or one reader: the format of
@@ -81,10 +82,13 @@ class KTR_API KTRFile : public KTFile {
 
  private:
   [[nodiscard]] int flush();
+  [[nodiscard]] int writeOut(unsigned int n);
+  [[nodiscard]] unsigned int writeRoom() const;
   void flushAndClose();
   [[nodiscard]] bool openNextSlice();
   void rollOver();
   void appendToWriteBuffer(const unsigned char* p, unsigned int n);
+  void growWriteBuffer(unsigned int n);
 
   void refill();
   void reportReadError();
@@ -107,6 +111,8 @@ class KTR_API KTRFile : public KTFile {
   KTDataBlock readBuffer_;
   KTDataBlock writeBuffer_;
   unsigned int writeFill_ = 0;
+  unsigned int writeBegin_ = 0;
+  DirectWriter directWriter_;
   unsigned int readPos_ = 0;
   unsigned int readFill_ = 0;
   unsigned int readOffset_ = 0;
