@@ -11,8 +11,9 @@
 #include <new>
 #include <utility>
 
-// Header of one allocation; the bytes follow it, aligned for any type (KTVector builds in them). Those
-// of a mapped block begin at a page, so that a file can be written from them past the page cache.
+// Header of one allocation; the bytes follow it, aligned for any type (KTVector builds in them).
+// Those of a mapped block begin at a page, so that a file can be written from them past the page
+// cache.
 struct alignas(std::max_align_t) KTDataBlock::Storage {
   std::atomic<unsigned int> users{1};
   unsigned int capacity;

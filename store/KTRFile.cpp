@@ -36,7 +36,7 @@ KTRFile::KTRFile(const KTString& prefix, unsigned char fileIndex, int openFlags,
 }
 
 KTRFile::~KTRFile() {
-  flushAndClose();
+  (void)flushAndClose();
 }
 
 // Both compilers warn of the '#', which changes nothing before a d.
@@ -54,7 +54,12 @@ void KTRFile::_remove() {
   }
 }
 
-int KTRFile::_close() {  // NOLINT(bugprone-virtual-near-miss): see the header
+int KTRFile::_close() {                  // NOLINT(bugprone-virtual-near-miss): see the header
+  bringIn(readBuffDataAvailableSize());  // a reader goes on with what it has read ahead
+  return flushAndClose();
+}
+
+int KTRFile::flushAndClose() {
   if (writeFill_ != 0) (void)flush();
   const int result = KTFile::close();
   if (result != 0) {
@@ -64,13 +69,9 @@ int KTRFile::_close() {  // NOLINT(bugprone-virtual-near-miss): see the header
   return result;
 }
 
-void KTRFile::flushAndClose() {
-  (void)_close();
-}
-
 // Index 255 is followed by 0 on purpose: the chain is a ring of 256 names.
 bool KTRFile::openNextSlice() {
-  flushAndClose();  // step R1 of a writer
+  (void)_close();  // step R1 of a writer
   directWriter_ = DirectWriter();
   fileIndex_ = static_cast<unsigned char>(fileIndex_ + 1);
   setVideoFileName(prefix_, fileIndex_);
