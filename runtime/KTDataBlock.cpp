@@ -12,12 +12,14 @@
 #include <utility>
 
 // Header of one allocation; the bytes follow it, aligned for any type (KTVector builds in them).
+// Those of a mapped block begin at a page, so that a file can be written from them past the page
+// cache.
 struct alignas(std::max_align_t) KTDataBlock::Storage {
   std::atomic<unsigned int> users{1};
   unsigned int capacity;
 
   explicit Storage(unsigned int n) : capacity(n) {}
-  unsigned char* bytes() { return reinterpret_cast<unsigned char*>(this + 1); }
+  unsigned char* bytes() { return reinterpret_cast<unsigned char*>(this) + headSize(capacity); }
   [[nodiscard]] bool isShared() const { return users.load(std::memory_order_acquire) != 1; }
 
   // Large blocks come zeroed from the kernel, page by page as they are touched. The heap promises
@@ -25,18 +27,28 @@ struct alignas(std::max_align_t) KTDataBlock::Storage {
   static bool isMapped(unsigned int n) { return n >= MAPPED_SIZE; }
 
   static Storage* create(unsigned int n) {
-    void* raw = isMapped(n) ? mmap(nullptr, sizeof(Storage) + n, PROT_READ | PROT_WRITE,
+    void* raw = isMapped(n) ? mmap(nullptr, sizeOf(n), PROT_READ | PROT_WRITE,
                                    MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)
-                            : std::malloc(sizeof(Storage) + n);
+                            : std::malloc(sizeOf(n));
     if (raw == nullptr || raw == MAP_FAILED) throw std::bad_alloc();
     return new (raw) Storage(n);
+  }
+
+  // This storage with another capacity, at another place; both are mapped. The pages move as they
+  // are: nothing is copied, and none is resident twice.
+  Storage* moved(unsigned int n) {
+    void* raw = mremap(this, sizeOf(capacity), sizeOf(n), MREMAP_MAYMOVE);
+    if (raw == MAP_FAILED) throw std::bad_alloc();
+    auto* storage = static_cast<Storage*>(raw);
+    storage->capacity = n;
+    return storage;
   }
 
   void destroy() {
     const unsigned int n = capacity;
     this->~Storage();
     if (isMapped(n)) {
-      munmap(this, sizeof(Storage) + n);
+      munmap(this, sizeOf(n));
     } else {
       std::free(this);
     }
@@ -44,6 +56,10 @@ struct alignas(std::max_align_t) KTDataBlock::Storage {
 
  private:
   static constexpr unsigned int MAPPED_SIZE = 1U << 20;
+  static constexpr std::size_t PAGE_SIZE = 4096;
+
+  static std::size_t headSize(unsigned int n) { return isMapped(n) ? PAGE_SIZE : sizeof(Storage); }
+  static std::size_t sizeOf(unsigned int n) { return headSize(n) + n; }
 };
 
 KTDataBlock::KTDataBlock(unsigned int n) : size(n), data(nullptr), storage_(nullptr) {
@@ -99,12 +115,21 @@ unsigned int KTDataBlock::ownRoom() const {
 }
 
 void KTDataBlock::moveTo(unsigned int capacity) {
-  Storage* room = Storage::create(capacity);
-  const unsigned int kept = std::min(size, capacity);
-  if (kept != 0) std::memcpy(room->bytes(), data, kept);
-  release();
-  storage_ = room;
-  data = room->bytes();
+  if (movesItsPages(capacity)) {
+    storage_ = storage_->moved(capacity);
+  } else {
+    Storage* room = Storage::create(capacity);
+    const unsigned int kept = std::min(size, capacity);
+    if (kept != 0) std::memcpy(room->bytes(), data, kept);
+    release();
+    storage_ = room;
+  }
+  data = storage_->bytes();
+}
+
+bool KTDataBlock::movesItsPages(unsigned int capacity) const {
+  return Storage::isMapped(capacity) && storage_ != nullptr && data == storage_->bytes() &&
+         Storage::isMapped(storage_->capacity) && !storage_->isShared();
 }
 
 void KTDataBlock::clear() {

@@ -23,8 +23,8 @@ class KTR_API KTDataBlock {
   const unsigned char* data;
 
   /**
-   * A block of n zero bytes; n = 0 gives the empty block. Pages of a block of 1 MiB or more become
-   * resident only when they are touched.
+   * A block of n zero bytes; n = 0 gives the empty block. A block of 1 MiB or more begins at a
+   * page, and its pages become resident only when they are touched.
    */
   explicit KTDataBlock(unsigned int n = 0);
   /** A block that holds a copy of the n bytes at p. */
@@ -65,6 +65,7 @@ class KTR_API KTDataBlock {
 
   void release();
   void moveTo(unsigned int capacity);
+  [[nodiscard]] bool movesItsPages(unsigned int capacity) const;
   void growTo(unsigned int n);
   [[nodiscard]] unsigned int ownRoom() const;
 

@@ -2,6 +2,7 @@
 #include "store/KTRFile.h"
 
 #include <cstring>
+#include <utility>
 
 #include "runtime/KTLogger.h"
 #include "runtime/KTTimeValue.h"
@@ -11,6 +12,9 @@
 namespace {
 constexpr unsigned int READ_BUFFER_SIZE = 0x1400000;
 constexpr unsigned int WRITE_BUFFER_SIZE = 512000;
+constexpr unsigned int PAGE_SIZE = DirectWriter::PAGE_SIZE;
+// From this size on a block begins at a page and costs no memory until it is touched.
+constexpr unsigned int PAGED_BLOCK_SIZE = 1U << 20;
 constexpr unsigned int FLUSH_SECONDS = 11;
 }  // namespace
 
@@ -21,8 +25,9 @@ KTRFile::KTRFile(const KTString& prefix, unsigned char fileIndex, int openFlags,
       sliceMaxSize_(sliceMaxSize),
       prefix_(prefix),
       readBuffer_(READ_BUFFER_SIZE),
-      writeBuffer_(WRITE_BUFFER_SIZE),
       curFileIndex_(fileIndex) {
+  writeBuffer_.reserve(PAGED_BLOCK_SIZE);
+  writeBuffer_.resize(WRITE_BUFFER_SIZE + PAGE_SIZE);
   setVideoFileName(prefix, fileIndex);
   if (open(openFlags, DEFAULT_MODE) != 0) {
     KTLogger::instance()->log(KTLogger::Error, "KTRFile %s opened Failed !!!!",
@@ -31,7 +36,7 @@ KTRFile::KTRFile(const KTString& prefix, unsigned char fileIndex, int openFlags,
 }
 
 KTRFile::~KTRFile() {
-  flushAndClose();
+  (void)flushAndClose();
 }
 
 // Both compilers warn of the '#', which changes nothing before a d.
@@ -49,7 +54,12 @@ void KTRFile::_remove() {
   }
 }
 
-int KTRFile::_close() {  // NOLINT(bugprone-virtual-near-miss): see the header
+int KTRFile::_close() {                  // NOLINT(bugprone-virtual-near-miss): see the header
+  bringIn(readBuffDataAvailableSize());  // a reader goes on with what it has read ahead
+  return flushAndClose();
+}
+
+int KTRFile::flushAndClose() {
   if (writeFill_ != 0) (void)flush();
   const int result = KTFile::close();
   if (result != 0) {
@@ -59,13 +69,10 @@ int KTRFile::_close() {  // NOLINT(bugprone-virtual-near-miss): see the header
   return result;
 }
 
-void KTRFile::flushAndClose() {
-  (void)_close();
-}
-
 // Index 255 is followed by 0 on purpose: the chain is a ring of 256 names.
 bool KTRFile::openNextSlice() {
-  flushAndClose();  // step R1 of a writer
+  (void)_close();  // step R1 of a writer
+  directWriter_ = DirectWriter();
   fileIndex_ = static_cast<unsigned char>(fileIndex_ + 1);
   setVideoFileName(prefix_, fileIndex_);
   canRead_ = true;
@@ -113,16 +120,26 @@ unsigned int KTRFile::addtoWriteBuffer(const KTDataBlock& b) {
   return b.size;
 }
 
+// A page of the buffer is no room for bytes: they begin within it, see appendToWriteBuffer().
+unsigned int KTRFile::writeRoom() const {
+  return writeBuffer_.size - PAGE_SIZE;
+}
+
+// The bytes stand in their page of memory as they will stand in their page of the file, so that
+// whole pages can be written from where they are.
 void KTRFile::appendToWriteBuffer(const unsigned char* p, unsigned int n) {
-  if (n > writeBuffer_.size - writeFill_) {
-    KTLogger::instance()->log(KTLogger::Warning,
-                              "VERY BAD! DO Resize of the WriteBuffer size:%u bytes full: %u bytes "
-                              "blocksize to insert:%u bytes!",
-                              writeBuffer_.size, writeFill_, n);
-    writeBuffer_.resize(writeBuffer_.size + 2 * n);
-  }
-  if (n != 0) std::memcpy(writeBuffer_.writable() + writeFill_, p, n);
+  if (writeFill_ == 0) writeBegin_ = static_cast<unsigned int>(pos()) % PAGE_SIZE;
+  if (n > writeRoom() - writeFill_) growWriteBuffer(n);
+  if (n != 0) std::memcpy(writeBuffer_.writable() + writeBegin_ + writeFill_, p, n);
   writeFill_ += n;
+}
+
+void KTRFile::growWriteBuffer(unsigned int n) {
+  KTLogger::instance()->log(KTLogger::Warning,
+                            "VERY BAD! DO Resize of the WriteBuffer size:%u bytes full: %u bytes "
+                            "blocksize to insert:%u bytes!",
+                            writeRoom(), writeFill_, n);
+  writeBuffer_.resize(writeBuffer_.size + 2 * n);
 }
 
 int KTRFile::_writeWriteBuffer() {
@@ -134,15 +151,18 @@ int KTRFile::_writeWriteBuffer() {
 // Writes out what is buffered. After a failure the buffered records are lost and the file stays
 // as far as it was written.
 int KTRFile::flush() {
-  const int result = write(writeBuffer_, writeFill_);  // step F1
-  if (result >= 0) {
-    writeFill_ = 0;
-    return 0;
-  }
-  KTLogger::instance()->log(KTLogger::Error, "writeKTRData: NULL res:%d , %u bytes", result,
-                            writeFill_);
-  writeFill_ = 0;
+  const unsigned int count = std::exchange(writeFill_, 0);
+  const int result = writeOut(count);  // step F1
+  if (result >= 0) return 0;
+  KTLogger::instance()->log(KTLogger::Error, "writeKTRData: NULL res:%d , %u bytes", result, count);
   return -1;
+}
+
+int KTRFile::writeOut(unsigned int n) {
+  const unsigned char* bytes = writeBuffer_.data + writeBegin_;
+  const ssize_t put = directWriter_.write(handle(), bytes, n, pos());
+  if (put > 0) (void)pos(pos() + static_cast<long>(put));
+  return static_cast<int>(put);
 }
 
 void KTRFile::Replace(KTDataBlock& dst, unsigned int offset, const KTDataBlock& src) {

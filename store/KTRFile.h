@@ -6,6 +6,7 @@
 #include "runtime/KTFile.h"
 #include "runtime/KTRExport.h"
 #include "runtime/KTString.h"
+#include "store/DirectWriter.h"
 
 /**
  * The chain of slice files of one record session, for one writer or one reader: the format of
@@ -75,22 +76,30 @@ class KTR_API KTRFile : public KTFile {
   unsigned int addtoReadBuffer(const KTDataBlock& b);
   /** Takes n bytes of what was read ahead; false, taking nothing, when there are fewer. */
   [[nodiscard]] bool readFromReadBuffer(KTDataBlock& out, unsigned int n);
-  [[nodiscard]] unsigned int readBuffDataAvailableSize() const { return readFill_ - readPos_; }
+  [[nodiscard]] unsigned int readBuffDataAvailableSize() const { return buffered() + unread_; }
   /** Raw bytes, walking on to the next slices: the count, or -1 at the end of the chain. */
   [[nodiscard]] int _read(KTDataBlock& out, int size);
 
  private:
   [[nodiscard]] int flush();
-  void flushAndClose();
+  [[nodiscard]] int writeOut(unsigned int n);
+  [[nodiscard]] unsigned int writeRoom() const;
+  int flushAndClose();
   [[nodiscard]] bool openNextSlice();
   void rollOver();
   void appendToWriteBuffer(const unsigned char* p, unsigned int n);
+  void growWriteBuffer(unsigned int n);
 
   void refill();
+  void bringInFirst(unsigned int markerSize);
+  [[nodiscard]] int takeHold();
+  void bringIn(unsigned int n);
+  void readPiece(unsigned int least);
+  [[nodiscard]] unsigned int buffered() const { return readFill_ - readPos_; }
   void reportReadError();
   [[nodiscard]] bool walkOn(unsigned int& walked);
   void compact();
-  [[nodiscard]] bool canTake(unsigned int n) const;
+  [[nodiscard]] bool canTake(unsigned int n);
   [[nodiscard]] bool takeWord(std::uint32_t& word);
   [[nodiscard]] bool takeMarker();
   [[nodiscard]] unsigned int takeLength();
@@ -107,8 +116,12 @@ class KTR_API KTRFile : public KTFile {
   KTDataBlock readBuffer_;
   KTDataBlock writeBuffer_;
   unsigned int writeFill_ = 0;
+  unsigned int writeBegin_ = 0;
+  DirectWriter directWriter_;
   unsigned int readPos_ = 0;
   unsigned int readFill_ = 0;
+  unsigned int unread_ =
+      0;  // bytes behind those in readBuffer_ that are read ahead but not yet there
   unsigned int readOffset_ = 0;
   unsigned int curFileIndex_;
   unsigned int curFrameTimeStamp_ = 0;

@@ -1,6 +1,10 @@
 // The reading half of KTRFile: read-ahead, the walk over the slices, record by record.
+#include <sys/stat.h>
+
+#include <algorithm>
 #include <cstring>
 
+#include "runtime/FileIO.h"
 #include "runtime/KTLogger.h"
 #include "runtime/LittleEndian.h"
 #include "store/KTRFile.h"
@@ -10,6 +14,7 @@ namespace {
 
 constexpr unsigned int REFILL_BELOW = 0x200000;  // a largest record always stays whole
 constexpr unsigned int READ_BLOCK_SIZE = 0xA00000;
+constexpr unsigned int PIECE_SIZE = 0x40000;  // what a processor's own cache holds
 constexpr unsigned int LEAST_AVAILABLE = 9;
 constexpr unsigned int STAMP_OFFSET = 1;
 constexpr unsigned int STAMP_END = 5;
@@ -19,6 +24,7 @@ constexpr unsigned int SLICE_NAMES = 256;
 
 int KTRFile::readKTRData(KTDataBlock& out) {
   recordOffset_ = readOffset_;
+  bringIn(LEAST_AVAILABLE);
   if (readBuffDataAvailableSize() < REFILL_BELOW) {
     if (canRead_) refill();
     if (readBuffDataAvailableSize() < LEAST_AVAILABLE) {
@@ -33,33 +39,69 @@ int KTRFile::readKTRData(KTDataBlock& out) {
   return length == 0 ? -1 : takePayload(out, length);
 }
 
-// Reads one block into the buffer, from the next slices when this one is at its end. The block is
-// read where it belongs; only behind a change of slice is room left for the marker before it.
+// A block is read ahead in two steps: takeHold() moves the position behind it, and bringIn() reads
+// its bytes in pieces as records want them. A piece is copied on while the processor's own cache
+// still has it, and a first frame costs no whole block. What is held is of the slice that is open,
+// and comes in before another one is opened.
 void KTRFile::refill() {
   compact();
   const long startPos = pos();
-  unsigned int markerSize = 0;
+  int count = takeHold();
+  if (count == 0) {
+    bringIn(readBuffDataAvailableSize());
+    count = takeHold();  // of what is behind a bad place, or once more nothing
+  }
   unsigned int walked = 0;
-  int count = 0;
-  for (;;) {
-    unsigned char* room = readBuffer_.writable() + readFill_ + markerSize;
-    count = readInto(room, READ_BLOCK_SIZE);
-    if (count != 0) break;
+  while (count == 0) {
     if (!walkOn(walked)) return;
-    markerSize = sizeof _NEW_FILE_FLAG;
+    count = takeHold();
   }
   if (count < 0) {
     reportReadError();
+  } else {
+    bringInFirst(walked != 0 && pos() <= startPos ? sizeof _NEW_FILE_FLAG : 0);
+  }
+}
+
+// The beginning of a block, behind the marker of a change of slice.
+void KTRFile::bringInFirst(unsigned int markerSize) {
+  std::memcpy(readBuffer_.writable() + readFill_, _NEW_FILE_FLAG, markerSize);
+  readFill_ += markerSize;
+  const unsigned int before = buffered();
+  bringIn(before + 1);
+  if (buffered() == before) readFill_ -= markerSize;
+}
+
+// The size of the slice's next block, 0 at the end of the slice, or -1.
+int KTRFile::takeHold() {
+  struct stat status {};
+  if (fstat(handle(), &status) != 0) return -1;
+  const auto left = static_cast<long>(status.st_size) - pos();
+  if (left <= 0) return 0;
+  const auto count = static_cast<unsigned int>(std::min<long>(left, READ_BLOCK_SIZE));
+  (void)pos(pos() + static_cast<long>(count));
+  unread_ += count;
+  return static_cast<int>(count);
+}
+
+// Has the next n bytes in the buffer, or all that there are in front of a bad place.
+void KTRFile::bringIn(unsigned int n) {
+  while (buffered() < n && unread_ != 0) readPiece(n - buffered());
+}
+
+void KTRFile::readPiece(unsigned int least) {
+  compact();
+  const long from = pos() - static_cast<long>(unread_);
+  const unsigned int wanted = std::min(unread_, std::max(least, PIECE_SIZE));
+  const ssize_t got = readFully(handle(), readBuffer_.writable() + readFill_, wanted, from);
+  if (got > 0) {
+    readFill_ += static_cast<unsigned int>(got);
+    unread_ -= static_cast<unsigned int>(got);
     return;
   }
-  unsigned char* tail = readBuffer_.writable() + readFill_;
-  if (pos() <= startPos) {
-    std::memcpy(tail, _NEW_FILE_FLAG, markerSize);
-    readFill_ += markerSize;
-  } else if (markerSize != 0) {
-    std::memmove(tail, tail + markerSize, static_cast<unsigned int>(count));
-  }
-  readFill_ += static_cast<unsigned int>(count);
+  (void)pos(from);
+  unread_ = 0;
+  if (got < 0) reportReadError();
 }
 
 // Once a place, which every further refill meets again. A chain whose first slice is missing was
@@ -77,14 +119,15 @@ bool KTRFile::walkOn(unsigned int& walked) {
 }
 
 void KTRFile::compact() {
-  const unsigned int available = readBuffDataAvailableSize();
+  const unsigned int available = buffered();
   unsigned char* bytes = readBuffer_.writable();
   if (readPos_ != 0 && available != 0) std::memmove(bytes, bytes + readPos_, available);
   readPos_ = 0;
   readFill_ = available;
 }
 
-bool KTRFile::canTake(unsigned int n) const {
+bool KTRFile::canTake(unsigned int n) {
+  bringIn(n);
   if (n <= readBuffDataAvailableSize()) return true;
   KTLogger::instance()->log(KTLogger::Error,
                             "Can't read %u bytes from the ReadBuffer which contains only %u bytes",
@@ -131,6 +174,7 @@ unsigned int KTRFile::takeLength() {
 }
 
 int KTRFile::takePayload(KTDataBlock& out, unsigned int length) {
+  bringIn(length);
   if (length > readBuffDataAvailableSize()) {
     KTLogger::instance()->log(KTLogger::Warning,
                               "[ readKTRData ] Frame Read not completely: %d bytes available!! ",
@@ -148,6 +192,7 @@ int KTRFile::takePayload(KTDataBlock& out, unsigned int length) {
 int KTRFile::go_to_pos(unsigned int offset) {
   readPos_ = 0;
   readFill_ = 0;
+  unread_ = 0;
   curFileIndex_ = fileIndex_;
   recordOffset_ = readOffset_;
   readOffset_ = offset;
@@ -155,6 +200,7 @@ int KTRFile::go_to_pos(unsigned int offset) {
 }
 
 unsigned int KTRFile::addtoReadBuffer(const KTDataBlock& b) {
+  bringIn(readBuffDataAvailableSize());
   if (b.size > readBuffer_.size - readFill_) {
     // "full" tells the read position, not the fill.
     KTLogger::instance()->log(KTLogger::Warning,

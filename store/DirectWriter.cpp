@@ -1,0 +1,74 @@
+#include "store/DirectWriter.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdint>
+
+#include "runtime/FileIO.h"
+
+namespace {
+
+constexpr size_t IN_PAGE = DirectWriter::PAGE_SIZE - 1;
+
+// The descriptor's writes go past the cache for as long as this lives.
+class DirectMode {
+ public:
+  explicit DirectMode(int fd) : fd_(fd), flags_(fcntl(fd, F_GETFL)) {
+    on_ = flags_ >= 0 && fcntl(fd, F_SETFL, flags_ | O_DIRECT) == 0;
+  }
+  DirectMode(const DirectMode&) = delete;
+  DirectMode& operator=(const DirectMode&) = delete;
+  ~DirectMode() {
+    if (on_) (void)fcntl(fd_, F_SETFL, flags_);
+  }
+
+  [[nodiscard]] bool on() const { return on_; }
+
+ private:
+  int fd_;
+  int flags_;
+  bool on_;
+};
+
+bool beginsPage(const unsigned char* p) {
+  return (reinterpret_cast<std::uintptr_t>(p) & IN_PAGE) == 0;
+}
+
+}  // namespace
+
+// No page is written both ways by one call: what goes through the cache before and behind the pages
+// lies in other pages, and a page that the cache holds of them is written out and dropped by the
+// kernel first. That keeps readers of the live file exact.
+ssize_t DirectWriter::write(int fd, const unsigned char* src, size_t n, off_t offset) {
+  const size_t head = (PAGE_SIZE - static_cast<size_t>(offset)) & IN_PAGE;
+  const size_t pages = n < head ? 0 : (n - head) & ~IN_PAGE;
+  if (refused_ || pages < LEAST_DIRECT || !beginsPage(src + head)) {
+    return writeFully(fd, src, n, offset);
+  }
+  if (writeFully(fd, src, head, offset) < 0) return -1;
+  const ssize_t direct = writePages(fd, src + head, pages, offset + static_cast<off_t>(head));
+  if (direct < 0) return -1;
+  const size_t done = head + static_cast<size_t>(direct);
+  if (writeFully(fd, src + done, n - done, offset + static_cast<off_t>(done)) < 0) return -1;
+  // The rest of a page waits in the cache for half a minute otherwise: should the power fail after
+  // the next pages have reached the disk, a hole would be in front of them.
+  (void)sync_file_range(fd, offset, static_cast<off_t>(n), SYNC_FILE_RANGE_WRITE);
+  return static_cast<ssize_t>(n);
+}
+
+// How many of the bytes went past the cache; the cache takes the others. -1 when the disk fails.
+ssize_t DirectWriter::writePages(int fd, const unsigned char* src, size_t n, off_t offset) {
+  const DirectMode mode(fd);
+  ssize_t put = -1;
+  while (mode.on() && put < 0) {
+    put = pwrite(fd, src, n, offset);
+    if (put < 0 && errno != EINTR) break;
+  }
+  if (put >= 0) return put;
+  if (!mode.on() || errno == EINVAL) refused_ = true;
+  // Where all pages at once find no room, the first of them may.
+  const bool full = errno == ENOSPC || errno == EDQUOT;
+  return refused_ || full ? 0 : -1;
+}
