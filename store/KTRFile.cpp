@@ -12,7 +12,6 @@
 namespace {
 constexpr unsigned int READ_BUFFER_SIZE = 0x1400000;
 constexpr unsigned int WRITE_BUFFER_SIZE = 512000;
-constexpr unsigned int PAGE_SIZE = DirectWriter::PAGE_SIZE;
 // From this size on a block begins at a page and costs no memory until it is touched.
 constexpr unsigned int PAGED_BLOCK_SIZE = 1U << 20;
 constexpr unsigned int FLUSH_SECONDS = 11;
@@ -24,7 +23,7 @@ KTRFile::KTRFile(const KTString& prefix, unsigned char fileIndex, int openFlags,
       prevFileIndex_(fileIndex),
       sliceMaxSize_(sliceMaxSize),
       prefix_(prefix),
-      readBuffer_(READ_BUFFER_SIZE),
+      readBuffer_(READ_BUFFER_SIZE + PAGE_SIZE),
       curFileIndex_(fileIndex) {
   writeBuffer_.reserve(PAGED_BLOCK_SIZE);
   writeBuffer_.resize(WRITE_BUFFER_SIZE + PAGE_SIZE);

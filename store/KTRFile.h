@@ -81,6 +81,9 @@ class KTR_API KTRFile : public KTFile {
   [[nodiscard]] int _read(KTDataBlock& out, int size);
 
  private:
+  static constexpr unsigned int PAGE_SIZE = DirectWriter::PAGE_SIZE;
+  static constexpr unsigned int FIRST_PIECE_SIZE = 0x8000;  // a first frame waits for no more
+
   [[nodiscard]] int flush();
   [[nodiscard]] int writeOut(unsigned int n);
   [[nodiscard]] unsigned int writeRoom() const;
@@ -120,8 +123,9 @@ class KTR_API KTRFile : public KTFile {
   DirectWriter directWriter_;
   unsigned int readPos_ = 0;
   unsigned int readFill_ = 0;
-  unsigned int unread_ =
-      0;  // bytes behind those in readBuffer_ that are read ahead but not yet there
+  int movedBy_ = 0;          // to the front, of the bytes in readBuffer_, since the last refill
+  unsigned int unread_ = 0;  // bytes that were taken hold of and are to follow in readBuffer_
+  unsigned int pieceSize_ = FIRST_PIECE_SIZE;
   unsigned int readOffset_ = 0;
   unsigned int curFileIndex_;
   unsigned int curFrameTimeStamp_ = 0;

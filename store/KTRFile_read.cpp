@@ -14,7 +14,7 @@ namespace {
 
 constexpr unsigned int REFILL_BELOW = 0x200000;  // a largest record always stays whole
 constexpr unsigned int READ_BLOCK_SIZE = 0xA00000;
-constexpr unsigned int PIECE_SIZE = 0x40000;  // what a processor's own cache holds
+constexpr unsigned int MAX_PIECE_SIZE = 0x40000;  // what a processor's own cache holds
 constexpr unsigned int LEAST_AVAILABLE = 9;
 constexpr unsigned int STAMP_OFFSET = 1;
 constexpr unsigned int STAMP_END = 5;
@@ -45,6 +45,7 @@ int KTRFile::readKTRData(KTDataBlock& out) {
 // and comes in before another one is opened.
 void KTRFile::refill() {
   compact();
+  movedBy_ = -static_cast<int>(readPos_);
   const long startPos = pos();
   int count = takeHold();
   if (count == 0) {
@@ -92,7 +93,8 @@ void KTRFile::bringIn(unsigned int n) {
 void KTRFile::readPiece(unsigned int least) {
   compact();
   const long from = pos() - static_cast<long>(unread_);
-  const unsigned int wanted = std::min(unread_, std::max(least, PIECE_SIZE));
+  const unsigned int wanted = std::min(unread_, std::max(least, pieceSize_));
+  pieceSize_ = std::min(2 * pieceSize_, MAX_PIECE_SIZE);
   const ssize_t got = readFully(handle(), readBuffer_.writable() + readFill_, wanted, from);
   if (got > 0) {
     readFill_ += static_cast<unsigned int>(got);
@@ -118,12 +120,17 @@ bool KTRFile::walkOn(unsigned int& walked) {
   return canRead_;
 }
 
+// The next piece is to stand in its pages of memory as it stands in its pages of the file, which
+// the kernel copies fastest.
 void KTRFile::compact() {
   const unsigned int available = buffered();
+  const auto next = static_cast<unsigned int>(pos()) - unread_;
+  const unsigned int begin = (next - available) % PAGE_SIZE;
   unsigned char* bytes = readBuffer_.writable();
-  if (readPos_ != 0 && available != 0) std::memmove(bytes, bytes + readPos_, available);
-  readPos_ = 0;
-  readFill_ = available;
+  if (available != 0) std::memmove(bytes + begin, bytes + readPos_, available);
+  movedBy_ += static_cast<int>(readPos_) - static_cast<int>(begin);
+  readPos_ = begin;
+  readFill_ = begin + available;
 }
 
 bool KTRFile::canTake(unsigned int n) {
@@ -192,7 +199,9 @@ int KTRFile::takePayload(KTDataBlock& out, unsigned int length) {
 int KTRFile::go_to_pos(unsigned int offset) {
   readPos_ = 0;
   readFill_ = 0;
+  movedBy_ = 0;
   unread_ = 0;
+  pieceSize_ = FIRST_PIECE_SIZE;
   curFileIndex_ = fileIndex_;
   recordOffset_ = readOffset_;
   readOffset_ = offset;
@@ -201,12 +210,14 @@ int KTRFile::go_to_pos(unsigned int offset) {
 
 unsigned int KTRFile::addtoReadBuffer(const KTDataBlock& b) {
   bringIn(readBuffDataAvailableSize());
-  if (b.size > readBuffer_.size - readFill_) {
+  const unsigned int size = readBuffer_.size - PAGE_SIZE;
+  const auto blockPos = readPos_ + static_cast<unsigned int>(movedBy_);
+  if (b.size > size - (blockPos + buffered())) {
     // "full" tells the read position, not the fill.
     KTLogger::instance()->log(KTLogger::Warning,
                               "VERY BAD! DO Resize of the ReadBuffer size:%d bytes full: %d bytes "
                               "blocksize to insert:%d bytes!",
-                              static_cast<int>(readBuffer_.size), static_cast<int>(readPos_),
+                              static_cast<int>(size), static_cast<int>(blockPos),
                               static_cast<int>(b.size));
     readBuffer_.resize(readBuffer_.size + 2 * b.size);
   }

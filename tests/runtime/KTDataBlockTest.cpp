@@ -63,6 +63,32 @@ TEST_F(KTDataBlockTest, LargeBlocksCostNoMemoryUntilTheyAreTouched) {
   EXPECT_LT(residentBytes(), before + large);
 }
 
+TEST_F(KTDataBlockTest, LargeBlocksBeginAtAPage) {
+  KTDataBlock b;
+  b.reserve(1U << 20);
+  b.resize(10);
+  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(b.data) % 4096, 0U);
+  b.resize(50U << 20);
+  EXPECT_EQ(reinterpret_cast<std::uintptr_t>(b.data) % 4096, 0U);
+}
+
+TEST_F(KTDataBlockTest, LargeBlocksKeepTheirBytesWhenTheyGrow) {
+  std::string expected(3 << 20, 'a');
+  KTDataBlock b = block(expected);
+  const KTDataBlock former(b);
+  for (const unsigned int n : {4U << 20, 40U << 20, 41U << 20}) {
+    b.resize(n);
+    EXPECT_EQ(text(b.copy(0, 3U << 20)), expected) << n;
+    std::memset(b.writable(), 'b', 3U << 20);
+    expected.assign(3U << 20, 'b');
+  }
+  EXPECT_EQ(text(former), std::string(3 << 20, 'a'));
+  KTDataBlock part = b.copy(1U << 20, 2U << 20);
+  b = KTDataBlock();
+  part.resize(60U << 20);
+  EXPECT_EQ(text(part.copy(0, 2U << 20)), std::string(2 << 20, 'b'));
+}
+
 TEST_F(KTDataBlockTest, HoldsACopyOfWhatItWasGiven) {
   char source[] = "abc";
   const KTDataBlock b(reinterpret_cast<unsigned char*>(source), 3);

@@ -21,6 +21,8 @@
 
 namespace {
 
+constexpr unsigned int SECTOR = 512;
+
 struct Fault {
   std::string call;
   std::string path;
@@ -110,6 +112,13 @@ Function* real(Function*, const char* name) {
   return reinterpret_cast<Function*>(dlsym(RTLD_NEXT, name));
 }
 
+// How much of a write takes place. Past the cache a disk takes whole sectors only.
+size_t cut(const Fault& fault, int fd, size_t n) {
+  static auto* const flags = real(&fcntl, "fcntl64");
+  const bool direct = (flags(fd, F_GETFL) & O_DIRECT) != 0;
+  return std::min<size_t>(n, direct ? fault.bytes / SECTOR * SECTOR : fault.bytes);
+}
+
 }  // namespace
 
 // These come before the C library's own for every caller, provided that they can be seen. With
@@ -155,10 +164,23 @@ ssize_t pwrite(int fd, const void* src, size_t n, off_t offset) {
   static auto* const next = real(&pwrite, "pwrite64");
   const auto fault = due("pwrite", fd);
   if (fault && fault->error == FaultCalls::KILL) {
-    (void)next(fd, src, std::min<size_t>(n, fault->bytes), offset);
+    (void)next(fd, src, cut(*fault, fd, n), offset);
   }
   if (fault && fault->error != 0) return failed(*fault);
-  return next(fd, src, fault ? std::min<size_t>(n, fault->bytes) : n, offset);
+  return next(fd, src, fault ? cut(*fault, fd, n) : n, offset);
+}
+
+// A change of the descriptor's flags; all other commands work.
+int fcntl(int fd, int command, ...) {
+  static auto* const next = real(&fcntl, "fcntl64");
+  if (command == F_SETFL) {
+    if (const auto fault = due("fcntl", fd)) return failed(*fault);
+  }
+  va_list rest;
+  va_start(rest, command);
+  void* const argument = va_arg(rest, void*);
+  va_end(rest);
+  return next(fd, command, argument);
 }
 
 int ftruncate(int fd, off_t length) __THROW {

@@ -3,8 +3,9 @@
 #include <string>
 
 /**
- * Breaks this process's calls into the file system: open, close, mkdir, pread, pwrite, ftruncate
- * and unlink fail, or transfer less than they were asked to. Each fault is noted in FaultLog.
+ * Breaks this process's calls into the file system: open, close, mkdir, pread, pwrite, ftruncate,
+ * unlink and fcntl (where it changes a descriptor's flags) fail, or transfer less than they were
+ * asked to. Each fault is noted in FaultLog.
  *
  * The program ktr takes the same faults when the module ktr_faults is preloaded into it: one a line
  * in the variable KTR_FAULTS, as text() writes them. There the error KILL ends the process in place

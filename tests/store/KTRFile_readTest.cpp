@@ -1,0 +1,199 @@
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <filesystem>
+#include <memory>
+
+#include "store/KTRFile.h"
+#include "store/SyncMarkers.h"
+#include "tests/support/Allocations.h"
+#include "tests/support/FaultCalls.h"
+#include "tests/support/LogCapture.h"
+#include "tests/support/ManualClock.h"
+#include "tests/support/ResidentMemory.h"
+#include "tests/support/TempDir.h"
+
+namespace {
+
+constexpr unsigned int MIB = 1U << 20;
+constexpr int BLOCK = 0xA00000;
+
+/** What is read ahead: when it comes, what it costs, and what is handed out of it. */
+class KTRFile_readTest : public testing::Test {
+ protected:
+  static KTDataBlock payload(unsigned int number, unsigned int size) {
+    KTDataBlock block(size);
+    unsigned char* bytes = block.writable();
+    for (unsigned int i = 0; i < size; ++i) bytes[i] = static_cast<unsigned char>(number * 7 + i);
+    return block;
+  }
+  // Records frames [from, to) in a slice of their own.
+  void record(unsigned int from, unsigned int to, unsigned int size) {
+    if (!writer_)
+      writer_ = std::make_unique<KTRFile>(prefix(), 0, KTRFile::WRITE_FLAGS, 0x7FFFFFFF);
+    for (unsigned int i = from; i < to; ++i) ASSERT_EQ(writer_->writeKTRData(payload(i, size)), 0);
+    ASSERT_EQ(writer_->_writeWriteBuffer(), 0);
+  }
+  KTRFile& openReader() {
+    reader_ = std::make_unique<KTRFile>(prefix(), 0, KTRFile::READ_FLAGS, KTRFile::READ_SLICE_SIZE);
+    return *reader_;
+  }
+  void expectFrames(unsigned int from, unsigned int to, unsigned int size) {
+    KTDataBlock frame;
+    for (unsigned int i = from; i < to; ++i) {
+      ASSERT_EQ(reader_->readKTRData(frame), static_cast<int>(size)) << i;
+      ASSERT_EQ(frame, payload(i, size)) << i;
+    }
+  }
+  [[nodiscard]] KTString prefix() const { return dir_.entry("cam_"); }
+  [[nodiscard]] std::string slice() const { return dir_.path() + "/cam_F0.dat"; }
+
+  TempDir dir_;
+  ManualClock clock_;
+  LogCapture log_;
+  FaultCalls faults_;
+  std::unique_ptr<KTRFile> writer_;
+  std::unique_ptr<KTRFile> reader_;
+};
+
+TEST_F(KTRFile_readTest, AFrameCostsNoAllocation) {
+  record(0, 1000, 20'000);
+  openReader();
+  expectFrames(0, 10, 20'000);
+  KTDataBlock frame;
+  ASSERT_EQ(reader_->readKTRData(frame), 20'000);
+  const Allocations allocations;
+  for (int i = 0; i < 800; ++i) ASSERT_EQ(reader_->readKTRData(frame), 20'000);
+  EXPECT_EQ(allocations.count(), 0U);
+}
+
+TEST_F(KTRFile_readTest, ASmallerFrameCostsNoAllocation) {
+  record(0, 1, 50'000);
+  record(1, 5000, 777);
+  openReader();
+  KTDataBlock frame;
+  ASSERT_EQ(reader_->readKTRData(frame), 50'000);
+  const Allocations allocations;
+  for (int i = 1; i < 2000; ++i) ASSERT_EQ(reader_->readKTRData(frame), 777);
+  EXPECT_EQ(allocations.count(), 0U);
+}
+
+TEST_F(KTRFile_readTest, AFirstFrameReadsABlockAheadButWaitsForLittleOfIt) {
+  record(0, 1000, 20'000);
+  openReader();
+  faults_.shorten("pread", slice(), 100'000, {1, FaultCalls::ALWAYS});
+  expectFrames(0, 1, 20'000);
+  EXPECT_EQ(faults_.count(), 1U);
+  EXPECT_EQ(reader_->pos(), BLOCK);
+  EXPECT_EQ(reader_->readBuffDataAvailableSize(), BLOCK - 20'008U);
+}
+
+TEST_F(KTRFile_readTest, AReaderHoldsLittleOfWhatItReadsAhead) {
+  record(0, 2000, 20'000);
+  writer_.reset();
+  openReader();
+  KTDataBlock frame;
+  ASSERT_EQ(reader_->readKTRData(frame), 20'000);
+  const size_t before = ResidentMemory::bytes();
+  for (int i = 0; i < 1990; ++i) ASSERT_EQ(reader_->readKTRData(frame), 20'000);
+  EXPECT_LT(ResidentMemory::bytes(), before + 2 * MIB);
+}
+
+TEST_F(KTRFile_readTest, FramesOfAllSizesComeBackOverManyBlocks) {
+  record(0, 700, 40'001);
+  record(700, 703, KTRFile::MAX_PAYLOAD_SIZE);
+  record(703, 5000, 1'234);
+  openReader();
+  expectFrames(0, 700, 40'001);
+  expectFrames(700, 703, KTRFile::MAX_PAYLOAD_SIZE);
+  expectFrames(703, 5000, 1'234);
+}
+
+TEST_F(KTRFile_readTest, AnyRecordOfALongSliceIsGoneTo) {
+  record(0, 900, 30'000);
+  openReader();
+  for (const unsigned int number : {800U, 3U, 450U, 449U, 0U}) {
+    ASSERT_EQ(reader_->go_to_pos(number * 30'008), 0);
+    expectFrames(number, number + 20, 30'000);
+  }
+}
+
+TEST_F(KTRFile_readTest, WhatIsReadAheadOutlivesTheSlice) {
+  record(0, 400, 20'000);
+  openReader();
+  expectFrames(0, 1, 20'000);
+  reader_->createNextSlice();
+  expectFrames(1, 400, 20'000);
+  openReader();
+  expectFrames(0, 1, 20'000);
+  EXPECT_EQ(reader_->_close(), 0);
+  expectFrames(1, 400, 20'000);
+}
+
+TEST_F(KTRFile_readTest, BytesThatAreAddedComeBehindWhatIsReadAhead) {
+  record(0, 50, 20'000);
+  openReader();
+  expectFrames(0, 1, 20'000);
+  unsigned char head[8] = {0xA7, 0xA6, 0xA5, 0xA4, 100, 0, 0, 0};
+  reader_->addtoReadBuffer(KTDataBlock(head, sizeof head) + payload(50, 100));
+  expectFrames(1, 50, 20'000);
+  expectFrames(50, 51, 100);
+}
+
+TEST_F(KTRFile_readTest, TheBufferGrowsAsIfTheWholeBlockHadComeAtOnce) {
+  record(0, 600, 20'000);
+  openReader();
+  expectFrames(0, 100, 20'000);
+  log_.clear();
+  reader_->addtoReadBuffer(KTDataBlock(0x1400000 - BLOCK));
+  EXPECT_EQ(log_.countContaining("VERY BAD!"), 0U);
+  reader_->addtoReadBuffer(payload(0, 50));
+  EXPECT_TRUE(log_.has(64,
+                       "VERY BAD! DO Resize of the ReadBuffer size:20971520 bytes full: 2000800 "
+                       "bytes blocksize to insert:50 bytes!"));
+  expectFrames(100, 500, 20'000);
+}
+
+TEST_F(KTRFile_readTest, ABadPlaceDeepInABlockEndsTheReadThere) {
+  record(0, 400, 20'000);
+  openReader();
+  expectFrames(0, 1, 20'000);
+  faults_.fail("pread", slice(), EIO, {4, FaultCalls::ALWAYS});
+  KTDataBlock frame;
+  unsigned int number = 1;
+  while (reader_->readKTRData(frame) > 0) ASSERT_EQ(frame, payload(number++, 20'000));
+  EXPECT_GT(number, 2U);
+  EXPECT_EQ(log_.count(128, "KTRFile " + slice() + " read Failed !!!!"), 1U);
+  EXPECT_EQ(reader_->readKTRData(frame), -1);
+  EXPECT_EQ(log_.count(128, "KTRFile " + slice() + " read Failed !!!!"), 1U);
+  faults_.restore();
+  ASSERT_EQ(reader_->go_to_pos(number * 20'008), 0);
+  expectFrames(number, 400, 20'000);
+}
+
+TEST_F(KTRFile_readTest, ABadPlaceAtTheBeginningOfTheNextSliceLeavesNoMarker) {
+  record(0, 3, 500);
+  writer_->createNextSlice();
+  record(3, 5, 500);
+  openReader();
+  faults_.fail("pread", "_F1.dat", EIO, {1, FaultCalls::ALWAYS});
+  expectFrames(0, 3, 500);
+  KTDataBlock frame;
+  EXPECT_EQ(reader_->readKTRData(frame), -1);
+  EXPECT_EQ(reader_->readBuffDataAvailableSize(), 0U);
+  faults_.restore();
+  expectFrames(3, 5, 500);
+}
+
+TEST_F(KTRFile_readTest, ASliceThatIsCutMeanwhileEndsWhereItWasCut) {
+  record(0, 400, 20'000);
+  openReader();
+  expectFrames(0, 1, 20'000);
+  std::filesystem::resize_file(slice(), 100 * 20'008);
+  expectFrames(1, 100, 20'000);
+  KTDataBlock frame;
+  EXPECT_EQ(reader_->readKTRData(frame), -1);
+  EXPECT_TRUE(log_.has(64, "[ readKTRData ] No more data availaible buffer size: 0 bytes!! "));
+}
+
+}  // namespace
