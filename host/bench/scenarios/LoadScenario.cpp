@@ -94,7 +94,7 @@ void LoadScenario::store(KTR_DB_handle& recorder, const std::string& directory) 
 
 Measurement LoadScenario::run() {
   Measurement result;
-  std::mt19937 random(1);  // NOLINT(cert-msc51-cpp): every run asks for the same moments
+  std::mt19937 random(++runs_);  // NOLINT(cert-msc51-cpp): other moments in each run, never chance
   result.latencies.reserve(loads_);
   const ResourceMeter meter(place_.serverPid());
   for (unsigned int i = 0; i < loads_; ++i) loadOnce(random, result);

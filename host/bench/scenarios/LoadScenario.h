@@ -40,5 +40,6 @@ class LoadScenario : public Scenario {
   BenchPlace& place_;
   const Size size_;
   const unsigned int loads_;
+  unsigned int runs_ = 0;
   std::vector<unsigned int> offsets_;  // of the slice's key frames, one a second
 };
