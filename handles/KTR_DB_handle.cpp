@@ -36,6 +36,7 @@ void KTR_DB_handle::destroyStreamTables() {
   const KTCriticalCode guard(_mutex);
   for (KTRStreamTable* table : _streamTables) delete table;
   _streamTables.clear();
+  _streamsById.clear();
 }
 
 KTRStreamTable* KTR_DB_handle::streamInstance(unsigned int id) {
@@ -49,9 +50,8 @@ KTRStreamTable* KTR_DB_handle::streamInstance(unsigned int id) {
 }
 
 KTDLList<KTRStreamTable*>::Node* KTR_DB_handle::findStream(unsigned int id) {
-  auto* node = _streamTables.head.next;
-  while (node != &_streamTables.head && node->value->sessionID() != id) node = node->next;
-  return node == &_streamTables.head ? nullptr : node;
+  const auto found = _streamsById.find(id);
+  return found == _streamsById.end() ? nullptr : found->second;
 }
 
 KTRStreamTable* KTR_DB_handle::createDataStreamTable(unsigned int id) {
@@ -66,13 +66,20 @@ KTRStreamTable* KTR_DB_handle::createDataStreamTable(unsigned int id) {
 void KTR_DB_handle::registerVideoStreamTable(KTRStreamTable* table) {
   if (table == nullptr) return;
   const KTCriticalCode guard(_mutex);
-  _streamTables.append(table);
+  _streamsById.try_emplace(table->sessionID(), _streamTables.append(table));
 }
 
 void KTR_DB_handle::destroyVideoStream(unsigned int id) {
   const KTCriticalCode guard(_mutex);
   auto* node = findStream(id);
   if (node == nullptr) return;
+  auto* next = node->next;
+  while (next != &_streamTables.head && next->value->sessionID() != id) next = next->next;
+  if (next == &_streamTables.head) {
+    _streamsById.erase(id);
+  } else {
+    _streamsById[id] = next;
+  }
   delete node->value;
   _streamTables.remove(node);
 }

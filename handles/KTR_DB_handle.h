@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <unordered_map>
 
 #include "containers/KTDLList.h"
 #include "db/KTR_MYSQL_api.h"
@@ -115,6 +116,9 @@ class KTR_API KTR_DB_handle : public KTR_MYSQL_api {
   [[nodiscard]] bool oldestDirectory(KTString& storage);
 
   KTDLList<KTRStreamTable*> _streamTables KTR_GUARDED_BY(_mutex);
+  /** The first table of each session: a player or recorder asks for one of thousands. */
+  std::unordered_map<unsigned int, KTDLList<KTRStreamTable*>::Node*> _streamsById
+      KTR_GUARDED_BY(_mutex);
   std::unique_ptr<KTRRecordSessionTable> _recordSessionTable;
   std::unique_ptr<KTREventTable> _eventTable;
   std::unique_ptr<KTRSettingsTable> _settingsTable;
