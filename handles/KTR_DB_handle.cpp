@@ -39,19 +39,15 @@ void KTR_DB_handle::destroyStreamTables() {
   _streamsById.clear();
 }
 
+// A handle that is played from comes to hold thousands of tables: none is looked for one by one.
 KTRStreamTable* KTR_DB_handle::streamInstance(unsigned int id) {
   const KTCriticalCode guard(_mutex);
-  const KTDLList<KTRStreamTable*>::Node* node = findStream(id);
-  if (node != nullptr) return node->value;
+  const auto first = _streamsById.lower_bound(id);
+  if (first != _streamsById.end() && first->first == id) return first->second->value;
   if (!isConnected() || !tb_exists(KTR_DBTable::KTR_TableName[KTR_DBTable::TB_DATA_STREAMS])) {
     return nullptr;
   }
   return createDataStreamTable(id);
-}
-
-KTDLList<KTRStreamTable*>::Node* KTR_DB_handle::findStream(unsigned int id) {
-  const auto found = _streamsById.find(id);
-  return found == _streamsById.end() ? nullptr : found->second;
 }
 
 KTRStreamTable* KTR_DB_handle::createDataStreamTable(unsigned int id) {
@@ -66,22 +62,16 @@ KTRStreamTable* KTR_DB_handle::createDataStreamTable(unsigned int id) {
 void KTR_DB_handle::registerVideoStreamTable(KTRStreamTable* table) {
   if (table == nullptr) return;
   const KTCriticalCode guard(_mutex);
-  _streamsById.try_emplace(table->sessionID(), _streamTables.append(table));
+  _streamsById.emplace(table->sessionID(), _streamTables.append(table));
 }
 
 void KTR_DB_handle::destroyVideoStream(unsigned int id) {
   const KTCriticalCode guard(_mutex);
-  auto* node = findStream(id);
-  if (node == nullptr) return;
-  auto* next = node->next;
-  while (next != &_streamTables.head && next->value->sessionID() != id) next = next->next;
-  if (next == &_streamTables.head) {
-    _streamsById.erase(id);
-  } else {
-    _streamsById[id] = next;
-  }
-  delete node->value;
-  _streamTables.remove(node);
+  const auto first = _streamsById.lower_bound(id);
+  if (first == _streamsById.end() || first->first != id) return;
+  delete first->second->value;
+  _streamTables.remove(first->second);
+  _streamsById.erase(first);
 }
 
 KTString KTR_DB_handle::getPrefixFileName(int id) const {
