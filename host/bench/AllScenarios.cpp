@@ -3,6 +3,7 @@
 #include "host/bench/scenarios/AppendScenario.h"
 #include "host/bench/scenarios/EventScenario.h"
 #include "host/bench/scenarios/ExportScenario.h"
+#include "host/bench/scenarios/IngestScenario.h"
 #include "host/bench/scenarios/LoadScenario.h"
 #include "host/bench/scenarios/PlayScenario.h"
 #include "host/bench/scenarios/ReadScenario.h"
@@ -25,6 +26,7 @@ void addFileScenarios(BenchPlace& place, Scenarios& scenarios) {
   const auto movie = std::make_shared<BenchMovie>(place, hour);
   const auto recording = std::make_shared<BenchRecording>(place, "hour", hour);
   scenarios.push_back(std::make_unique<AppendScenario>(place, movie, hour));
+  scenarios.push_back(std::make_unique<IngestScenario>(place, movie));
   scenarios.push_back(std::make_unique<ReadScenario>(place, place.size(CHAIN, SHORT)));
   scenarios.push_back(std::make_unique<PlayScenario>(recording));
   scenarios.push_back(std::make_unique<ExportScenario>(place, recording, movie));

@@ -32,6 +32,13 @@ class BenchClip {
     return pictures_[number % pictures_.size()];
   }
   [[nodiscard]] static bool isKey(std::uint64_t number) { return number % KEY_INTERVAL == 0; }
+  /**
+   * Rows that the index holds of a stream of that many frames: a key frame's is written when the
+   * next key frame comes, so that the last has none.
+   */
+  [[nodiscard]] static std::uint64_t indexRows(std::uint64_t frames) {
+    return frames == 0 ? 0 : (frames - 1) / KEY_INTERVAL;
+  }
   /** Bytes of that many frames from the first on, as blocks for a session. */
   [[nodiscard]] std::uint64_t bytes(std::uint64_t frames) const;
 

@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "host/bench/BenchPlace.h"
+#include "host/bench/rivals/WriteLoop.h"
 #include "host/server/OptionFile.h"
 #include "host/server/ServerConnection.h"
 #include "host/view/ByteText.h"
@@ -18,6 +19,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
+constexpr unsigned int FEW_PROCESSORS = 1;
 constexpr double BUSY_LOAD = 0.5;  // runnable tasks a processor, of others
 constexpr std::uint64_t LITTLE_SPACE = 40ULL << 30;
 
@@ -113,6 +115,10 @@ void BenchEnvironment::addMachine() {
   lines_.emplace_back("memory", fieldOf("/proc/meminfo", "MemTotal"));
   lines_.emplace_back("kernel",
                       std::string(system.sysname) + " " + system.release + " " + system.machine);
+  if (processors <= FEW_PROCESSORS) {
+    warnings_.emplace_back(
+        "there is one processor: the sessions, the server and the one who measures share it");
+  }
   const std::string governor = firstLineOf("/sys/devices/system/cpu/cpu0/cpufreq/scaling_governor");
   if (!governor.empty() && governor != "performance") {
     warnings_.push_back("the processor changes its speed (governor " + governor +
@@ -133,6 +139,11 @@ void BenchEnvironment::addFileSystem(const std::string& directory) {
   lines_.emplace_back("file system", mount + ", " + ByteText::format(space.available) + " free");
   if (mount.starts_with("tmpfs")) {
     warnings_.emplace_back("this directory is in memory: give one on the disk to be recorded on");
+  }
+  if (!WriteLoop::directWorks(directory)) {
+    warnings_.emplace_back(
+        "this file system takes no writes past the page cache (O_DIRECT): recording goes through "
+        "it, which costs more");
   }
   if (space.available < LITTLE_SPACE) {
     warnings_.push_back("only " + ByteText::format(space.available) +

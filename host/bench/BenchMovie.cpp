@@ -1,5 +1,6 @@
 #include "host/bench/BenchMovie.h"
 
+#include "host/bench/rivals/ReadLoop.h"
 #include "host/media/MediaOutput.h"
 
 const std::string& BenchMovie::path() {
@@ -8,6 +9,7 @@ const std::string& BenchMovie::path() {
         place_.freshDirectory("movie-" + std::to_string(seconds_)) + "/movie.mp4";
     make(path);
     place_.sync();
+    (void)ReadLoop({path}, ReadLoop::USUAL_BLOCK).run();
     path_ = path;
   }
   return path_;

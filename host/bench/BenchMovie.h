@@ -6,7 +6,7 @@
 
 /**
  * The pictures of a scenario's footage in an .mp4 file, for programs to read; it is made when it is
- * first asked for.
+ * first asked for, and read once, so that the page cache holds it.
  *
  * Owns: the file, in its place.
  * Threads: the main thread.

@@ -31,6 +31,7 @@ BenchPlace::BenchPlace(HostContext& context, const StorageRoot& root, bool short
 }
 
 BenchPlace::~BenchPlace() {
+  context_.close();
   std::error_code ignored;
   fs::remove_all(root_.path(), ignored);
 }

@@ -7,13 +7,15 @@
 
 #include "host/HostContext.h"
 #include "host/bench/BenchClip.h"
+#include "host/system/StopSignal.h"
 
 /**
  * What scenarios work with: a directory that is removed in the end, a private database server in
- * it, and footage to record.
+ * it, and footage to record. While it lives, a signal to stop is a request that is asked for
+ * between two runs.
  *
- * Owns: the directory and everything in it. The context ends factory and server; it must be closed
- *   before the place is destroyed.
+ * Owns: the directory and everything in it, and the handlers of signals. The context ends factory
+ *   and server, and is closed with the place at the latest: whatever uses it must be gone by then.
  * Threads: the main thread; clip() once it was called there from any.
  * Blocks: the constructor for the server, clip() for the encoder at its first call.
  * Errors: HostError.
@@ -34,6 +36,7 @@ class BenchPlace {
     return shortForm_ ? inShortForm : full;
   }
 
+  [[nodiscard]] const StopSignal& stop() const { return stop_; }
   [[nodiscard]] const std::string& directory() const { return root_.path(); }
   /** A fresh and empty directory of this name; what was there is removed. */
   [[nodiscard]] std::string freshDirectory(const std::string& name) const;
@@ -44,6 +47,11 @@ class BenchPlace {
   [[nodiscard]] HostContext& context() const { return context_; }
   /** The database of a recorder, made on first use. Names cannot be reused for a clean one. */
   [[nodiscard]] KTR_DB_handle& recorder(const std::string& name) const;
+  /** How many rows a recorder's table holds. */
+  [[nodiscard]] static std::uint64_t rows(KTR_DB_handle& recorder,
+                                          KTR_DBTable::KtrTableType table) {
+    return recorder.tb_rownum(KTR_DBTable::KTR_TableName[table]);
+  }
   /** The server's process. */
   [[nodiscard]] pid_t serverPid() const;
   [[nodiscard]] ServerPaths serverPaths() const { return ServerPaths(root_); }
@@ -54,5 +62,6 @@ class BenchPlace {
   HostContext& context_;
   const StorageRoot root_;
   const bool shortForm_;
+  const StopSignal stop_;
   std::unique_ptr<BenchClip> clip_;
 };

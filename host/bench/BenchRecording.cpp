@@ -15,11 +15,11 @@ namespace {
 
 constexpr long DAY_SECONDS = 86400;
 
-long noonOfYesterday() {
+}  // namespace
+
+long BenchRecording::noonOfYesterday() {
   return (KTTimeValue::now().tv_sec / DAY_SECONDS - 1) * DAY_SECONDS + DAY_SECONDS / 2;
 }
-
-}  // namespace
 
 void BenchRecording::record() {
   if (!files_.empty()) return;

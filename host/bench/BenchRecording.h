@@ -26,6 +26,8 @@ class BenchRecording {
    */
   void record();
 
+  /** Seconds since the epoch. */
+  [[nodiscard]] static long noonOfYesterday();
   [[nodiscard]] const std::string& recorder() const { return recorder_; }
   [[nodiscard]] unsigned int seconds() const { return seconds_; }
   [[nodiscard]] std::uint64_t frames() const {
@@ -33,6 +35,8 @@ class BenchRecording {
   }
   /** Time of the first frame, seconds since the epoch. */
   [[nodiscard]] long start() const { return start_; }
+  /** The process of the server with its rows. */
+  [[nodiscard]] pid_t serverPid() const { return place_.serverPid(); }
   /** Its slices. */
   [[nodiscard]] const std::vector<std::string>& files() const { return files_; }
   /** The number of the frame with this stamp. */

@@ -27,7 +27,7 @@ ScenarioResult BenchRun::run(Scenario& scenario) const {
 // The one that goes first changes from pair to pair: neither is favoured by what the other leaves
 // behind.
 void BenchRun::compare(Scenario& scenario, Rival& rival, ScenarioResult& result) const {
-  const unsigned int pairs = options_.runs == 0 ? scenario.usualPairs() : options_.runs;
+  const unsigned int pairs = options_.runs == 0 ? USUAL_PAIRS : options_.runs;
   ScenarioResult::Comparison comparison{rival.name(), {}, {}};
   for (unsigned int pair = 0; pair < pairs; ++pair) {
     options_.progress(result.name + " against " + comparison.rival + ": pair " +

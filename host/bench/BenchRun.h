@@ -15,9 +15,12 @@
  */
 class BenchRun {
  public:
+  /** Pairs where the user does not say how many: a median needs so many, and an odd number. */
+  static constexpr unsigned int USUAL_PAIRS = 5;
+
   struct Options {
     bool against = false;
-    unsigned int runs = 0;  // 0: once, or the scenario's usual number of pairs
+    unsigned int runs = 0;                             // 0: once, or USUAL_PAIRS
     std::function<void(const std::string&)> progress;  // told what runs now
     std::function<void()> beforeRun;  // brings the machine into the same state before every run
   };

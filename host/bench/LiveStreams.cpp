@@ -21,6 +21,7 @@ constexpr unsigned int STREAMS_OF_A_RECORDER = 128;
 constexpr std::int64_t BEGIN_EVERY_MS = 21;  // no divisor in common with 40 or 1000
 constexpr std::int64_t DAY_MS = 86'400'000;
 constexpr int SLICE_BYTES = 128 << 20;
+constexpr unsigned int LONG_QUEUE = 20;  // messages
 constexpr auto OPENING_TIME = std::chrono::seconds(60);
 
 std::int64_t wallMs() {
@@ -115,8 +116,10 @@ void LiveStreams::feed() {
 
 void LiveStreams::feedOne(Stream& stream, std::int64_t stampMs) {
   const KTDataBlock frame = clip_.frame(stream.frames, static_cast<std::uint32_t>(stampMs));
+  const auto begin = Latencies::Clock::now();
   const int result =
       stream.session->commit(frame, KTRMessageType::FrameData, KTMessage::NormalPriority);
+  commits_.add(Latencies::Clock::now() - begin);
   if (result != 0) ++refused_;
   ++stream.frames;
   noteQueue(stream.session->queueLength());
@@ -168,20 +171,18 @@ double LiveStreams::feederCpuSeconds() const {
   return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
 }
 
-// A key frame's row is written when the next one comes: the last of each stream has none.
 void LiveStreams::check(Measurement& result) const {
   std::uint64_t committed = 0;
   std::uint64_t rows = 0;
   for (const Stream& stream : streams_) {
     committed += stream.frames;
-    rows += (stream.frames + BenchClip::KEY_INTERVAL - 1) / BenchClip::KEY_INTERVAL - 1;
+    rows += BenchClip::indexRows(stream.frames);
   }
   std::uint64_t foundRows = 0;
   std::uint64_t foundSessions = 0;
   for (KTR_DB_handle* recorder : recorders_) {
-    foundRows += recorder->tb_rownum(KTR_DBTable::KTR_TableName[KTR_DBTable::TB_DATA_STREAMS]);
-    foundSessions +=
-        recorder->tb_rownum(KTR_DBTable::KTR_TableName[KTR_DBTable::TB_RECORD_SESSIONS]);
+    foundRows += BenchPlace::rows(*recorder, KTR_DBTable::TB_DATA_STREAMS);
+    foundSessions += BenchPlace::rows(*recorder, KTR_DBTable::TB_RECORD_SESSIONS);
   }
   result.expectEqual("frames refused", 0, refused_);
   result.expectEqual("frames stored", committed, final_.frames);
@@ -189,6 +190,15 @@ void LiveStreams::check(Measurement& result) const {
   result.expectEqual("record sessions", streams_.size(), foundSessions);
   result.expectEqual("bytes on disk", final_.bytes + final_.frames * KTRFile::RECORD_HEAD_SIZE,
                      bytesOnDisk());
+}
+
+void LiveStreams::checkPace(const LogWatch& log, Measurement& result) const {
+  if (place_.shortForm()) return;
+  if (longestQueue_ > LONG_QUEUE) {
+    result.flaws.push_back("a queue grew to " + std::to_string(longestQueue_));
+  }
+  result.expectEqual("turns over 3 s", 0, log.slowTurns());
+  result.expectEqual("frames with a long queue behind them", 0, log.longQueues());
 }
 
 std::uint64_t LiveStreams::bytesOnDisk() const {

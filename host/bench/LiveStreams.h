@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "host/bench/BenchPlace.h"
+#include "host/bench/LogWatch.h"
 #include "host/bench/Measurement.h"
 #include "recording/KTRVideoStreamRecordSession.h"
 
@@ -43,6 +44,11 @@ class LiveStreams {
   void stop();
   /** After stop(): adds a flaw for each frame, row, session or byte that is missing. */
   void check(Measurement& result) const;
+  /**
+   * After stop(): adds a flaw where the recording has fallen behind, as its log and its queues
+   * tell. A short form adds none: it says nothing about time.
+   */
+  void checkPace(const LogWatch& log, Measurement& result) const;
   /** Removes the files of all recorders. */
   void removeFiles() const;
 
@@ -53,10 +59,10 @@ class LiveStreams {
   [[nodiscard]] std::uint64_t framesThatWaited() const { return framesThatWaited_; }
   /** The most that a frame was committed too late by, milliseconds: the feeder's own fault. */
   [[nodiscard]] std::int64_t latestFeedMs() const { return latestFeedMs_; }
+  /** After stop(): how long each commit() has taken, of all frames. */
+  [[nodiscard]] const Latencies& commits() const { return commits_; }
   /** Processor time of the feeding thread since start(). */
   [[nodiscard]] double feederCpuSeconds() const;
-  /** The first recorder's database. */
-  [[nodiscard]] KTR_DB_handle& firstRecorder() const { return *recorders_.front(); }
 
  private:
   struct Stream {
@@ -81,6 +87,7 @@ class LiveStreams {
   std::vector<Stream> streams_;
   std::array<std::vector<Stream*>, BenchClip::FRAME_MS> due_;  // by millisecond of a frame's time
   std::thread feeder_;
+  Latencies commits_;  // the feeding thread's
   std::atomic<bool> ending_{false};
   std::atomic<unsigned int> longestQueue_{0};
   std::atomic<std::uint64_t> framesThatWaited_{0};

@@ -47,16 +47,16 @@ ProcessTimes timesOf(const std::string& pid) {
 ResourceMeter::ResourceMeter(pid_t serverPid, Who who)
     : serverPid_(serverPid),
       who_(who),
-      start_(Latencies::Clock::now()),
-      cpuStart_(cpuSeconds()),
+      kernelStart_(kernelThreads()),
       serverStart_(serverCpuSeconds()),
-      kernelStart_(kernelCpuSeconds()) {}
+      cpuStart_(cpuSeconds()),
+      start_(Latencies::Clock::now()) {}
 
 void ResourceMeter::read(Measurement& result) const {
   result.seconds = std::chrono::duration<double>(Latencies::Clock::now() - start_).count();
   result.cpuSeconds = cpuSeconds() - cpuStart_;
   result.serverCpuSeconds = serverCpuSeconds() - serverStart_;
-  result.kernelCpuSeconds = kernelCpuSeconds() - kernelStart_;
+  result.kernelCpuSeconds = kernelCpuSeconds();
 }
 
 double ResourceMeter::cpuSeconds() const {
@@ -69,16 +69,28 @@ double ResourceMeter::serverCpuSeconds() const {
   return serverPid_ == 0 ? 0 : timesOf(std::to_string(serverPid_)).cpuSeconds;
 }
 
-double ResourceMeter::kernelCpuSeconds() {
+// Thread by thread: the kernel ends its workers and makes new ones, and what one had used before
+// must not be taken off when it is gone.
+double ResourceMeter::kernelCpuSeconds() const {
   double sum = 0;
+  for (const auto& [id, seconds] : kernelThreads()) {
+    const auto before = kernelStart_.find(id);
+    const bool known = before != kernelStart_.end() && before->second <= seconds;
+    sum += known ? seconds - before->second : seconds;
+  }
+  return sum;
+}
+
+ResourceMeter::ThreadTimes ResourceMeter::kernelThreads() {
+  ThreadTimes threads;
   std::error_code error;
   for (const auto& entry : std::filesystem::directory_iterator("/proc", error)) {
     const std::string name = entry.path().filename().string();
     if (name.find_first_not_of("0123456789") != std::string::npos) continue;
     const ProcessTimes times = timesOf(name);
-    if (times.isKernelThread) sum += times.cpuSeconds;
+    if (times.isKernelThread) threads[std::stoi(name)] = times.cpuSeconds;
   }
-  return sum;
+  return threads;
 }
 
 std::uint64_t ResourceMeter::residentBytes() {

@@ -3,6 +3,7 @@
 #include <sys/types.h>
 
 #include <cstdint>
+#include <unordered_map>
 
 #include "host/bench/Measurement.h"
 
@@ -29,14 +30,18 @@ class ResourceMeter {
   [[nodiscard]] static std::uint64_t residentBytes();
 
  private:
+  using ThreadTimes = std::unordered_map<int, double>;  // processor seconds by thread
+
   [[nodiscard]] double cpuSeconds() const;
   [[nodiscard]] double serverCpuSeconds() const;
-  [[nodiscard]] static double kernelCpuSeconds();
+  [[nodiscard]] double kernelCpuSeconds() const;
+  [[nodiscard]] static ThreadTimes kernelThreads();
 
   const pid_t serverPid_;
   const Who who_;
-  const Latencies::Clock::time_point start_;
-  const double cpuStart_;
+  // In this order: to look at the kernel's threads takes time, which is not of what is measured.
+  const ThreadTimes kernelStart_;
   const double serverStart_;
-  const double kernelStart_;
+  const double cpuStart_;
+  const Latencies::Clock::time_point start_;
 };

@@ -52,6 +52,4 @@ class Scenario {
   [[nodiscard]] virtual Measurement run() = 0;
   /** What to compare with, as far as it is installed. Called after prepare(). */
   [[nodiscard]] virtual std::vector<std::unique_ptr<Rival>> rivals() { return {}; }
-  /** How often it runs when it is compared and the user does not say: odd, at least 5. */
-  [[nodiscard]] virtual unsigned int usualPairs() const { return 5; }
 };

@@ -11,14 +11,14 @@ std::vector<double> ScenarioResult::Comparison::ratios(const Figure& figure) con
   return ratios;
 }
 
-double ScenarioResult::median(const Figure& figure) const {
+double ScenarioResult::median(const Runs& runs, const Figure& figure) {
   std::vector<double> values;
   values.reserve(runs.size());
   for (const Measurement& run : runs) values.push_back(figure(run));
   return median(values);
 }
 
-const Measurement& ScenarioResult::typicalRun() const {
+const Measurement& ScenarioResult::typical(const Runs& runs) {
   std::vector<const Measurement*> order;
   order.reserve(runs.size());
   for (const Measurement& run : runs) order.push_back(&run);
@@ -29,7 +29,7 @@ const Measurement& ScenarioResult::typicalRun() const {
 
 std::vector<std::string> ScenarioResult::flaws() const {
   std::vector<std::string> all;
-  const auto add = [&](const std::vector<Measurement>& each) {
+  const auto add = [&](const Runs& each) {
     for (const Measurement& run : each) all.insert(all.end(), run.flaws.begin(), run.flaws.end());
   };
   add(runs);

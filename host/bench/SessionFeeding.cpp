@@ -1,5 +1,6 @@
 #include "host/bench/SessionFeeding.h"
 
+#include <chrono>
 #include <thread>
 
 #include "runtime/LittleEndian.h"
@@ -8,6 +9,7 @@ namespace {
 
 constexpr int SLICE_BYTES = 128 << 20;
 constexpr unsigned int SHORT_QUEUE = 16;
+constexpr std::chrono::microseconds LOOK_AGAIN{100};  // a session takes several frames meanwhile
 
 KTRStreamRecordParams paramsOf(const std::string& recorder, unsigned char stream,
                                const std::string& storage) {
@@ -39,7 +41,9 @@ SessionFeeding::SessionFeeding(BenchPlace& place, const std::string& recorder, u
 }
 
 void SessionFeeding::waitForRoom() const {
-  while (session_->queueLength() >= SHORT_QUEUE && session_->alive()) std::this_thread::yield();
+  while (session_->queueLength() >= SHORT_QUEUE && session_->alive()) {
+    std::this_thread::sleep_for(LOOK_AGAIN);
+  }
 }
 
 bool SessionFeeding::commit(const KTDataBlock& frame) {

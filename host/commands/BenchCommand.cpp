@@ -1,5 +1,6 @@
 #include "host/commands/BenchCommand.h"
 
+#include <malloc.h>
 #include <unistd.h>
 
 #include <CLI/CLI.hpp>
@@ -22,7 +23,7 @@ constexpr const char* FOOTER = R"(Examples:
 
 SCENARIO is a name, or the beginning of several: record takes record-1, record-32 and so on. The
 scenarios work with a database server and files of their own in a new directory below DIR, which is
-removed in the end. With --against the same work is done by bare loops of system calls, and by
+removed in the end, also after Ctrl-C, which ends the run between two measurements. With --against the same work is done by bare loops of system calls, and by
 ffmpeg and GStreamer where they are installed, in turn with ktr's own; ratios are ours by theirs, so
 that below 1 is better. Exit status 1 when frames or rows are missing.)";
 
@@ -80,7 +81,8 @@ int BenchCommand::run(HostContext& context) {
   return sound ? 0 : HostError::Failed;
 }
 
-// What a run has left to be written, or to be given back to the disk, is no matter of the next.
+// What a run has left to be written, or to be given back to the disk or to the kernel, is no matter
+// of the next: memory that was kept for new use would not show as growth.
 BenchRun::Options BenchCommand::runOptions(HostContext& context, const BenchPlace& place) const {
   const auto cache = aged_ ? std::make_shared<FilledCache>(place.directory()) : nullptr;
   return {against_, runs_,
@@ -89,7 +91,11 @@ BenchRun::Options BenchCommand::runOptions(HostContext& context, const BenchPlac
                           << (isTerminal() ? "" : "\n") << std::flush;
           },
           [&place, cache] {
+            if (place.stop().requested()) {
+              throw failure("stopped before all was measured", "run it again");
+            }
             place.sync();
+            malloc_trim(0);
             if (cache != nullptr) cache->fill();
           }};
 }

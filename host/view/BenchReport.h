@@ -9,7 +9,8 @@
 
 /**
  * Prints what was measured: the environment first, then a line a scenario with its comparisons
- * below it, each as soon as it is there; or one JSON object at the end. One thread at a time.
+ * below it, each as soon as it is there; or one JSON object at the end. Ratios are ours by theirs,
+ * of the price of a byte or, where no bytes are counted, of an operation. One thread at a time.
  */
 class BenchReport {
  public:
@@ -22,7 +23,7 @@ class BenchReport {
  private:
   void printLine(const ScenarioResult& result);
   void printFigures(const ScenarioResult& result);
-  void printComparison(const ScenarioResult::Comparison& comparison);
+  void printComparison(const ScenarioResult::Comparison& comparison, const std::string& unit);
 
   std::ostream& out_;
   const bool json_;

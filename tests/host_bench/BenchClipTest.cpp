@@ -31,6 +31,13 @@ TEST(BenchClipTest, FramesAreTheirPicturesWithAStamp) {
   }
 }
 
+TEST(BenchClipTest, EveryKeyFrameButTheLastHasARow) {
+  EXPECT_EQ(0U, BenchClip::indexRows(0));
+  EXPECT_EQ(0U, BenchClip::indexRows(25));
+  EXPECT_EQ(1U, BenchClip::indexRows(26));
+  EXPECT_EQ(3599U, BenchClip::indexRows(90'000));
+}
+
 TEST(BenchClipTest, BytesAreThoseOfTheFrames) {
   std::uint64_t sum = 0;
   for (std::uint64_t i = 0; i < 130; ++i) sum += clip().frame(i, 0).size;

@@ -14,10 +14,12 @@
 /** A place in its short form, with its server, that the cases of a suite share. */
 class BenchFixture : public testing::Test {
  protected:
-  static void SetUpTestSuite() { suite_ = std::make_unique<Suite>(); }
+  static void SetUpTestSuite() { begin(true); }
   static void TearDownTestSuite() { suite_.reset(); }
 
   [[nodiscard]] static BenchPlace& place() { return suite_->place; }
+  /** Makes the place of a suite that wants the long form. A process can have one place. */
+  static void begin(bool shortForm);
   /** Below which the place made its own directory. */
   [[nodiscard]] static const std::string& root() { return suite_->root.path(); }
   /** The sizes of the files of a directory of the place, in the order of their names. */
@@ -30,13 +32,13 @@ class BenchFixture : public testing::Test {
 
  private:
   struct Suite {
-    ~Suite() { context.close(); }
+    explicit Suite(bool shortForm) : place(context, StorageRoot::parse(root.path()), shortForm) {}
 
     TempDir root;
     std::ostringstream out;
     std::ostringstream err;
     HostContext context{out, err};
-    BenchPlace place{context, StorageRoot::parse(root.path()), true};
+    BenchPlace place;
   };
 
   static std::unique_ptr<Suite> suite_;

@@ -59,9 +59,33 @@ TEST_F(BenchReportTest, AScenarioIsALine) {
 }
 
 TEST_F(BenchReportTest, RatiosArePairByPairWithTheirMedian) {
-  EXPECT_THAT(report(resultOf(), false),
-              HasSubstr("  against a loop: CPU 1.50 (2.00 1.00 1.50), time 1.00 (0.50 1.00 "
-                        "4.00)\n"));
+  EXPECT_THAT(
+      report(resultOf(), false),
+      HasSubstr("\n  against a loop:   1000.0 MB/s   0.500 CPU s/GB  p50 150.0 us  p99 2.00 "
+                "ms  max 2.00 ms\n"
+                "    cpu 1.50 (2.00 1.00 1.50)  time 1.00 (0.50 1.00 4.00)  p99 1.00 (1.00 "
+                "1.00 1.00)\n"));
+}
+
+TEST_F(BenchReportTest, RatiosAreOfThePriceOfAByteWithTheServersShare) {
+  ScenarioResult result = resultOf();
+  for (Measurement& run : result.comparisons[0].theirs) run.bytes /= 2;
+  for (Measurement& run : result.comparisons[0].ours) run.serverCpuSeconds = run.allCpuSeconds();
+  EXPECT_THAT(report(result, false),
+              HasSubstr("    cpu 1.50 (2.00 1.00 1.50)  time 0.50 (0.25 0.50 2.00)"));
+}
+
+TEST_F(BenchReportTest, WhereNoBytesAreCountedAnOperationIsCompared) {
+  ScenarioResult result = resultOf();
+  for (Measurement& run : result.comparisons[0].ours) run.bytes = 0;
+  for (Measurement& run : result.comparisons[0].theirs) {
+    run.bytes = 0;
+    run.operations /= 2;
+    run.latencies = {};
+  }
+  EXPECT_THAT(report(result, false), HasSubstr("\n  against a loop:    25000.0 frames/s\n"
+                                               "    cpu 0.75 (1.00 0.50 0.75)  time 0.50 (0.25 "
+                                               "0.50 2.00)\n"));
 }
 
 TEST_F(BenchReportTest, FlawsAreShown) {

@@ -14,7 +14,7 @@ class FollowingPlayerTest : public BenchFixture {};
 TEST_F(FollowingPlayerTest, PlaysWhatComesAfterItHasBegun) {
   BenchRecording recording(place(), "followed", 30);
   (void)place().recorder("followed");
-  const long noon = (KTTimeValue::now().tv_sec / 86400 - 1) * 86400 + 43200;
+  const long noon = BenchRecording::noonOfYesterday();
   FollowingPlayer player("followed", BenchRecording::STREAM, noon, PAUSE);
   recording.record();
   ASSERT_EQ(noon, recording.start());

@@ -11,8 +11,8 @@ double secondsOf(const Measurement& run) {
   return run.seconds;
 }
 
-std::vector<Measurement> runs(std::initializer_list<double> seconds) {
-  std::vector<Measurement> all;
+ScenarioResult::Runs runs(std::initializer_list<double> seconds) {
+  ScenarioResult::Runs all;
   for (const double each : seconds) {
     all.emplace_back();
     all.back().seconds = each;
@@ -29,14 +29,13 @@ TEST(ScenarioResultTest, MedianIsTheMiddleOrTheMeanOfTheTwoThere) {
 }
 
 TEST(ScenarioResultTest, FiguresAreMediansOverTheRuns) {
-  const ScenarioResult result{"", "", "", runs({5, 1, 2}), {}};
-  EXPECT_EQ(2, result.median(secondsOf));
-  EXPECT_EQ(2, result.typicalRun().seconds);
+  const ScenarioResult::Runs all = runs({5, 1, 2});
+  EXPECT_EQ(2, ScenarioResult::median(all, secondsOf));
+  EXPECT_EQ(2, ScenarioResult::typical(all).seconds);
 }
 
 TEST(ScenarioResultTest, TypicalOfTwoRunsIsTheQuicker) {
-  const ScenarioResult result{"", "", "", runs({5, 1}), {}};
-  EXPECT_EQ(1, result.typicalRun().seconds);
+  EXPECT_EQ(1, ScenarioResult::typical(runs({5, 1})).seconds);
 }
 
 TEST(ScenarioResultTest, RatiosAreTakenPairByPair) {

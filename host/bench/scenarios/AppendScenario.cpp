@@ -48,10 +48,13 @@ void AppendScenario::write(const std::string& prefix, Measurement& result) const
   FrameClock clock;
   KTRFile file(KTString(prefix), 0, KTRFile::WRITE_FLAGS, SLICE_BYTES);
   const std::uint64_t frames = std::uint64_t{seconds_} * BenchClip::FRAME_RATE;
+  result.latencies.reserve(frames);
   for (std::uint64_t i = 0; i < frames; ++i) {
     clock.moveTo(static_cast<std::int64_t>(i * BenchClip::FRAME_MS));
     const KTDataBlock& frame = frames_[i % frames_.size()];
+    const auto begin = Latencies::Clock::now();
     if (file.writeKTRData(frame) != 0) result.flaws.emplace_back("a flush has failed");
+    result.latencies.add(Latencies::Clock::now() - begin);
     result.bytes += frame.size + KTRFile::RECORD_HEAD_SIZE;
   }
   if (file._close() != 0) result.flaws.emplace_back("the last slice could not be closed");

@@ -7,7 +7,7 @@
 /**
  * Frames of one stream into its slices, as fast as the disk takes them: the store alone, with the
  * flushes of 11 seconds of footage each, and nothing but the store. The frames come from memory
- * that no cache of the processor holds.
+ * that no cache of the processor holds. Each is timed: the longest is a flush.
  */
 class AppendScenario : public Scenario {
  public:

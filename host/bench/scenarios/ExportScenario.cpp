@@ -5,7 +5,6 @@
 #include "host/bench/ResourceMeter.h"
 #include "host/bench/rivals/ProgramRival.h"
 #include "host/play/PlayRun.h"
-#include "host/system/StopSignal.h"
 
 namespace fs = std::filesystem;
 
@@ -17,7 +16,7 @@ Measurement ExportScenario::run() {
   const std::string path = place_.freshDirectory("export") + "/export.mp4";
   const std::uint64_t before = ResourceMeter::residentBytes();
   Measurement result;
-  const ResourceMeter meter;
+  const ResourceMeter meter(place_.serverPid());
   result.operations = writeTo(path);
   place_.sync();
   meter.read(result);
@@ -38,11 +37,10 @@ std::uint64_t ExportScenario::writeTo(const std::string& path) const {
   options.at = recording_->start();
   options.seconds = recording_->seconds();
   options.output = path;
-  const StopSignal stop;
   PlayRun play(options);
   if (!play.find()) return 0;
   play.open();
-  (void)play.writeAll(stop);
+  (void)play.writeAll(place_.stop());
   return play.finish().frames;
 }
 

@@ -15,7 +15,7 @@ Measurement PlayScenario::run() {
   const std::uint64_t before = ResourceMeter::residentBytes();
   Measurement result;
   result.latencies.reserve(recording_->frames());
-  const ResourceMeter meter;
+  const ResourceMeter meter(recording_->serverPid());
   KTRVideoStreamReadSession session(KTString(recording_->recorder()), 0);
   if (load(session)) {
     play(session, result);

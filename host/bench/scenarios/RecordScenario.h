@@ -6,7 +6,8 @@
 
 /**
  * Live streams recorded at once, each frame given to its session when its time has come: what a
- * stream costs, and whether all of them are kept up with.
+ * stream costs, and whether all of them are kept up with. The latency shown is that of commit():
+ * how long a frame keeps up who brings it.
  */
 class RecordScenario : public Scenario {
  public:

@@ -19,7 +19,6 @@ class RetentionScenario : public Scenario {
   [[nodiscard]] std::string unit() const override { return "slice"; }
   void prepare() override;
   [[nodiscard]] Measurement run() override;
-  [[nodiscard]] unsigned int usualPairs() const override { return 1; }
 
  private:
   void storeDay(KTR_DB_handle& recorder, const std::string& directory) const;

@@ -58,9 +58,8 @@ Measurement SessionScenario::run() {
                     {"us from stop to closed file, max", times.ending.max()}};
   result.operations = times.opened;
   result.expectEqual("sessions opened", sessions_, times.opened);
-  result.expectEqual(
-      "record sessions", sessions_,
-      database.tb_rownum(KTR_DBTable::KTR_TableName[KTR_DBTable::TB_RECORD_SESSIONS]));
+  result.expectEqual("record sessions", sessions_,
+                     BenchPlace::rows(database, KTR_DBTable::TB_RECORD_SESSIONS));
   return result;
 }
 

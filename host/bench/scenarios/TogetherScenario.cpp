@@ -2,6 +2,7 @@
 
 #include <thread>
 
+#include "host/bench/BenchRecording.h"
 #include "host/bench/FrameClock.h"
 #include "host/bench/ResourceMeter.h"
 
@@ -19,7 +20,7 @@ Measurement TogetherScenario::run() {
   const std::string recorder = "together" + std::to_string(++runs_);
   KTR_DB_handle& db = place_.recorder(recorder);
   (void)place_.clip();
-  const long start = KTTimeValue::now().tv_sec / DAY_SECONDS * DAY_SECONDS - DAY_SECONDS / 2;
+  const long start = BenchRecording::noonOfYesterday();
   const std::uint64_t before = ResourceMeter::residentBytes();
   Measurement result;
   FrameClock clock(start);
