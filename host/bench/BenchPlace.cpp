@@ -12,7 +12,7 @@ namespace fs = std::filesystem;
 
 namespace {
 
-StorageRoot ownRoot(const StorageRoot& root) {
+StorageRoot madeBelow(const StorageRoot& root) {
   const std::string path = root.path() + "/bench." + std::to_string(getpid());
   std::error_code error;
   fs::create_directories(path, error);
@@ -26,18 +26,23 @@ StorageRoot ownRoot(const StorageRoot& root) {
 }  // namespace
 
 BenchPlace::BenchPlace(HostContext& context, const StorageRoot& root, bool shortForm)
-    : context_(context), root_(ownRoot(root)), shortForm_(shortForm) {
-  context_.openPrivate(root_);
+    : context_(context), own_(root), shortForm_(shortForm) {
+  context_.openPrivate(own_.root);
 }
 
 BenchPlace::~BenchPlace() {
   context_.close();
+}
+
+BenchPlace::OwnRoot::OwnRoot(const StorageRoot& below) : root(madeBelow(below)) {}
+
+BenchPlace::OwnRoot::~OwnRoot() {
   std::error_code ignored;
-  fs::remove_all(root_.path(), ignored);
+  fs::remove_all(root.path(), ignored);
 }
 
 std::string BenchPlace::freshDirectory(const std::string& name) const {
-  const std::string path = root_.path() + "/" + name;
+  const std::string path = directory() + "/" + name;
   std::error_code error;
   fs::remove_all(path, error);
   fs::create_directories(path, error);
@@ -46,14 +51,14 @@ std::string BenchPlace::freshDirectory(const std::string& name) const {
 }
 
 void BenchPlace::sync() const {
-  const UniqueFd here(open(root_.path().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  const UniqueFd here(open(directory().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
   if (!here || syncfs(here.get()) != 0) {
     throw systemFailure("cannot write to the disk", "see the log of the system");
   }
 }
 
 std::string BenchPlace::storageOf(const std::string& recorder) const {
-  const std::string path = root_.recorderDirectory(RecorderName::parse(recorder));
+  const std::string path = own_.root.recorderDirectory(RecorderName::parse(recorder));
   fs::create_directories(path);
   return path;
 }

@@ -37,7 +37,7 @@ class BenchPlace {
   }
 
   [[nodiscard]] const StopSignal& stop() const { return stop_; }
-  [[nodiscard]] const std::string& directory() const { return root_.path(); }
+  [[nodiscard]] const std::string& directory() const { return own_.root.path(); }
   /** A fresh and empty directory of this name; what was there is removed. */
   [[nodiscard]] std::string freshDirectory(const std::string& name) const;
   /** Waits until everything that was written is on the disk: a cost that is only put off is one. */
@@ -54,13 +54,23 @@ class BenchPlace {
   }
   /** The server's process. */
   [[nodiscard]] pid_t serverPid() const;
-  [[nodiscard]] ServerPaths serverPaths() const { return ServerPaths(root_); }
+  [[nodiscard]] ServerPaths serverPaths() const { return ServerPaths(own_.root); }
   /** Footage of 4 Mbit/s and 25 frames a second. */
   [[nodiscard]] const BenchClip& clip();
 
  private:
+  /** Removed even when the server cannot be set up in it. */
+  struct OwnRoot {
+    explicit OwnRoot(const StorageRoot& root);
+    OwnRoot(const OwnRoot&) = delete;
+    OwnRoot& operator=(const OwnRoot&) = delete;
+    ~OwnRoot();
+
+    const StorageRoot root;
+  };
+
   HostContext& context_;
-  const StorageRoot root_;
+  const OwnRoot own_;
   const bool shortForm_;
   const StopSignal stop_;
   std::unique_ptr<BenchClip> clip_;

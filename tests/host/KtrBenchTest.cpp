@@ -18,7 +18,7 @@ TEST_F(KtrBenchTest, ShortFormOfEveryScenarioAddsUp) {
   EXPECT_EQ(0, shell("$K bench --root $D/root --short --json")) << err();
   const json all = json::parse(out());
   EXPECT_THAT(all["environment"]["build"].get<std::string>(), HasSubstr("ktr "));
-  EXPECT_GE(all["scenarios"].size(), 5U);
+  EXPECT_EQ(15U, all["scenarios"].size());
   for (const json& scenario : all["scenarios"]) {
     for (const json& run : scenario["runs"]) {
       EXPECT_TRUE(run["flaws"].empty()) << scenario["name"] << run["flaws"];
@@ -48,8 +48,22 @@ TEST_F(KtrBenchTest, UnknownScenarioIsOneErrorThatNamesThemAll) {
   EXPECT_EQ(2, shell("$K bench --root $D/root --short reading"));
   EXPECT_THAT(err(), testing::StartsWith("ktr: 'reading' is not a scenario: the scenarios are "
                                          "append, "));
-  EXPECT_EQ(1, std::count(err().begin(), err().end(), '\n'));
+  const std::string text = err();
+  EXPECT_EQ(1, std::count(text.begin(), text.end(), '\n'));
   EXPECT_EQ("", out());
+}
+
+TEST_F(KtrBenchTest, StopsBetweenTwoRunsAndLeavesNothing) {
+  EXPECT_EQ(1, shell("$K bench --root $D/root --short --runs 99 read 2>$D/said & " +
+                     await("$D/said", 2) + "kill -INT $!; wait $!"));
+  EXPECT_THAT(contents("said"), HasSubstr("ktr: stopped before all was measured: run it again\n"));
+  EXPECT_THAT(contents("said"), Not(HasSubstr("run 99 of 99")));
+  EXPECT_TRUE(std::filesystem::is_empty(path("root")));
+}
+
+TEST_F(KtrBenchTest, ServerThatCannotBeSetUpLeavesNothing) {
+  EXPECT_EQ(1, shell("ulimit -f 64; $K bench --root $D/root --short read"));
+  EXPECT_TRUE(std::filesystem::is_empty(path("root")));
 }
 
 TEST_F(KtrBenchTest, RunsThatCannotBeAreAnError) {

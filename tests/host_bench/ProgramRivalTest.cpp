@@ -16,7 +16,7 @@ class ProgramRivalTest : public BenchFixture {
     const auto words = [text](const std::string& directory) {
       return std::vector<std::string>{"sh", "-c", text, directory};
     };
-    return ProgramRival(place(), {"it", words, bytes, 25}).run();
+    return ProgramRival(place(), {"it", words, bytes, 25, 1}).run();
   }
 };
 
@@ -39,6 +39,17 @@ TEST_F(ProgramRivalTest, ProgramThatFailsIsAFlaw) {
 TEST_F(ProgramRivalTest, ProgramThatWritesTooLittleIsAFlaw) {
   EXPECT_THAT(run("head -c 900 /dev/zero >$0/a", 1000).flaws,
               ElementsAre("it writes 900 bytes of 1000"));
+}
+
+TEST_F(ProgramRivalTest, ProgramThatStandsStillIsRunAgain) {
+  const Measurement result =
+      run("if mkdir $0/../tried; then sleep 1000; fi; head -c 1000 /dev/zero >$0/a", 1000);
+  EXPECT_THAT(result.flaws, IsEmpty());
+}
+
+TEST_F(ProgramRivalTest, ProgramThatAlwaysStandsStillIsAFlaw) {
+  EXPECT_THAT(run("head -c 1000 /dev/zero >$0/a; sleep 1000", 1000).flaws,
+              ElementsAre("it ends with 124"));
 }
 
 TEST_F(ProgramRivalTest, KnowsWhatIsInstalled) {

@@ -1,6 +1,5 @@
 #include "host/bench/scenarios/RecordScenario.h"
 
-#include <atomic>
 #include <filesystem>
 #include <thread>
 
@@ -40,23 +39,19 @@ TEST_F(RecordScenarioTest, StoresWhatTheStreamsBring) {
 }
 
 TEST_F(RecordScenarioTest, ShortFormSaysNothingAboutTime) {
-  std::atomic<bool> ended{false};
-  std::thread slow([&ended] {
-    while (!ended) {
+  std::jthread slow([](const std::stop_token& ended) {
+    while (!ended.stop_requested()) {
       KTLogger::instance()->log(KTLogger::Warning,
                                 "TOO SLOW !!! One turn have took : %d sec %d usec", 4, 0);
       std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
   });
   RecordScenario scenario(place(), 1);
-  const std::vector<std::string> flaws = scenario.run().flaws;
-  ended = true;
-  slow.join();
-  EXPECT_THAT(flaws, testing::IsEmpty());
+  EXPECT_THAT(scenario.run().flaws, testing::IsEmpty());
 }
 
 TEST_F(RecordScenarioTest, ASecondRunHasADatabaseOfItsOwn) {
-  RecordScenario scenario(place(), 1);
+  RecordScenario scenario(place(), 2);
   (void)run(scenario);
   (void)run(scenario);
 }

@@ -12,8 +12,10 @@
 namespace fs = std::filesystem;
 
 namespace {
+constexpr int STOOD_STILL = 124;  // as timeout(1) says it
+constexpr int ATTEMPTS = 3;
 constexpr std::uint64_t PER_CENT_WRITTEN = 98;  // containers leave the heads of frames out
-}
+}  // namespace
 
 bool ProgramRival::isInstalled(const std::string& program) {
   const char* const path = getenv("PATH");  // NOLINT(concurrency-mt-unsafe): nothing changes it
@@ -29,9 +31,17 @@ bool ProgramRival::succeeds(const std::vector<std::string>& words) {
 }
 
 Measurement ProgramRival::run() {
+  for (int attempt = 1;; ++attempt) {
+    Measurement result;
+    if (runOnce(result) != STOOD_STILL || attempt == ATTEMPTS) return result;
+  }
+}
+
+int ProgramRival::runOnce(Measurement& result) const {
   const std::string directory = place_.freshDirectory("program");
-  const ProcessLaunch program(work_.words(directory), place_.directory() + "/program.log");
-  Measurement result;
+  std::vector<std::string> words = {"timeout", "--kill-after=5", std::to_string(limitSeconds())};
+  for (const std::string& word : work_.words(directory)) words.push_back(word);
+  const ProcessLaunch program(words, place_.directory() + "/program.log");
   const ResourceMeter meter(0, ResourceMeter::Children);
   const int status = program.runAndWait();
   place_.sync();
@@ -40,7 +50,14 @@ Measurement ProgramRival::run() {
   result.operations = work_.frames;
   check(directory, status, result);
   fs::remove_all(directory);
-  return result;
+  return status;
+}
+
+unsigned int ProgramRival::limitSeconds() const {
+  constexpr unsigned int LEAST = 5;
+  constexpr unsigned int TIMES_REAL_TIME = 10;
+  const auto seconds = static_cast<unsigned int>(work_.frames / BenchClip::FRAME_RATE);
+  return work_.limitSeconds != 0 ? work_.limitSeconds : LEAST + seconds / TIMES_REAL_TIME;
 }
 
 void ProgramRival::check(const std::string& directory, int status, Measurement& result) const {
