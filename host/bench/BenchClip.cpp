@@ -4,23 +4,13 @@
 #include "runtime/KTRFrameWriter.h"
 
 namespace {
-
 constexpr unsigned int SECONDS = 4;
-// An encoder spends more at first than later: its buffer is empty then.
-constexpr unsigned int SECONDS_BEFORE = 4;
-
-std::vector<PictureEncoder::Picture> steadyPictures() {
-  const PictureEncoder encoder({640, 360, static_cast<int>(BenchClip::FRAME_RATE),
-                                static_cast<int>(BenchClip::KEY_INTERVAL),
-                                static_cast<int>(BenchClip::BIT_RATE)});
-  auto pictures = encoder.encode((SECONDS_BEFORE + SECONDS) * BenchClip::FRAME_RATE);
-  pictures.erase(pictures.begin(), pictures.begin() + SECONDS_BEFORE * BenchClip::FRAME_RATE);
-  return pictures;
 }
 
-}  // namespace
-
-BenchClip::BenchClip() : pictures_(steadyPictures()) {}
+BenchClip::BenchClip()
+    : pictures_(PictureEncoder({640, 360, static_cast<int>(FRAME_RATE),
+                                static_cast<int>(KEY_INTERVAL), static_cast<int>(BIT_RATE)})
+                    .encode(SECONDS * FRAME_RATE)) {}
 
 KTDataBlock BenchClip::frame(std::uint64_t number, std::uint32_t stampMs) const {
   const PictureEncoder::Picture& shown = picture(number);

@@ -58,7 +58,9 @@ LibAvOwner<AVCodecContext> openEncoder(const PictureEncoder::Form& form) {
   encoder->thread_count = ONE_THREAD;
   encoder->bit_rate = form.bitRate;
   encoder->rc_max_rate = form.bitRate;
-  encoder->rc_buffer_size = form.bitRate;
+  // What the buffer holds is how far the rate may be missed, and a full one is spent at once.
+  encoder->rc_buffer_size = form.bitRate / 4;
+  encoder->rc_initial_buffer_occupancy = encoder->rc_buffer_size / 2;
   av_opt_set(encoder->priv_data, "preset", "ultrafast", 0);
   av_opt_set(encoder->priv_data, "tune", "zerolatency", 0);
   av_opt_set(encoder->priv_data, "x264-params", "nal-hrd=cbr:scenecut=0", 0);

@@ -17,7 +17,9 @@ constexpr std::size_t BLOCK = 1 << 20;
 
 class BlockOutputTest : public testing::Test {
  protected:
-  UniqueFd file() { return UniqueFd(open(path_.c_str(), O_WRONLY | O_CREAT | O_CLOEXEC, 0600)); }
+  UniqueFd file() {
+    return UniqueFd(open(path_.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0600));
+  }
   std::string contents() {
     std::ifstream stream(path_, std::ios::binary);
     return {std::istreambuf_iterator<char>(stream), {}};
