@@ -5,6 +5,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <thread>
 #include <vector>
 
 #include "host/system/ProcessLaunch.h"
@@ -62,6 +63,17 @@ TEST(ResourceMeterTest, CountsAServersProcess) {
   kill(server, SIGKILL);
   waitpid(server, nullptr, 0);
   EXPECT_THAT(result.cpuSeconds, Lt(result.seconds + 0.02));
+}
+
+// Not from the beginning of the system, whose threads have long worked for seconds.
+TEST(ResourceMeterTest, KernelsThreadsCountFromItsMakingOn) {
+  constexpr double TICKS = 1;  // the kernel counts in ticks of 10 ms, and a hundred threads tick
+  const ResourceMeter meter;
+  Measurement result;
+  meter.read(result);
+  EXPECT_THAT(result.kernelCpuSeconds, Ge(0));
+  EXPECT_THAT(result.kernelCpuSeconds,
+              Lt(result.seconds * std::thread::hardware_concurrency() + TICKS));
 }
 
 TEST(ResourceMeterTest, KnowsWhatIsResident) {
