@@ -42,6 +42,8 @@ set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME ktr)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION video)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "${library_package} (= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_RECOMMENDS "mariadb-server-core, mariadb-client-core")
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS
+  "ffmpeg, gstreamer1.0-tools, gstreamer1.0-plugins-good, gstreamer1.0-plugins-bad")
 set(CPACK_DEBIAN_TOOLS_DESCRIPTION
   "Recorder for network video, made with libktrstorage
 Records cameras and files, lists what is recorded and plays it back by time,

@@ -36,22 +36,18 @@ void KTR_DB_handle::destroyStreamTables() {
   const KTCriticalCode guard(_mutex);
   for (KTRStreamTable* table : _streamTables) delete table;
   _streamTables.clear();
+  _streamsById.clear();
 }
 
+// A handle that is played from comes to hold thousands of tables: none is looked for one by one.
 KTRStreamTable* KTR_DB_handle::streamInstance(unsigned int id) {
   const KTCriticalCode guard(_mutex);
-  const KTDLList<KTRStreamTable*>::Node* node = findStream(id);
-  if (node != nullptr) return node->value;
+  const auto first = _streamsById.lower_bound(id);
+  if (first != _streamsById.end() && first->first == id) return first->second->value;
   if (!isConnected() || !tb_exists(KTR_DBTable::KTR_TableName[KTR_DBTable::TB_DATA_STREAMS])) {
     return nullptr;
   }
   return createDataStreamTable(id);
-}
-
-KTDLList<KTRStreamTable*>::Node* KTR_DB_handle::findStream(unsigned int id) {
-  auto* node = _streamTables.head.next;
-  while (node != &_streamTables.head && node->value->sessionID() != id) node = node->next;
-  return node == &_streamTables.head ? nullptr : node;
 }
 
 KTRStreamTable* KTR_DB_handle::createDataStreamTable(unsigned int id) {
@@ -66,15 +62,16 @@ KTRStreamTable* KTR_DB_handle::createDataStreamTable(unsigned int id) {
 void KTR_DB_handle::registerVideoStreamTable(KTRStreamTable* table) {
   if (table == nullptr) return;
   const KTCriticalCode guard(_mutex);
-  _streamTables.append(table);
+  _streamsById.emplace(table->sessionID(), _streamTables.append(table));
 }
 
 void KTR_DB_handle::destroyVideoStream(unsigned int id) {
   const KTCriticalCode guard(_mutex);
-  auto* node = findStream(id);
-  if (node == nullptr) return;
-  delete node->value;
-  _streamTables.remove(node);
+  const auto first = _streamsById.lower_bound(id);
+  if (first == _streamsById.end() || first->first != id) return;
+  delete first->second->value;
+  _streamTables.remove(first->second);
+  _streamsById.erase(first);
 }
 
 KTString KTR_DB_handle::getPrefixFileName(int id) const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <map>
 #include <memory>
 
 #include "containers/KTDLList.h"
@@ -109,12 +110,13 @@ class KTR_API KTR_DB_handle : public KTR_MYSQL_api {
  private:
   void openTables();
   void destroyStreamTables();
-  [[nodiscard]] KTDLList<KTRStreamTable*>::Node* findStream(unsigned int id) KTR_REQUIRES(_mutex);
   void removeSlice(unsigned int id, int slice);
   void moveStartToOldestFrame(KTRStreamTable& table);
   [[nodiscard]] bool oldestDirectory(KTString& storage);
 
   KTDLList<KTRStreamTable*> _streamTables KTR_GUARDED_BY(_mutex);
+  /** The same tables by session, those of one in the order in which they came. */
+  std::multimap<unsigned int, KTDLList<KTRStreamTable*>::Node*> _streamsById KTR_GUARDED_BY(_mutex);
   std::unique_ptr<KTRRecordSessionTable> _recordSessionTable;
   std::unique_ptr<KTREventTable> _eventTable;
   std::unique_ptr<KTRSettingsTable> _settingsTable;

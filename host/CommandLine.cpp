@@ -95,6 +95,7 @@ int CommandLine::run(int argc, const char* const* argv, HostContext& context) {
 
 std::vector<CLI::App*> CommandLine::define(CLI::App& program) const {
   shapeHelp(program);
+  program.require_subcommand(0, 1);  // the next word may be the name of another one, and is none
   std::vector<CLI::App*> parts;
   for (const auto& command : commands_) {
     parts.push_back(command->define(program));

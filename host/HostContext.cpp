@@ -59,6 +59,11 @@ void HostContext::open(const CommonOptions& options, Purpose purpose) {
   factory_ = std::make_unique<KTR_DB_factory>();
 }
 
+void HostContext::openPrivate(const StorageRoot& root) {
+  openPrivateServer(root, Recording);
+  factory_ = std::make_unique<KTR_DB_factory>();
+}
+
 void HostContext::openPrivateServer(const StorageRoot& root, Purpose purpose) {
   const ServerPaths paths(root);
   if (purpose == Reading && !paths.exists()) failForNothingRecorded(root.path());

@@ -49,6 +49,8 @@ class HostContext {
 
   /** Brings up the server that the options name and connects the factory. Once only. */
   virtual void open(const CommonOptions& options, Purpose purpose);
+  /** As open(), on the private server of a storage root that may be new. */
+  void openPrivate(const StorageRoot& root);
   void close();
 
   /** Only after open(). */

@@ -7,26 +7,37 @@ KTMessageQueue::~KTMessageQueue() {
   for (const KTMessage* m : normal_) m->destroy();
 }
 
+// A reader that is busy finds the message by itself. One that waits is woken with the lock free:
+// else it would run on another processor straight into it and go to sleep again.
 int KTMessageQueue::enq(const KTMessage* m, KTMessage::Priority p) {
-  const std::lock_guard lock(mutex_);
+  std::unique_lock lock(mutex_);
   if (!enabled_) return -1;
   (p == KTMessage::UrgentPriority ? urgent_ : normal_).push_back(const_cast<KTMessage*>(m));
+  if (waiting_ == 0) return 0;
+  lock.unlock();
   changed_.notify_one();
   return 0;
 }
 
 KTMessage* KTMessageQueue::deq(const KTTimeValue& timeout) {
-  KTClock* const clock = KTClock::instance();
   std::unique_lock lock(mutex_);
-  const KTClock::Span until = clock->deadline(timeout);
-  while (urgent_.empty() && normal_.empty()) {
-    if (!enabled_ || clock->elapsed() >= until) return nullptr;
-    clock->wait(changed_, lock, until);
-  }
+  if (urgent_.empty() && normal_.empty() && !awaitMessage(lock, timeout)) return nullptr;
   std::deque<KTMessage*>& from = urgent_.empty() ? normal_ : urgent_;
   KTMessage* m = from.front();
   from.pop_front();
   return m;
+}
+
+bool KTMessageQueue::awaitMessage(std::unique_lock<std::mutex>& lock, const KTTimeValue& timeout) {
+  KTClock* const clock = KTClock::instance();
+  const KTClock::Span until = clock->deadline(timeout);
+  while (urgent_.empty() && normal_.empty()) {
+    if (!enabled_ || clock->elapsed() >= until) return false;
+    ++waiting_;
+    clock->wait(changed_, lock, until);
+    --waiting_;
+  }
+  return true;
 }
 
 void KTMessageQueue::disable() {

@@ -39,9 +39,12 @@ class KTR_API KTMessageQueue {
   [[nodiscard]] unsigned int size() const;
 
  private:
+  [[nodiscard]] bool awaitMessage(std::unique_lock<std::mutex>& lock, const KTTimeValue& timeout);
+
   mutable std::mutex mutex_;
   std::condition_variable changed_;
   std::deque<KTMessage*> urgent_;
   std::deque<KTMessage*> normal_;
+  unsigned int waiting_ = 0;  // readers
   bool enabled_ = true;
 };

@@ -14,7 +14,8 @@ KTDataBlock KTRFrameWriter::build(Format::Kind kind, std::uint32_t stampMs,
   for (const Piece& piece : pieces) length += piece.size;
   if (length > Format::MAX_FRAME_SIZE - Format::HEAD_SIZE) return KTDataBlock();
 
-  KTDataBlock frame(Format::HEAD_SIZE + static_cast<unsigned int>(length));
+  KTDataBlock frame;
+  frame.resize(Format::HEAD_SIZE + static_cast<unsigned int>(length));  // every byte is set below
   unsigned char* out = frame.writable();
   *out = static_cast<unsigned char>(kind | (composed ? Format::COMPOSITION_FLAG : 0));
   storeLittleEndian(out + Format::STAMP_OFFSET, stampMs);

@@ -46,36 +46,35 @@ int KTRRecordSessionTable::updateEndTime(unsigned int id, long time, int fps) {
 
 int KTRRecordSessionTable::updateTime(timeType which, unsigned int id, long time, int fps) {
   const KTCriticalCode guard(_staticMysqlMux);
-  KTRRecorderSessionRow row;
-  if (!findRow(id, row)) return -1;
-  const bool force = row.start_time == 0 || row.end_time == 0;
-  uint32_t& changed = which == START_TIME ? row.start_time : row.end_time;
+  KTRRecorderSessionRow* row = findRow(id);
+  if (row == nullptr) return -1;
+  const bool force = row->start_time == 0 || row->end_time == 0;
+  uint32_t& changed = which == START_TIME ? row->start_time : row->end_time;
   changed = static_cast<uint32_t>(time);
-  if (fps > 0) row.realFps = static_cast<uint32_t>(fps);
-  storeChanged(id, row);
+  if (fps > 0) row->realFps = static_cast<uint32_t>(fps);
+  _dirty[id] = true;
   updateDataBase(force);
   return 0;
 }
 
 unsigned int KTRRecordSessionTable::updateDataAvailable(unsigned int id, unsigned int value) {
   const KTCriticalCode guard(_staticMysqlMux);
-  KTRRecorderSessionRow row;
-  if (!findRow(id, row)) return static_cast<unsigned int>(-1);
-  row.dataAvailable = value;
-  storeChanged(id, row);
+  KTRRecorderSessionRow* row = findRow(id);
+  if (row == nullptr) return static_cast<unsigned int>(-1);
+  row->dataAvailable = value;
+  _dirty[id] = true;
   updateDataBase(false);
   return 0;
 }
 
-bool KTRRecordSessionTable::findRow(unsigned int id, KTRRecorderSessionRow& row) {
-  if (!_rowCache.contains(id)) return getRecordSessionRow(id, row);
-  row = _rowCache[id];
-  return true;
-}
-
-void KTRRecordSessionTable::storeChanged(unsigned int id, const KTRRecorderSessionRow& row) {
-  _rowCache[id] = row;
-  _dirty[id] = true;
+// Every walk over the cache counts: it happens once a second for each stream, with the mutex held.
+KTRRecorderSessionRow* KTRRecordSessionTable::findRow(unsigned int id) {
+  for (KTMapPair<unsigned int, KTRRecorderSessionRow>& cached : _rowCache.list) {
+    if (cached.first == id) return &cached.second;
+  }
+  KTRRecorderSessionRow stored;
+  if (!getRecordSessionRow(id, stored)) return nullptr;
+  return &_rowCache.list.append({id, stored})->value.second;
 }
 
 void KTRRecordSessionTable::updateDataBase(bool force) {

@@ -97,10 +97,8 @@ class KTR_API KTRRecordSessionTable : public KTR_DBTable {
   bool isIDExists(int id);
 
  private:
-  [[nodiscard]] bool findRow(unsigned int id, KTRRecorderSessionRow& row)
-      KTR_REQUIRES(_staticMysqlMux);
-  void storeChanged(unsigned int id, const KTRRecorderSessionRow& row)
-      KTR_REQUIRES(_staticMysqlMux);
+  /** The cached row of a session, read into the cache when it is not there; null without one. */
+  [[nodiscard]] KTRRecorderSessionRow* findRow(unsigned int id) KTR_REQUIRES(_staticMysqlMux);
   void writeRow(const KTRRecorderSessionRow& row, const KTTimeValue& now);
   [[nodiscard]] bool readFirstRow(const KTString& query, KTRRecorderSessionRow& row);
   [[nodiscard]] bool settingsContain(unsigned int settingsID, const KTString& settings);

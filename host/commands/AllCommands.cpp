@@ -1,5 +1,6 @@
 #include "host/commands/AllCommands.h"
 
+#include "host/commands/BenchCommand.h"
 #include "host/commands/CheckCommand.h"
 #include "host/commands/EventsCommand.h"
 #include "host/commands/PlayCommand.h"
@@ -19,5 +20,6 @@ std::vector<std::unique_ptr<Command>> makeAllCommands() {
   commands.push_back(std::make_unique<CheckCommand>());
   commands.push_back(std::make_unique<RepairCommand>());
   commands.push_back(std::make_unique<ServerCommand>());
+  commands.push_back(std::make_unique<BenchCommand>());
   return commands;
 }

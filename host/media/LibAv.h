@@ -1,5 +1,5 @@
 // Owners of libav's objects and the few things that several sources of this folder ask of libav.
-// Private to this folder: no other header includes it.
+// Private to this folder and to the bench, which compares with libav: no other header includes it.
 #pragma once
 
 extern "C" {

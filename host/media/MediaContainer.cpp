@@ -29,6 +29,18 @@ void fill(AVPacket& packet, const KTDataBlock& bytes) {
   std::memcpy(packet.data, bytes.data, bytes.size);
 }
 
+// Hands the bytes over as they stand, shared until libav is done with them.
+void lend(AVPacket& packet, const KTDataBlock& bytes) {
+  auto held = std::make_unique<KTDataBlock>(bytes);
+  const auto release = [](void* block, uint8_t*) { delete static_cast<KTDataBlock*>(block); };
+  auto* const data = const_cast<uint8_t*>(bytes.data);
+  packet.buf =
+      allocated(av_buffer_create(data, bytes.size, release, held.get(), AV_BUFFER_FLAG_READONLY));
+  static_cast<void>(held.release());
+  packet.data = data;
+  packet.size = static_cast<int>(bytes.size);
+}
+
 // Decodes one key frame: the surest way to its size, cropping included.
 LibAvOwner<AVCodecContext> decoded(MediaCodec codec, const KTDataBlock& picture) {
   const AVCodec* const coder = avcodec_find_decoder(libAvCodecId(codec));
@@ -61,7 +73,11 @@ MediaBytes bytesOf(const KTDataBlock& block) {
 
 MediaContainer::MediaContainer(const std::string& path, const char* format, MediaCodec codec,
                                const AudioHeader* audio)
-    : path_(path), codec_(codec), file_(path), muxer_(std::make_unique<Muxer>()), sets_(codec) {
+    : path_(path),
+      codec_(codec),
+      file_(path, BlockOutput::InBlocks),
+      muxer_(std::make_unique<Muxer>()),
+      sets_(codec) {
   prepareLibAv();
   if (avformat_alloc_output_context2(&muxer_->format, nullptr, format, path.c_str()) < 0) {
     throw std::bad_alloc();
@@ -138,7 +154,7 @@ void MediaContainer::watchParameterSets(const KTRVideoFrame& frame, const KTData
 void MediaContainer::hold(std::int64_t stampMs, const KTRVideoFrame& frame,
                           const KTDataBlock& picture) {
   AVPacket& packet = *muxer_->held;
-  fill(packet, picture);
+  lend(packet, picture);
   if (!(frame.kind() == KTRFrameFormat::Delta)) packet.flags |= AV_PKT_FLAG_KEY;
   packet.stream_index = muxer_->stream->index;
   packet.dts = ticks(stampMs - startMs_);
@@ -160,7 +176,7 @@ void MediaContainer::writeAudio(const AudioPacket& packet) {
   if (!started_ || muxer_->audio == nullptr || us < 0) return;
   constexpr AVRational microseconds{1, AV_TIME_BASE};
   AVPacket& sound = *muxer_->sound;
-  fill(sound, packet.bytes);
+  lend(sound, packet.bytes);
   sound.flags |= AV_PKT_FLAG_KEY;
   sound.stream_index = muxer_->audio->index;
   sound.dts = av_rescale_q(us, microseconds, muxer_->audio->time_base);

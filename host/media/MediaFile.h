@@ -1,11 +1,14 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
+
+#include "host/media/BlockOutput.h"
 
 struct AVIOContext;
 
 /**
- * A file or the standard output, being written.
+ * A file or the standard output, being written by libav.
  *
  * Owns: the file; not the standard output. A file to which nothing was ever written is removed
  *   again.
@@ -16,7 +19,7 @@ struct AVIOContext;
 class MediaFile {
  public:
   /** Makes the file, or empties it; "-" is the standard output. */
-  explicit MediaFile(const std::string& path);
+  MediaFile(const std::string& path, BlockOutput::Pace pace);
   MediaFile(const MediaFile&) = delete;
   MediaFile& operator=(const MediaFile&) = delete;
   ~MediaFile();
@@ -28,8 +31,11 @@ class MediaFile {
   void close();
 
  private:
-  [[nodiscard]] int closeFile();
+  static int write(void* file, std::uint8_t* bytes, int count);
+  static std::int64_t seek(void* file, std::int64_t offset, int whence);
+  void closeFile();
 
   std::string path_;
+  BlockOutput output_;
   AVIOContext* context_ = nullptr;
 };

@@ -67,7 +67,7 @@ int obstacleAt(const std::string& path) {
 /** The media bytes and nothing else, each frame handed on at once. */
 class RawForm : public MediaOutput::Form {
  public:
-  explicit RawForm(const std::string& path) : file_(path) {}
+  explicit RawForm(const std::string& path) : file_(path, BlockOutput::AtOnce) {}
 
   void write(std::int64_t, const KTRVideoFrame& frame) override {
     const KTDataBlock payload = frame.payload();

@@ -10,6 +10,8 @@
  * Tells which of the first frames of a record session stood at the end of the sessions before it:
  * the group of pictures that the last one ended in, or a part of it.
  *
+ * Owns: the frames of one group of pictures, their bytes shared with whoever has them: to keep them
+ *   costs nothing, while a sum over the bytes of every frame costs more than writing it to a file.
  * Threads: one thread at a time for each object.
  * Blocks: never.
  */
@@ -23,15 +25,11 @@ class RepeatedFrames {
   [[nodiscard]] bool has(std::int64_t timeMs, const KTDataBlock& frame);
 
  private:
-  struct Identity {
+  struct Seen {
     std::int64_t timeMs;
-    std::uint64_t hash;
-
-    [[nodiscard]] bool operator==(const Identity&) const = default;
+    KTDataBlock frame;
   };
 
-  [[nodiscard]] static Identity identityOf(std::int64_t timeMs, const KTDataBlock& frame);
-
-  std::vector<Identity> group_;  // since the last key frame that was handed out
-  size_t next_ = 0;              // of the group, that a session may repeat
+  std::vector<Seen> group_;  // since the last key frame that was handed out
+  size_t next_ = 0;          // of the group, that a session may repeat
 };

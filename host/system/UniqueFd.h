@@ -22,6 +22,8 @@ class UniqueFd {
 
   [[nodiscard]] int get() const { return fd_; }
   [[nodiscard]] explicit operator bool() const { return fd_ >= 0; }
+  /** Gives it up, for who closes it and asks how that went. */
+  [[nodiscard]] int release() { return std::exchange(fd_, -1); }
   void reset() {
     if (fd_ >= 0) close(fd_);
     fd_ = -1;

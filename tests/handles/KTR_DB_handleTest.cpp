@@ -183,6 +183,19 @@ TEST_F(KTR_DB_handleTest, TheFirstRegisteredTableOfASessionIsFound) {
   EXPECT_EQ(handle.streamInstance(5), second);
 }
 
+TEST_F(KTR_DB_handleTest, ASessionHasNoTableLeftWhenAllOfItsTablesWereDestroyed) {
+  KTR_DB_handle& handle = openRecorded();
+  KTRStreamTable* const four = handle.createDataStreamTable(4);
+  for (const unsigned int id : {5U, 6U, 5U}) (void)handle.createDataStreamTable(id);
+  for (int i = 0; i < 3; ++i) handle.destroyVideoStream(5);
+  forget();
+  EXPECT_EQ(handle.streamInstance(4), four);
+  EXPECT_EQ(handle.streamInstance(6)->sessionID(), 6U);
+  EXPECT_TRUE(calls.statements().empty());
+  EXPECT_EQ(handle.streamInstance(5)->sessionID(), 5U);
+  EXPECT_EQ(sent("SHOW TABLE STATUS LIKE 'dataStreams' "), 2U);  // looked up, then constructed
+}
+
 TEST_F(KTR_DB_handleTest, ThreadsThatAskForASessionGetOneTable) {
   KTR_DB_handle& handle = openRecorded();
   std::vector<KTRStreamTable*> got(8);

@@ -1,0 +1,78 @@
+#include "host/bench/BenchPlace.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <filesystem>
+
+#include "host/HostError.h"
+#include "host/system/UniqueFd.h"
+
+namespace fs = std::filesystem;
+
+namespace {
+
+StorageRoot madeBelow(const StorageRoot& root) {
+  const std::string path = root.path() + "/bench." + std::to_string(getpid());
+  std::error_code error;
+  fs::create_directories(path, error);
+  if (error) {
+    throw failure("cannot make " + path + " (" + error.message() + ")",
+                  "give a directory that you may write to");
+  }
+  return StorageRoot::parse(path);
+}
+
+}  // namespace
+
+BenchPlace::BenchPlace(HostContext& context, const StorageRoot& root, bool shortForm)
+    : context_(context), own_(root), shortForm_(shortForm) {
+  context_.openPrivate(own_.root);
+}
+
+BenchPlace::~BenchPlace() {
+  context_.close();
+}
+
+BenchPlace::OwnRoot::OwnRoot(const StorageRoot& below) : root(madeBelow(below)) {}
+
+BenchPlace::OwnRoot::~OwnRoot() {
+  std::error_code ignored;
+  fs::remove_all(root.path(), ignored);
+}
+
+std::string BenchPlace::freshDirectory(const std::string& name) const {
+  const std::string path = directory() + "/" + name;
+  std::error_code error;
+  fs::remove_all(path, error);
+  fs::create_directories(path, error);
+  if (error) throw failure("cannot make " + path, error.message());
+  return path;
+}
+
+void BenchPlace::sync() const {
+  const UniqueFd here(open(directory().c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC));
+  if (!here || syncfs(here.get()) != 0) {
+    throw systemFailure("cannot write to the disk", "see the log of the system");
+  }
+}
+
+std::string BenchPlace::storageOf(const std::string& recorder) const {
+  const std::string path = own_.root.recorderDirectory(RecorderName::parse(recorder));
+  fs::create_directories(path);
+  return path;
+}
+
+KTR_DB_handle& BenchPlace::recorder(const std::string& name) const {
+  return context_.createRecorder(RecorderName::parse(name));
+}
+
+pid_t BenchPlace::serverPid() const {
+  const std::optional<OtherProcess> server = PrivateServer(serverPaths()).process();
+  return server ? server->pid() : 0;
+}
+
+const BenchClip& BenchPlace::clip() {
+  if (clip_ == nullptr) clip_ = std::make_unique<BenchClip>();
+  return *clip_;
+}

@@ -1,0 +1,35 @@
+#include "host/bench/ColdBytes.h"
+
+#include <cstdlib>
+#include <new>
+
+namespace {
+
+unsigned char* alignedMemory() {
+  void* const memory = std::aligned_alloc(ColdBytes::ALIGNMENT, ColdBytes::SIZE);
+  if (memory == nullptr) throw std::bad_alloc();
+  return static_cast<unsigned char*>(memory);
+}
+
+}  // namespace
+
+// Every byte is written once, so that the memory is there, and none of it is the page of zeros.
+ColdBytes::ColdBytes() : bytes_(alignedMemory()) {
+  std::uint32_t state = 1;
+  for (std::size_t i = 0; i < SIZE; ++i) {
+    state = state * 1664525U + 1013904223U;
+    bytes_[i] = static_cast<unsigned char>(state >> 24);
+  }
+}
+
+ColdBytes::~ColdBytes() {
+  std::free(bytes_);
+}
+
+const unsigned char* ColdBytes::next(std::size_t count) {
+  if (count > SIZE - place_) place_ = 0;
+  const unsigned char* const bytes = bytes_ + place_;
+  const std::size_t step = (count + ALIGNMENT - 1) / ALIGNMENT * ALIGNMENT;
+  place_ = step > SIZE - place_ ? 0 : place_ + step;
+  return bytes;
+}

@@ -1,0 +1,81 @@
+#include "host/bench/rivals/WriteLoop.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "host/HostError.h"
+#include "host/bench/ResourceMeter.h"
+#include "host/system/UniqueFd.h"
+
+namespace {
+
+constexpr std::size_t FLUSH_BYTES = std::size_t{BenchClip::BIT_RATE} / 8 * 11;  // of 11 seconds
+constexpr std::size_t SMALL_BYTES = 256 << 10;
+constexpr std::size_t DIRECT_BYTES = 4 << 20;
+constexpr std::uint64_t SLICE_BYTES = 128 << 20;
+
+void writeAll(int file, const unsigned char* bytes, size_t count) {
+  while (count != 0) {
+    const ssize_t put = write(file, bytes, count);
+    if (put <= 0) throw systemFailure("cannot write", "make room on the disk");
+    bytes += put;
+    count -= static_cast<size_t>(put);
+  }
+}
+
+}  // namespace
+
+std::vector<std::unique_ptr<Rival>> WriteLoop::all(BenchPlace& place, unsigned int seconds) {
+  const auto source = std::make_shared<ColdBytes>();
+  std::vector<Form> forms = {{"write(2), 11 s at a time", FLUSH_BYTES, false},
+                             {"write(2), 256 KiB at a time", SMALL_BYTES, false}};
+  if (directWorks(place.directory())) {
+    forms.push_back({"write(2) with O_DIRECT, 4 MiB at a time", DIRECT_BYTES, true});
+  }
+  std::vector<std::unique_ptr<Rival>> loops;
+  for (const Form& form : forms) {
+    loops.push_back(std::make_unique<WriteLoop>(place, form, seconds, source));
+  }
+  return loops;
+}
+
+bool WriteLoop::directWorks(const std::string& directory) {
+  const std::string path = directory + "/direct";
+  const UniqueFd file(open(path.c_str(), O_RDWR | O_CREAT | O_DIRECT | O_CLOEXEC, 0600));
+  std::error_code ignored;
+  std::filesystem::remove(path, ignored);
+  return static_cast<bool>(file);
+}
+
+UniqueFd WriteLoop::newFile(const std::string& directory, std::uint64_t number) const {
+  const std::string path = directory + "/" + std::to_string(number);
+  const int flags = O_RDWR | O_CREAT | O_CLOEXEC | (form_.direct ? O_DIRECT : 0);
+  UniqueFd file(open(path.c_str(), flags, 0600));
+  if (!file) throw systemFailure("cannot make " + path, "make room on the disk");
+  return file;
+}
+
+Measurement WriteLoop::run() {
+  const std::string directory = place_.freshDirectory("write-loop");
+  const std::uint64_t all = std::uint64_t{BenchClip::BIT_RATE} / 8 * seconds_;
+  Measurement result;
+  const ResourceMeter meter;
+  UniqueFd file;
+  for (std::uint64_t inFile = SLICE_BYTES; result.bytes < all; inFile += form_.pieceBytes) {
+    if (inFile >= SLICE_BYTES) {
+      file = newFile(directory, result.bytes / SLICE_BYTES);
+      inFile = 0;
+    }
+    writeAll(file.get(), source_->next(form_.pieceBytes), form_.pieceBytes);
+    result.bytes += form_.pieceBytes;
+    ++result.operations;
+  }
+  file.reset();
+  place_.sync();
+  meter.read(result);
+  std::filesystem::remove_all(directory);
+  return result;
+}

@@ -1,0 +1,83 @@
+#include "host/bench/scenarios/RecordScenario.h"
+
+#include <algorithm>
+#include <chrono>
+#include <thread>
+
+#include "host/bench/LogWatch.h"
+#include "host/bench/ResourceMeter.h"
+
+namespace {
+
+constexpr unsigned int MINUTE = 60;
+constexpr unsigned int SHORT_SECONDS = 2;
+constexpr unsigned int SHORT_STREAMS = 2;
+constexpr double MIB = 1 << 20;
+
+}  // namespace
+
+RecordScenario::RecordScenario(BenchPlace& place, unsigned int streams)
+    : place_(place),
+      name_("record-" + std::to_string(streams)),
+      streams_(place.size(streams, std::min(streams, SHORT_STREAMS))),
+      seconds_(place.size(MINUTE, SHORT_SECONDS)) {}
+
+std::string RecordScenario::description() const {
+  return std::to_string(streams_) + " live streams of 4 Mbit/s for " + std::to_string(seconds_) +
+         " s";
+}
+
+void RecordScenario::prepare() {
+  (void)place_.clip();
+}
+
+Measurement RecordScenario::run() {
+  Measurement result;
+  const LogWatch log;
+  std::string recorder = name_ + "run" + std::to_string(++runs_) + "x";
+  std::erase(recorder, '-');
+  LiveStreams live(place_, recorder, streams_);
+  measure(live, result);
+  live.stop();
+  live.check(result);
+  live.removeFiles();
+  live.checkPace(log, result);
+  result.latencies = live.commits();
+  return result;
+}
+
+void RecordScenario::measure(LiveStreams& live, Measurement& result) const {
+  const std::uint64_t before = ResourceMeter::residentBytes();
+  std::uint64_t most = before;
+  live.start();
+  live.mark();
+  const LiveStreams::Stored first = live.stored();
+  const double feederFirst = live.feederCpuSeconds();
+  const ResourceMeter meter(place_.serverPid());
+  for (unsigned int i = 0; i < seconds_; ++i) {
+    std::this_thread::sleep_for(std::chrono::seconds(1));
+    most = std::max(most, ResourceMeter::residentBytes());
+  }
+  meter.read(result);
+  const LiveStreams::Stored last = live.stored();
+  result.operations = last.frames - first.frames;
+  result.bytes = last.bytes - first.bytes;
+  result.residentBytes = most - before;
+  addFigures(live, live.feederCpuSeconds() - feederFirst, result);
+}
+
+void RecordScenario::addFigures(const LiveStreams& live, double feederCpu,
+                                Measurement& result) const {
+  const auto ofStream = [&](double cpuSeconds) {
+    return 100 * cpuSeconds / result.seconds / streams_;
+  };
+  result.figures = {
+      {"% of a core per stream, process", ofStream(result.cpuSeconds)},
+      {"% of a core per stream, of that the feeder", ofStream(feederCpu)},
+      {"% of a core per stream, server", ofStream(result.serverCpuSeconds)},
+      {"% of a core per stream, kernel's threads", ofStream(result.kernelCpuSeconds)},
+      {"MiB resident per stream", static_cast<double>(result.residentBytes) / MIB / streams_},
+      {"longest queue", live.longestQueue()},
+      {"frames that found one waiting", static_cast<double>(live.framesThatWaited())},
+      {"ms at most that a frame was fed late", static_cast<double>(live.latestFeedMs())}};
+}

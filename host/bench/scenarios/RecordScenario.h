@@ -1,0 +1,31 @@
+#pragma once
+
+#include "host/bench/BenchPlace.h"
+#include "host/bench/LiveStreams.h"
+#include "host/bench/Scenario.h"
+
+/**
+ * Live streams recorded at once, each frame given to its session when its time has come: what a
+ * stream costs, and whether all of them are kept up with. The latency shown is that of commit():
+ * how long a frame keeps up who brings it.
+ */
+class RecordScenario : public Scenario {
+ public:
+  RecordScenario(BenchPlace& place, unsigned int streams);
+
+  [[nodiscard]] std::string name() const override { return name_; }
+  [[nodiscard]] std::string description() const override;
+  [[nodiscard]] std::string unit() const override { return "frame"; }
+  void prepare() override;
+  [[nodiscard]] Measurement run() override;
+
+ private:
+  void measure(LiveStreams& live, Measurement& result) const;
+  void addFigures(const LiveStreams& live, double feederCpu, Measurement& result) const;
+
+  BenchPlace& place_;
+  const std::string name_;
+  const unsigned int streams_;
+  const unsigned int seconds_;
+  unsigned int runs_ = 0;
+};

@@ -1,0 +1,49 @@
+#include "host/bench/BenchPlace.h"
+
+#include <unistd.h>
+
+#include <filesystem>
+#include <fstream>
+
+#include "host/HostError.h"
+#include "tests/host_bench/BenchFixture.h"
+
+namespace fs = std::filesystem;
+
+class BenchPlaceTest : public BenchFixture {};
+
+TEST_F(BenchPlaceTest, WorksBelowTheRootInADirectoryOfItsOwn) {
+  EXPECT_EQ(root() + "/bench." + std::to_string(getpid()), place().directory());
+  EXPECT_TRUE(fs::is_directory(place().directory()));
+}
+
+TEST_F(BenchPlaceTest, FreshDirectoriesAreEmpty) {
+  const std::string path = place().freshDirectory("fresh");
+  std::ofstream(path + "/file") << "left";
+  EXPECT_EQ(path, place().freshDirectory("fresh"));
+  EXPECT_TRUE(fs::is_empty(path));
+}
+
+TEST_F(BenchPlaceTest, HasAServerWithTheRecordersOfScenarios) {
+  EXPECT_GT(place().serverPid(), 0);
+  EXPECT_NE(getpid(), place().serverPid());
+  KTR_DB_handle& recorder = place().recorder("one");
+  EXPECT_TRUE(recorder.isConnected());
+  EXPECT_EQ(&recorder, &place().recorder("one"));
+  EXPECT_TRUE(fs::is_directory(place().storageOf("one")));
+}
+
+TEST_F(BenchPlaceTest, ShortFormTakesTheSmallerSize) {
+  EXPECT_TRUE(place().shortForm());
+  EXPECT_EQ(3, place().size(100, 3));
+}
+
+TEST_F(BenchPlaceTest, EncodesFootageOnce) {
+  EXPECT_EQ(&place().clip(), &place().clip());
+}
+
+TEST_F(BenchPlaceTest, RootThatCannotBeMadeIsAnError) {
+  std::ostringstream text;
+  HostContext context(text, text);
+  EXPECT_THROW(BenchPlace(context, StorageRoot::parse("/proc/nowhere"), true), HostError);
+}
