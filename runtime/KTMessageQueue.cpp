@@ -1,8 +1,12 @@
 #include "runtime/KTMessageQueue.h"
 
+#include <thread>
+
 #include "runtime/KTClock.h"
 
+// Who has taken the last message may end the queue at once, while its sender is still waking.
 KTMessageQueue::~KTMessageQueue() {
+  while (waking_ != 0) std::this_thread::yield();
   for (const KTMessage* m : urgent_) m->destroy();
   for (const KTMessage* m : normal_) m->destroy();
 }
@@ -14,8 +18,10 @@ int KTMessageQueue::enq(const KTMessage* m, KTMessage::Priority p) {
   if (!enabled_) return -1;
   (p == KTMessage::UrgentPriority ? urgent_ : normal_).push_back(const_cast<KTMessage*>(m));
   if (waiting_ == 0) return 0;
+  ++waking_;
   lock.unlock();
   changed_.notify_one();
+  --waking_;
   return 0;
 }
 

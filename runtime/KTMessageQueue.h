@@ -1,5 +1,6 @@
 #pragma once
 
+#include <atomic>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
@@ -12,7 +13,7 @@
  * A queue of messages between threads that can be switched off for good.
  *
  * Owns: the messages in it; those left at destruction are destroyed.
- * Threads: any thread.
+ * Threads: any thread; who has taken the last message may destroy it.
  * Blocks: deq() up to its time-out; all else only for the moment of a lock.
  * Errors: enq() answers -1 once the queue is disabled, and the caller keeps the message.
  */
@@ -45,6 +46,7 @@ class KTR_API KTMessageQueue {
   std::condition_variable changed_;
   std::deque<KTMessage*> urgent_;
   std::deque<KTMessage*> normal_;
-  unsigned int waiting_ = 0;  // readers
+  unsigned int waiting_ = 0;              // readers
+  std::atomic<unsigned int> waking_ = 0;  // senders, with the lock free
   bool enabled_ = true;
 };

@@ -47,9 +47,9 @@ bool beginsPage(const unsigned char* p) {
 
 }  // namespace
 
-// No page is written both ways by a whole call: what goes through the cache before and behind the pages
-// lies in other pages, and a page that the cache holds of them is written out and dropped by the
-// kernel first. That keeps readers of the live file exact.
+// No page is written both ways by a whole call: what goes through the cache before and behind the
+// pages lies in other pages, and a page that the cache holds of them is written out and dropped by
+// the kernel first. That keeps readers of the live file exact.
 ssize_t DirectWriter::write(int fd, const unsigned char* src, size_t n, off_t offset) {
   const size_t head = (PAGE_BYTES - static_cast<size_t>(offset)) & IN_PAGE;
   const size_t pages = n < head ? 0 : (n - head) & ~IN_PAGE;

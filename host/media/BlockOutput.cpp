@@ -22,7 +22,7 @@ bool isRegularFile(int fd) {
 BlockOutput::BlockOutput(UniqueFd output, Pace pace)
     : output_(std::move(output)), seekable_(lseek(output_.get(), 0, SEEK_CUR) >= 0) {
   if (pace == AtOnce || !isRegularFile(output_.get())) return;
-  block_ = static_cast<unsigned char*>(std::aligned_alloc(DirectWriter::PAGE_SIZE, BLOCK));
+  block_ = static_cast<unsigned char*>(std::aligned_alloc(DirectWriter::PAGE_BYTES, BLOCK));
   if (block_ == nullptr) throw std::bad_alloc();
 }
 

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <memory>
 #include <thread>
 #include <vector>
 
@@ -149,6 +150,20 @@ TEST_F(KTMessageQueueTest, MessagesLeftAreDestroyedWithTheQueue) {
   // A leak or a double free here is what the sanitizers look for.
   put(1);
   put(2, KTMessage::UrgentPriority);
+}
+
+// The thread sanitizer sees a sender that would still be at a queue which is gone.
+TEST_F(KTMessageQueueTest, TheReaderOfTheLastMessageMayEndTheQueue) {
+  for (int i = 0; i < 1000; ++i) {
+    auto queue = std::make_unique<KTMessageQueue>();
+    std::thread sender(
+        [&queue = *queue] { ASSERT_EQ(queue.enq(message(1), KTMessage::NormalPriority), 0); });
+    KTMessage* last = queue->deq(KTTimeValue(600, 0));
+    queue.reset();
+    sender.join();
+    ASSERT_NE(last, nullptr);
+    last->destroy();
+  }
 }
 
 TEST_F(KTMessageQueueTest, NothingIsLostBetweenManyThreads) {
