@@ -1,10 +1,14 @@
 #include "host/byevents/EventWindow.h"
 
+#include <unistd.h>
+
 #include <filesystem>
 #include <string>
+#include <utility>
 
 #include "handles/KTRRemovalGuard.h"
 #include "handles/KTR_DB_factory.h"
+#include "host/byevents/WindowTable.h"
 #include "runtime/KTCriticalCode.h"
 #include "runtime/KTLogger.h"
 
@@ -38,8 +42,11 @@ void EventWindow::follow(KTRStreamRecordSession& session) {
   }
 }
 
+// A session that is stopped at once has not been looked at yet.
 void EventWindow::beforeStop(KTRStreamRecordSession& session) {
-  if (unconfirmed_ && gate_.confirmations() != confirmationsBefore_) confirm(session);
+  if (!unconfirmed_) return;
+  observe(session);
+  if (gate_.confirmations() != confirmationsBefore_) confirm(session);
 }
 
 bool EventWindow::isUnconfirmed() const {
@@ -54,10 +61,14 @@ bool EventWindow::isOver() const {
 // update of a session's start makes a window look like a recording.
 void EventWindow::observe(const KTRStreamRecordSession& session) {
   const unsigned int id = session.progress().sessionId;
-  if (id == current_) return;
-  if (current_ != 0) earlier_.push_back(current_);
-  current_ = id;
-  mark(id, UNDECIDED);
+  if (id != current_) {
+    if (current_ != 0) earlier_.push_back(current_);
+    current_ = id;
+    listed_ = false;
+    mark(id, UNDECIDED);
+  }
+  KTR_DB_handle* db = current_ == 0 || listed_ ? nullptr : database();
+  if (db != nullptr) listed_ = WindowTable(*db).add(current_);
 }
 
 // The session marks its row too, and writes that within ten seconds: a crash would come before.
@@ -67,29 +78,37 @@ void EventWindow::confirm(KTRStreamRecordSession& session) {
     return;
   }
   unconfirmed_ = false;
-  if (current_ != 0) mark(current_, CONFIRMED);
-  for (const unsigned int id : earlier_) mark(id, CONFIRMED);
+  if (current_ != 0) earlier_.push_back(current_);
+  for (const unsigned int id : earlier_) {
+    mark(id, CONFIRMED);
+    unlist(id);
+  }
   earlier_.clear();
+  listed_ = false;
 }
 
 bool EventWindow::ended(const KTRStreamRecordSession& session) {
   const unsigned int last = session.progress().sessionId;
   if (unconfirmed_ && current_ != 0 && current_ != last) earlier_.push_back(current_);
   removeEarlier();
+  const bool listed = std::exchange(listed_, false) && current_ == last;
   unconfirmed_ = false;
   current_ = 0;
-  if (last == 0 || !rowIsGone(last)) return true;
-  removeFiles(session.filePrefix());
-  return false;
+  const std::optional<bool> found = last == 0 ? std::nullopt : hasRow(last);
+  if (!found) return true;
+  const bool settled = *found || removeFiles(session.filePrefix());  // step D7
+  if (listed && settled) unlist(last);
+  return *found;
 }
 
 void EventWindow::removeEarlier() {
   KTR_DB_handle* db = database();
   if (db == nullptr) return;
   for (const unsigned int id : earlier_) {
-    if (rowIsGone(id)) continue;
+    if (!hasRow(id).value_or(true)) continue;
     db->deleteAllDataFiles(id);
     db->deleteStreamSession(id);
+    unlist(id);
   }
   earlier_.clear();
 }
@@ -101,27 +120,33 @@ void EventWindow::mark(unsigned int session, unsigned int dataAvailable) const {
   db->recordSessionTable()->updateDataBase(true);
 }
 
+void EventWindow::unlist(unsigned int session) const {
+  if (KTR_DB_handle* db = database()) WindowTable(*db).unlist(session);
+}
+
 KTR_DB_handle* EventWindow::database() const {
   KTR_DB_factory* factory = KTR_DB_factory::instance();
   KTR_DB_handle* db = factory == nullptr ? nullptr : factory->db_instance(params_.dbName);
   return db == nullptr || db->recordSessionTable() == nullptr ? nullptr : db;
 }
 
-// Only what the server says for sure: a server that is lost must not cost a file.
-bool EventWindow::rowIsGone(unsigned int session) const {
+// Nothing while the server does not answer, which must not cost a file.
+std::optional<bool> EventWindow::hasRow(unsigned int session) const {
   KTR_DB_handle* db = database();
-  if (db == nullptr) return false;
+  if (db == nullptr) return std::nullopt;
   KTString query;
   query.format("SELECT id FROM %s WHERE id=%u",
                KTR_DBTable::KTR_TableName[KTR_DBTable::TB_RECORD_SESSIONS].c_str(), session);
   const KTCriticalCode guard(KTR_MYSQL_api::_staticMysqlMux);  // the error is this query's own
   KTDLList<KTString> rows;
   db->getQueryResultList(rows, query);
-  return rows.count == 0 && db->lastError() == 0;
+  return db->lastError() == 0 ? std::optional(rows.count != 0) : std::nullopt;
 }
 
-void EventWindow::removeFiles(const KTString& prefix) const {
-  if (prefix.empty() || !KTRRemovalGuard::allows(prefix, params_.storageDir)) return;
+/** Whether none is left. */
+bool EventWindow::removeFiles(const KTString& prefix) const {
+  if (prefix.empty()) return true;
+  if (!KTRRemovalGuard::allows(prefix, params_.storageDir)) return false;
   const fs::path path(std::string(prefix.view()));
   const std::string begin = path.filename().string();
   std::vector<fs::path> files;
@@ -130,8 +155,11 @@ void EventWindow::removeFiles(const KTString& prefix) const {
        entry.increment(error)) {
     if (entry->path().filename().string().starts_with(begin)) files.push_back(entry->path());
   }
+  bool removed = !error;
   for (const fs::path& file : files) {
-    if (fs::remove(file, error)) continue;
+    if (unlink(file.c_str()) == 0) continue;
     KTLogger::instance()->log(KTLogger::Error, "[ REMOVE FILE ERROR] : %s", file.c_str());
+    removed = false;
   }
+  return removed;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <atomic>
+#include <optional>
 #include <vector>
 
 #include "handles/KTR_DB_handle.h"
@@ -11,7 +12,8 @@
  * The part that a host has in recording one stream by events. The library keeps the window of key
  * frames; this tells each session of its mode and of confirmations, marks the row of a window so
  * that everybody sees that nothing has confirmed it, and removes the files of a window that the
- * library has removed the rows of.
+ * library has removed the rows of. Whatever ends the process between the two, WindowTable tells
+ * that the files belong to nothing.
  *
  * Every window has a session object of its own, which is told to record by events when it has
  * stored nothing yet: the message makes the session that is open when the object ends go away, and
@@ -44,9 +46,10 @@ class EventWindow {
   void observe(const KTRStreamRecordSession& session);
   void confirm(KTRStreamRecordSession& session);
   void mark(unsigned int session, unsigned int dataAvailable) const;
+  void unlist(unsigned int session) const;
   [[nodiscard]] KTR_DB_handle* database() const;
-  [[nodiscard]] bool rowIsGone(unsigned int session) const;
-  void removeFiles(const KTString& prefix) const;
+  [[nodiscard]] std::optional<bool> hasRow(unsigned int session) const;
+  [[nodiscard]] bool removeFiles(const KTString& prefix) const;
   void removeEarlier();
 
   const EventGate& gate_;
@@ -54,5 +57,6 @@ class EventWindow {
   std::atomic<bool> unconfirmed_{false};
   unsigned int confirmationsBefore_ = 0;  // when the window began
   unsigned int current_ = 0;              // record session that is marked as a window
+  bool listed_ = false;                   // it stands in the table of windows
   std::vector<unsigned int> earlier_;     // the window's first parts, before the clock went back
 };

@@ -27,12 +27,15 @@ std::vector<CheckSubject> CheckRun::subjects() {
   std::map<unsigned int, CheckSubject> found;
   for (const RecorderTables::Session& row : rows) disk_.addDirectory(row.storage);
   for (const RecorderTables::Session& row : rows) found[row.id] = subjectOf(row);
+  const std::set<unsigned int> windows = tables_.windows();
   for (const auto& [id, places] : disk_.sessions()) {
     CheckSubject& subject = found[id];
     if (subject.row) continue;
     subject.id = id;
     subject.files = &places.front();
     subject.live = options_.recording && id > highest_;
+    // Which of two directories the window was in nobody knows.
+    subject.thrownAway = windows.contains(id) && places.size() == 1;
   }
   std::vector<CheckSubject> subjects;
   if (options_.sessions) {

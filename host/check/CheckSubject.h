@@ -21,6 +21,7 @@ struct CheckSubject {
   bool audio = false;
   bool hasSettings = true;
   bool wrongDirectory = false;       // the row says another one than the files lie in
+  bool thrownAway = false;           // files without a row, of a window that nothing has confirmed
   std::optional<long> sharedSecond;  // an earlier session of the stream ended in it and has its row
 
   [[nodiscard]] bool hasContent() const { return files != nullptr && files->hasContent(); }

@@ -19,6 +19,8 @@ const Words& wordsOf(Finding::Kind kind) {
        "they are removed"},
       {"two-sessions-one-id", "a second directory has files of the same session id",
        "they get an id of their own"},
+      {"thrown-away", "files of a window of a recording by events that nobody has confirmed",
+       "they are removed"},
       {"half-born-session", "the session's row has neither start nor end",
        "they are taken from the files; without any the row is removed"},
       {"no-end-time", "the session's row has no end time", "it is taken from the last frame"},

@@ -12,6 +12,7 @@ struct Finding {
     RowsWithoutFiles,
     IndexWithoutSession,
     TwoSessionsOneId,
+    ThrownAway,
     HalfBorn,
     NoEndTime,
     WrongStart,

@@ -5,6 +5,7 @@
 
 #include "db/KTROwnedResult.h"
 #include "host/HostError.h"
+#include "host/byevents/WindowTable.h"
 #include "runtime/KTCriticalCode.h"
 
 namespace {
@@ -152,6 +153,15 @@ std::map<unsigned int, uint64_t> RecorderTables::rowsWithoutSession() {
   return found;
 }
 
+std::set<unsigned int> RecorderTables::windows() {
+  std::set<unsigned int> found;
+  if (handle_ == nullptr || !handle_->tb_exists(WindowTable::NAME)) return found;
+  KTString query;
+  query.format("SELECT id FROM %s", WindowTable::NAME);
+  read(query, [&](Row row) { found.insert(asNumber(row[0])); });
+  return found;
+}
+
 uint64_t RecorderTables::indexRows() {
   if (!hasIndex()) return {};
   KTString query;
@@ -171,5 +181,7 @@ unsigned int RecorderTables::highestId() {
   ofSessions.format("SELECT MAX(id) FROM %s", sessionTable());
   ofIndex.format("SELECT MAX(_id) FROM %s", indexTable());
   const long inIndex = hasIndex() ? number(ofIndex).value_or(0) : 0;
-  return static_cast<unsigned int>(std::max(number(ofSessions).value_or(0), inIndex));
+  const std::set<unsigned int> listed = windows();
+  const auto highest = static_cast<unsigned int>(std::max(number(ofSessions).value_or(0), inIndex));
+  return listed.empty() ? highest : std::max(highest, *listed.rbegin());
 }

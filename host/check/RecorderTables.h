@@ -64,6 +64,8 @@ class RecorderTables {
   [[nodiscard]] std::optional<long> lastTime(unsigned int session);
   /** Sessions that have index rows and no row of their own, with the number of rows. */
   [[nodiscard]] std::map<unsigned int, uint64_t> rowsWithoutSession();
+  /** Sessions by events that nothing has confirmed; see WindowTable. */
+  [[nodiscard]] std::set<unsigned int> windows();
   [[nodiscard]] uint64_t indexRows();
   /** The id that the next session would get; 0 when there is no table. */
   [[nodiscard]] unsigned int nextId();

@@ -58,12 +58,15 @@ void SessionCheck::checkWithoutRow() {
   const SessionFiles& files = *subject_->files;
   const bool isOfDamaged = files.damaged || (!files.audioHeader && !files.sidecar);
   if (subject_->live || (files.slices.empty() && files.leftovers.empty() && isOfDamaged)) return;
-  add(files.hasContent() ? Finding::FilesWithoutRows : Finding::Leftover, [&](Finding& each) {
+  const Finding::Kind kind = subject_->thrownAway ? Finding::ThrownAway
+                             : files.hasContent() ? Finding::FilesWithoutRows
+                                                  : Finding::Leftover;
+  add(kind, [&](Finding& each) {
     each.count = std::max<uint64_t>(1, files.slices.size());
     each.bytes = files.bytes();
     each.detail = files.prefix;
   });
-  if (level_ != CheckLevel::Full) return;
+  if (level_ != CheckLevel::Full || subject_->thrownAway) return;
   SessionWalk walk(files, 0);
   for (const unsigned int slice : files.chain()) {
     checkDamage(slice, walk.walk(slice, [](const SessionWalk::Frame&) {}));

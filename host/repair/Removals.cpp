@@ -47,7 +47,7 @@ void Removals::add(const CheckSubject& subject, const std::vector<Finding>& find
                    RecorderTables& tables) {
   const Damage damage(findings);
   if (findings.empty() || damage.unreadable) return;  // it is left alone
-  if (subject.files == nullptr || damage.isAllOf(*subject.files)) {
+  if (subject.files == nullptr || subject.thrownAway || damage.isAllOf(*subject.files)) {
     return addSession(subject, damage.garbage, tables);
   }
   files += damage.slicesIn(*subject.files);

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "host/HostError.h"
+#include "host/byevents/WindowTable.h"
 #include "host/check/SessionStart.h"
 #include "host/record/SessionIdFloor.h"
 #include "host/repair/SessionIdMove.h"
@@ -31,7 +32,7 @@ std::map<unsigned int, std::vector<std::string>> headersBySettings(
 
 bool isUnknown(const Work& work) {
   const CheckSubject& subject = *work.subject;
-  return subject.hasContent() && (!subject.row || !subject.hasSettings);
+  return subject.hasContent() && !subject.thrownAway && (!subject.row || !subject.hasSettings);
 }
 
 }  // namespace
@@ -95,7 +96,8 @@ RepairRun::Result RepairRun::mend(KTR_DB_handle& handle) {
   mendSessions(handle);  // each by the steps of SessionMender
   for (const Finding& finding : findings_) {
     if (finding.kind == Finding::IndexWithoutSession) writer.removeIndex(finding.session);
-  }  // step P10
+  }                                                     // step P10
+  if (result_.problems.empty()) writer.clearWindows();  // step P11
   checkAgain(handle);
   return result_;
 }
@@ -104,7 +106,8 @@ bool RepairRun::separateIds(KTR_DB_handle& handle) {
   bool moved = false;
   for (const Finding& finding : findings_) {
     if (!isOfIds(finding)) continue;
-    CheckRun run(&handle, options_.check);  // what was moved before is known to it
+    WindowTable(handle).unlist(finding.session);  // nobody knows which of the two it was
+    CheckRun run(&handle, options_.check);        // what was moved before is known to it
     (void)run.subjects();
     for (const SessionFiles& files : run.disk().sessions().at(finding.session)) {
       if (files.prefix != finding.detail) continue;

@@ -30,6 +30,7 @@ void SessionMender::mend(const Work& work) {
                   "look at the disk, copy what can be copied, and repair again");
   }
   for (const std::string& path : files_.leftovers) DurableFile::remove(path);
+  if (work.subject->thrownAway) return removeSession();
   mendSlices();                                      // step P6
   if (!files_.hasContent()) return removeSession();  // step P9
   fillGaps();

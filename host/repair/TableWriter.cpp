@@ -4,6 +4,7 @@
 
 #include "db/KTROwnedResult.h"
 #include "host/HostError.h"
+#include "host/byevents/WindowTable.h"
 #include "runtime/KTCriticalCode.h"
 #include "runtime/KTTimeValue.h"
 
@@ -114,6 +115,13 @@ void TableWriter::removeSession(unsigned int session) {
 void TableWriter::removeIndex(unsigned int session) {
   KTString statement;
   run(statement.format("DELETE FROM %s WHERE _id=%u", indexTable(), session));
+}
+
+void TableWriter::clearWindows() {
+  KTString statement;
+  if (handle_.tb_exists(WindowTable::NAME)) {
+    run(statement.format("DELETE FROM %s", WindowTable::NAME));
+  }
 }
 
 void TableWriter::begin() {

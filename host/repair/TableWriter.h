@@ -36,6 +36,8 @@ class TableWriter {
   /** The row of a session and its index rows. */
   void removeSession(unsigned int session);
   void removeIndex(unsigned int session);
+  /** No session counts as a window that nothing has confirmed any more. */
+  void clearWindows();
 
   /**
    * What follows is done as a whole with commit(), or not at all, unless the connection is lost

@@ -57,8 +57,32 @@ class CrashDeletionTest : public CrashFixture {
     EXPECT_EQ("0", value(cam, "SELECT COUNT(*) FROM recordSessions"));
   }
 
+  /** Ends a recording by events that nobody has confirmed; a fault kills it while it does so. */
+  Recorder throwAwayUntil(const std::string& faults) {
+    Recorder cam = recorder("--by-events 4");
+    begin(cam, faults);
+    runFor(SHORT_WINDOW_MS);
+    cam.process->signal(SIGINT);
+    awaitKill(cam);
+    cam.sent.clear();
+    return cam;
+  }
+  static std::string windows(const Recorder& cam) {
+    return value(cam, "SELECT COUNT(*) FROM eventWindows");
+  }
+  /** What is left of a window whose row is gone leaves nothing behind. */
+  void expectThrownAway(const Recorder& cam) {
+    EXPECT_EQ("0", value(cam, "SELECT COUNT(*) FROM recordSessions"));
+    EXPECT_EQ("1", windows(cam));
+    expectRepaired(cam);
+    EXPECT_EQ(Paths(), slices(cam));
+    EXPECT_TRUE(files(cam).empty());
+    EXPECT_EQ("0", value(cam, "SELECT COUNT(*) FROM recordSessions"));
+  }
+
   static constexpr int RECORDERS = 6;
-  static constexpr int OLD_ENOUGH_MS = 1500;  // what ended in this second is never deleted
+  static constexpr int SHORT_WINDOW_MS = 3000;  // in which no slice of it goes
+  static constexpr int OLD_ENOUGH_MS = 1500;    // what ended in this second is never deleted
 };
 
 }  // namespace
@@ -95,6 +119,44 @@ TEST_F(CrashDeletionTest, InTheWindowOfARecordingByEvents) {
   expectRepaired(cam);
   const Paths repaired = slices(cam);
   EXPECT_TRUE(std::includes(left.begin(), left.end(), repaired.begin(), repaired.end()));
+}
+
+TEST_F(CrashDeletionTest, AtTheEntryOfAWindow) {
+  Recorder cam = recorder("--by-events 4");
+  recordUntil(cam, killAt("INSERT", "eventWindows"));
+  cam.sent.clear();
+  EXPECT_EQ("1", value(cam, "SELECT COUNT(*) FROM recordSessions"));
+  expectRepaired(cam);
+}
+
+TEST_F(CrashDeletionTest, BetweenTheRowsAndTheFilesOfAWindow) {
+  const Recorder cam = throwAwayUntil(killAt("unlink", "_R1_"));
+  EXPECT_EQ(2U, slices(cam).size());
+  expectThrownAway(cam);
+  EXPECT_EQ("0", windows(cam));
+}
+
+TEST_F(CrashDeletionTest, InTheMiddleOfTheFilesOfAWindow) {
+  const Recorder cam = throwAwayUntil(killAt("unlink", "_R1_", 2));
+  EXPECT_EQ(2U, files(cam).size());  // of two slices and the sidecar file
+  expectThrownAway(cam);
+}
+
+TEST_F(CrashDeletionTest, AtTheEntryOfAWindowThatIsGone) {
+  const Recorder cam = throwAwayUntil(killAt("DELETE", "eventWindows"));
+  EXPECT_TRUE(files(cam).empty());
+  expectThrownAway(cam);
+}
+
+TEST_F(CrashDeletionTest, AtTheFilesOfAWindowInARepair) {
+  for (const auto& [call, what] : {std::pair("unlink", "_R1_"), {"DELETE", "eventWindows"}}) {
+    const Recorder cam = throwAwayUntil(killAt("unlink", "_R1_"));
+    KtrProcess repair({{"repair", "--root", root_->path(), "--recorder", cam.name, "--yes-really"},
+                       path("repair"),
+                       killAt(call, what)});
+    EXPECT_EQ(-SIGKILL, repair.wait()) << contents("repair");
+    expectThrownAway(cam);
+  }
 }
 
 TEST_F(CrashDeletionTest, AServerThatIsKilledMeanwhileStopsNoDeletionForGood) {

@@ -59,6 +59,18 @@ TEST_F(CheckRunTest, ARecordingWithoutTheTimeOfItsLastFrameIsClean) {
   EXPECT_THAT(findings(CheckLevel::Index), ElementsAre("wrong-end-time 1"));
 }
 
+TEST_F(CheckRunTest, TellsWhatWasThrownAwayFromWhatHasLostItsRows) {
+  recordSlices();
+  exec("CREATE TABLE eventWindows (id INT UNSIGNED NOT NULL PRIMARY KEY)");
+  exec("INSERT INTO eventWindows VALUES (1)");
+  expectClean();
+  exec("DELETE FROM dataStreams");
+  exec("DELETE FROM recordSessions");
+  EXPECT_THAT(findings(), ElementsAre("thrown-away 1"));
+  exec("DELETE FROM eventWindows");
+  EXPECT_THAT(findings(), ElementsAre("files-without-rows 1"));
+}
+
 TEST_F(CheckRunTest, AnEndThatIsTooLateIsFoundAtLevelIndex) {
   recordSlices();
   const std::string last = value("SELECT MAX(_fileIndex) FROM dataStreams");

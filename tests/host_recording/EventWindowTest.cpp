@@ -2,6 +2,7 @@
 
 #include <gmock/gmock.h>
 
+#include <cerrno>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -10,6 +11,7 @@
 #include "host/record/SessionFeed.h"
 #include "runtime/KTCriticalCode.h"
 #include "runtime/KTLogger.h"
+#include "tests/support/FaultCalls.h"
 #include "tests/support/RecorderFixture.h"
 
 namespace fs = std::filesystem;
@@ -85,6 +87,10 @@ class EventWindowTest : public RecorderFixture {
   [[nodiscard]] std::vector<std::string> indexed() {
     return rows("SELECT DISTINCT _id FROM dataStreams ORDER BY _id");
   }
+  /** Sessions that count as windows that nothing has confirmed. */
+  [[nodiscard]] std::vector<std::string> windows() {
+    return rows("SELECT id FROM eventWindows ORDER BY id");
+  }
   /** "1F0" is slice 0 of session 1. */
   [[nodiscard]] std::vector<std::string> files() const {
     std::vector<std::string> names;
@@ -106,6 +112,7 @@ class EventWindowTest : public RecorderFixture {
     return names;
   }
 
+  FaultCalls faults_;
   EventGate gate_{std::chrono::seconds(AFTER)};
   std::unique_ptr<SessionFeed> feed_;
 };
@@ -322,6 +329,38 @@ TEST_F(EventWindowTest, AServerThatDoesNotAnswerCostsNoFile) {
   exec("DROP TABLE recordSessions");
   feed_->finish();
   EXPECT_EQ(window, slices());
+}
+
+TEST_F(EventWindowTest, IsListedUntilItIsConfirmed) {
+  keys(2);
+  EXPECT_THAT(windows(), ElementsAre("1"));
+  confirm();
+  EXPECT_THAT(windows(), IsEmpty());
+}
+
+TEST_F(EventWindowTest, IsListedUntilItsFilesAreGone) {
+  keys(2);
+  EXPECT_THAT(windows(), ElementsAre("1"));
+  feed_->finish();
+  EXPECT_THAT(windows(), IsEmpty());
+}
+
+TEST_F(EventWindowTest, StaysListedWhileItsFilesCannotBeRemoved) {
+  keys(2);
+  faults_.fail("unlink", "_F0.dat", EACCES);
+  feed_->finish();
+  EXPECT_THAT(sessions(), IsEmpty());
+  EXPECT_THAT(files(), testing::Contains("1F0"));
+  EXPECT_THAT(windows(), ElementsAre("1"));
+}
+
+TEST_F(EventWindowTest, AllItsPartsAreListed) {
+  keys(4);
+  feed(KTRFrameFormat::Key, stampNow() - 5000);
+  keys(2);
+  EXPECT_THAT(windows(), ElementsAre("1", "2"));
+  confirm();
+  EXPECT_THAT(windows(), IsEmpty());
 }
 
 TEST_F(EventWindowTest, RemovesOnlyFilesOfItsOwnSession) {

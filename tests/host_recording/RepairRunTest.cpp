@@ -46,6 +46,11 @@ class RepairRunTest : public RepairFixture {
     const SessionSidecar sidecar{STREAM, STREAM_VIDEO, 25, "clip", "25,0,h264,640x360,", {}};
     ASSERT_TRUE(sidecar.write(prefix(session) + "session.json"));
   }
+  /** Says that a session is a window that nothing has confirmed. */
+  void listWindow(unsigned int session) {
+    exec("CREATE TABLE eventWindows (id INT UNSIGNED NOT NULL PRIMARY KEY)");
+    exec("INSERT INTO eventWindows VALUES (" + std::to_string(session) + ")");
+  }
   /** Copies the slices of session 2 into another directory, which it names. */
   [[nodiscard]] std::string copySecond() {
     std::string other = dir_.path() + "/2023/11/01/";
@@ -249,6 +254,45 @@ TEST_F(RepairRunTest, ASliceOfNothingButGarbage) {
   EXPECT_THAT(rows("SELECT id FROM recordSessions"), IsEmpty());
   EXPECT_EQ("nothing but garbage", read(prefix(1) + "F0.damaged"));
   EXPECT_FALSE(fs::exists(slice(0)));
+}
+
+TEST_F(RepairRunTest, RemovesWhatWasThrownAway) {
+  recordTwo();
+  listWindow(1);
+  exec("DELETE FROM recordSessions WHERE id=1");
+  EXPECT_EQ(slices(1).size(), removals().files);
+  repair();
+  EXPECT_THAT(slices(1), IsEmpty());
+  EXPECT_THAT(rows("SELECT id FROM recordSessions"), ElementsAre("2"));
+  EXPECT_THAT(rows("SELECT DISTINCT _id FROM dataStreams"), ElementsAre("2"));
+  EXPECT_THAT(rows("SELECT id FROM eventWindows"), IsEmpty());
+}
+
+TEST_F(RepairRunTest, KeepsAWindowWhoseRowIsThere) {
+  recordTwo();
+  listWindow(1);
+  exec("UPDATE recordSessions SET dataAvailable=2 WHERE id=1");
+  expectNothingLost();
+  EXPECT_THAT(rows("SELECT id FROM eventWindows"), IsEmpty());
+}
+
+TEST_F(RepairRunTest, AWindowIsFootageWhenTheDatabaseIsLost) {
+  recordTwo();
+  stream_ = STREAM;
+  listWindow(1);
+  dropDatabase();
+  expectNothingLost();
+}
+
+TEST_F(RepairRunTest, KeepsBothOfTwoSessionsOfOneIdThatIsAWindows) {
+  recordTwo();
+  stream_ = STREAM;
+  const std::string other = copySecond();
+  listWindow(2);
+  exec("DELETE FROM recordSessions WHERE id=2");
+  repair();
+  EXPECT_FALSE(slices(2).empty());
+  EXPECT_THAT(rows("SELECT id FROM recordSessions"), ElementsAre("1", "2", "3"));
 }
 
 TEST_F(RepairRunTest, KeepsWhatWasNeverConfirmed) {
