@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include <cerrno>
+#include <csignal>
 #include <filesystem>
 #include <functional>
 #include <map>
@@ -12,6 +13,7 @@
 #include "tests/host_recording/RepairFixture.h"
 #include "tests/support/ClientCalls.h"
 #include "tests/support/FaultCalls.h"
+#include "tests/support/ShellCalls.h"
 
 namespace fs = std::filesystem;
 using testing::Contains;
@@ -45,6 +47,21 @@ class RepairRunTest : public RepairFixture {
   void writeSidecar(unsigned int session) {
     const SessionSidecar sidecar{STREAM, STREAM_VIDEO, 25, "clip", "25,0,h264,640x360,", {}};
     ASSERT_TRUE(sidecar.write(prefix(session) + "session.json"));
+  }
+  /** Session 1 is of another day than session 2. */
+  void recordTwoDays() {
+    recordSlices();
+    pass(86'400'000);
+    beginSlices();
+    record(6, 10, 400);
+    end();
+  }
+  /** Deletes the oldest day, and kills this process in front of its directory. */
+  void deleteDayAndDie() {
+    const ShellCalls shell;
+    FaultCalls faults;
+    faults.fail("system", "rm", FaultCalls::KILL);
+    (void)db()->deleteOlderDay();
   }
   /** Says that a session is a window that nothing has confirmed. */
   void listWindow(unsigned int session) {
@@ -254,6 +271,32 @@ TEST_F(RepairRunTest, ASliceOfNothingButGarbage) {
   EXPECT_THAT(rows("SELECT id FROM recordSessions"), IsEmpty());
   EXPECT_EQ("nothing but garbage", read(prefix(1) + "F0.damaged"));
   EXPECT_FALSE(fs::exists(slice(0)));
+}
+
+TEST_F(RepairRunTest, BringsBackADayWhoseDeletionWasKilledBeforeItsFilesWent) {
+  stream_ = STREAM;
+  recordTwoDays();
+  const auto before = played();
+  EXPECT_EXIT(deleteDayAndDie(), testing::KilledBySignal(SIGKILL), "");
+  EXPECT_THAT(rows("SELECT id FROM recordSessions"), ElementsAre("2"));
+  EXPECT_THAT(findings(), ElementsAre("files-without-rows 1"));
+  repair();
+  EXPECT_THAT(rows("SELECT id FROM recordSessions"), ElementsAre("1", "2"));
+  EXPECT_EQ(before, played());
+  EXPECT_NE("0", value("SELECT COUNT(*) FROM dataStreams WHERE _id=1"));
+}
+
+TEST_F(RepairRunTest, NoDayComesBackWhoseFilesAreGone) {
+  stream_ = STREAM;
+  recordTwoDays();
+  ClientCalls calls;
+  calls.failNextStatements("DELETE FROM  dataStreams", {1105});
+  EXPECT_TRUE(db()->deleteOlderDay());
+  EXPECT_THAT(slices(1), IsEmpty());
+  EXPECT_THAT(findings(), ElementsAre("index-without-session 1"));
+  repair();
+  EXPECT_THAT(rows("SELECT id FROM recordSessions"), ElementsAre("2"));
+  EXPECT_THAT(rows("SELECT DISTINCT _id FROM dataStreams"), ElementsAre("2"));
 }
 
 TEST_F(RepairRunTest, RemovesWhatWasThrownAway) {

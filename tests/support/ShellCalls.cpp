@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <mutex>
 
+#include "tests/support/FaultCalls.h"
+
 namespace {
 
 struct Calls {
@@ -29,6 +31,7 @@ extern "C" int system(const char* command) {
     const std::lock_guard lock(calls().mutex);
     if (calls().recording && command != nullptr) calls().commands.emplace_back(command);
   }
+  FaultCalls::killIfDue("system", command == nullptr ? "" : command);
   return next(command);
 }
 #pragma GCC visibility pop

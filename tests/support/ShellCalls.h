@@ -4,7 +4,8 @@
 #include <vector>
 
 /**
- * Sees the commands that this process gives to the shell on their way there.
+ * Sees the commands that this process gives to the shell on their way there. Where it is used a
+ * fault of FaultCalls can end the process in place of one.
  *
  * Threads: any thread; one object at a time.
  */
