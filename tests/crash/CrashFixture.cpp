@@ -112,6 +112,16 @@ void CrashFixture::stop(Recorder& recorder) {
   addSent(recorder, std::nullopt);
 }
 
+void CrashFixture::stopAndKill(Recorder& recorder, std::int64_t ms) {
+  SentFrames::End end{SentFrames::nowMs(), FLUSH_MS + ROAD_MS + stallMs()};
+  recorder.process->signal(SIGINT);
+  runFor(ms);
+  recorder.process->signal(SIGKILL);
+  const int status = recorder.process->wait();
+  EXPECT_TRUE(status == 0 || status == -SIGKILL) << contents(recorder.name + ".output");
+  addSent(recorder, status == 0 ? std::nullopt : std::optional(end));
+}
+
 void CrashFixture::recordUntil(Recorder& recorder, const std::string& faults,
                                std::int64_t promisedMs) {
   begin(recorder, faults);
@@ -168,15 +178,20 @@ void CrashFixture::expectPlays(const Recorder& recorder) {
     SCOPED_TRACE("stream " + std::to_string(stream) + " of " + recorder.name);
     if (stream >= SOUND) {
       logStored(recorder, stream, path("stored"));
-      EXPECT_EQ("", sent.flawOf(path("stored")));
+      EXPECT_EQ("", flawOf(recorder, sent, path("stored")));
       continue;
     }
     const int status =
         shell("rm -f $D/played $D/played.mkv; " + command("play", recorder) + "--stream " +
               std::to_string(stream) + " --at -1h -o $D/played.mkv --frame-log $D/played");
     EXPECT_TRUE(status == 0 || sent.promised() == 0) << err();
-    EXPECT_EQ("", sent.flawOf(path("played"))) << contents(recorder.name + ".output");
+    EXPECT_EQ("", flawOf(recorder, sent, path("played"))) << contents(recorder.name + ".output");
   }
+}
+
+std::string CrashFixture::flawOf(const Recorder& recorder, const SentFrames& sent,
+                                 const std::string& playedLog) {
+  return recorder.retained ? sent.flawBehindDeleted(playedLog) : sent.flawOf(playedLog);
 }
 
 void CrashFixture::logStored(const Recorder& recorder, int stream, const std::string& log) {

@@ -34,7 +34,7 @@ class CrashFixture : public ProgramFixture {
     std::map<int, SentFrames> sent;
     std::unique_ptr<KtrProcess> process;
     int runs = 0;
-    std::int64_t beganMs = 0;
+    bool retained = false;  // its oldest footage may be gone
   };
 
   static void SetUpTestSuite();
@@ -62,6 +62,8 @@ class CrashFixture : public ProgramFixture {
   /** Waits until a fault has killed the recording. */
   void awaitKill(Recorder& recorder, std::int64_t promisedMs = FLUSH_MS + ROAD_MS);
   void stop(Recorder& recorder);
+  /** Asks for the end, and kills the recording if it has not ended so long after. */
+  void stopAndKill(Recorder& recorder, std::int64_t ms);
   /** Begins and is killed by the fault. */
   void recordUntil(Recorder& recorder, const std::string& faults,
                    std::int64_t promisedMs = FLUSH_MS + ROAD_MS);
@@ -102,6 +104,8 @@ class CrashFixture : public ProgramFixture {
 
  private:
   void addSent(Recorder& recorder, std::optional<SentFrames::End> killed);
+  [[nodiscard]] static std::string flawOf(const Recorder& recorder, const SentFrames& sent,
+                                          const std::string& playedLog);
   static void logStored(const Recorder& recorder, int stream, const std::string& log);
   [[nodiscard]] std::string logPath(const Recorder& recorder, int stream) const;
 

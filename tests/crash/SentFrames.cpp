@@ -42,12 +42,13 @@ void SentFrames::add(const std::string& frameLog, std::optional<End> killed) {
     text >> stamp >> kind;
     begun = begun || kind != "delta";
     const bool old = !killed || difference(killed->killedMs, stamp) > killed->promisedMs;
-    frames_.push_back({line, begun && old});
+    frames_.push_back({line, stamp, begun && old});
   }
 }
 
-std::string SentFrames::compare(const std::string& playedLog, bool mayLack) const {
-  const auto isMissed = [mayLack](const Frame& each) { return each.promised && !mayLack; };
+std::string SentFrames::compare(const std::string& playedLog, Lacking mayLack) const {
+  bool begun = mayLack == Nothing;  // what is promised must be there
+  const auto isMissed = [&](const Frame& each) { return each.promised && begun; };
   auto next = frames_.begin();
   for (const std::string& line : linesOf(playedLog)) {
     const auto found =
@@ -56,12 +57,23 @@ std::string SentFrames::compare(const std::string& playedLog, bool mayLack) cons
     const auto lost = std::find_if(next, found, isMissed);
     if (lost != found) return "sent, and not played: " + lost->line + " before " + line;
     next = found + 1;
+    begun = mayLack != Anything;
   }
   const auto lost = std::find_if(next, frames_.end(), isMissed);
   if (lost == frames_.end()) return "";
   const auto others = std::count_if(lost, frames_.end(), [](const Frame& f) { return f.promised; });
   return "sent, and not played: " + lost->line + " and " + std::to_string(others - 1) +
          " behind it";
+}
+
+void SentFrames::promiseOnly(const std::vector<std::pair<std::int64_t, std::int64_t>>& spans) {
+  for (Frame& frame : frames_) {
+    frame.promised =
+        frame.promised && std::any_of(spans.begin(), spans.end(), [&](const auto& span) {
+          return difference(frame.stampMs, span.first) >= 0 &&
+                 difference(span.second, frame.stampMs) > 0;
+        });
+  }
 }
 
 size_t SentFrames::promised() const {

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <utility>
 #include <vector>
 
 /**
@@ -24,24 +25,33 @@ class SentFrames {
   void add(const std::string& frameLog, std::optional<End> killed);
   /** What was lost of what was promised, or played that was never sent; empty when all is well. */
   [[nodiscard]] std::string flawOf(const std::string& playedLog) const {
-    return compare(playedLog, false);
+    return compare(playedLog, Nothing);
+  }
+  /** As flawOf(), of a recorder whose oldest footage was deleted: nothing may lack but that. */
+  [[nodiscard]] std::string flawBehindDeleted(const std::string& playedLog) const {
+    return compare(playedLog, Oldest);
   }
   /** Of frames that were played, one that was never sent, or not in this order; else empty. */
   [[nodiscard]] std::string strangersIn(const std::string& playedLog) const {
-    return compare(playedLog, true);
+    return compare(playedLog, Anything);
   }
+  /** Of all frames so far only those between two times, in any of these spans, stay promised. */
+  void promiseOnly(const std::vector<std::pair<std::int64_t, std::int64_t>>& spans);
+  [[nodiscard]] size_t size() const { return frames_.size(); }
   /** Frames that must be played. */
   [[nodiscard]] size_t promised() const;
 
   [[nodiscard]] static std::int64_t nowMs();
 
  private:
+  enum Lacking { Nothing, Oldest, Anything };
   struct Frame {
     std::string line;
+    std::int64_t stampMs = 0;
     bool promised = false;
   };
 
-  [[nodiscard]] std::string compare(const std::string& playedLog, bool mayLack) const;
+  [[nodiscard]] std::string compare(const std::string& playedLog, Lacking mayLack) const;
 
   std::vector<Frame> frames_;
 };
