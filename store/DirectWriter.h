@@ -23,7 +23,7 @@ class KTR_API DirectWriter {
  public:
   static constexpr size_t PAGE_BYTES = 4096;
   /** Pages of fewer bytes are not worth a way of their own. */
-  static constexpr size_t LEAST_DIRECT = 256 * 1024;
+  static constexpr size_t LEAST_DIRECT = size_t{256} * 1024;
 
   /** Writes all n bytes from offset on: n, or -1 when a part or all of it could not be written. */
   [[nodiscard]] ssize_t write(int fd, const unsigned char* src, size_t n, off_t offset);

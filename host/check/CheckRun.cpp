@@ -42,6 +42,7 @@ std::vector<CheckSubject> CheckRun::subjects() {
     std::erase_if(found,
                   [&](const auto& each) { return !options_.sessions->contains(each.first); });
   }
+  subjects.reserve(found.size());
   for (auto& [id, subject] : found) subjects.push_back(std::move(subject));
   return subjects;
 }

@@ -1,8 +1,8 @@
 #include "host/check/SessionCheck.h"
 
 #include <algorithm>
-#include <cstring>
 #include <map>
+#include <system_error>
 
 #include "host/check/SessionStart.h"
 #include "host/check/StoredAudioHeader.h"
@@ -232,7 +232,7 @@ void SessionCheck::checkDamage(unsigned int slice, const SessionWalk::Slice& wal
     finding.kind = kind;
     finding.slice = slice;
     finding.bytes += damage.range.size();
-    if (kind == Finding::Unreadable) finding.detail = std::strerror(walked.error);
+    if (kind == Finding::Unreadable) finding.detail = std::generic_category().message(walked.error);
   }
   for (const auto& [kind, finding] : found) add_(finding);
 }

@@ -2,9 +2,10 @@
 
 #include <sys/stat.h>
 
-#include <cstdio>
+#include <charconv>
 #include <cstdlib>
 #include <ctime>
+#include <string_view>
 #include <vector>
 
 #include "host/check/SessionWalk.h"
@@ -14,7 +15,7 @@ namespace {
 
 constexpr long DAY = 86400;
 // A day directory may be named in another time zone, and a frame lie just beyond midnight.
-constexpr long FARTHEST_FROM_NOON = DAY / 2 + 14 * 3600 + 600;
+constexpr long FARTHEST_FROM_NOON = DAY / 2 + 14L * 3600 + 600;
 constexpr long LONGEST_SESSION = 60 * DAY;  // that a file's time is believed
 constexpr long ROW_TOLERANCE = 60;  // the header of sound may come that long before its frames
 constexpr long FILE_TIME_TOLERANCE = 3600;
@@ -74,6 +75,14 @@ long nearest(const FirstSlice& slice, long time) {
   return static_cast<long>(clock.unwrap(static_cast<uint32_t>(slice.first % DAY * 1000)) / 1000);
 }
 
+/** What digits alone say. */
+std::optional<int> numberIn(std::string_view digits) {
+  int number = 0;
+  const auto parsed = std::from_chars(digits.data(), digits.data() + digits.size(), number);
+  const bool whole = parsed.ec == std::errc() && parsed.ptr == digits.data() + digits.size();
+  return whole && digits[0] != '-' ? std::optional(number) : std::nullopt;
+}
+
 bool fits(std::optional<long> noon, long time) {
   return !noon || std::labs(time - *noon) <= FARTHEST_FROM_NOON;
 }
@@ -100,17 +109,18 @@ long fromFileTime(const FirstSlice& slice, std::optional<long> noon) {
 }  // namespace
 
 std::optional<long> SessionStart::noonOf(const std::string& directory) {
+  constexpr std::string_view like = "/2026/01/31/";
+  if (directory.size() < like.size()) return std::nullopt;
+  const std::string_view date = std::string_view(directory).substr(directory.size() - like.size());
+  const std::optional<int> year = numberIn(date.substr(1, 4));
+  const std::optional<int> month = numberIn(date.substr(6, 2));
+  const std::optional<int> dayOfMonth = numberIn(date.substr(9, 2));
+  const bool parted = date[0] == '/' && date[5] == '/' && date[8] == '/' && date[11] == '/';
+  if (!parted || !year || !month || !dayOfMonth) return std::nullopt;
   std::tm day{};
-  int read = 0;
-  const size_t length = std::string("/2026/01/31/").size();
-  if (directory.size() < length ||
-      std::sscanf(directory.c_str() + directory.size() - length, "/%4d/%2d/%2d/%n", &day.tm_year,
-                  &day.tm_mon, &day.tm_mday, &read) != 3 ||
-      static_cast<size_t>(read) != length) {
-    return std::nullopt;
-  }
-  day.tm_year -= 1900;
-  day.tm_mon -= 1;
+  day.tm_year = *year - 1900;
+  day.tm_mon = *month - 1;
+  day.tm_mday = *dayOfMonth;
   day.tm_hour = 12;
   day.tm_isdst = -1;
   const time_t noon = std::mktime(&day);

@@ -80,7 +80,7 @@ std::optional<HostError> RepairRun::refusal() const {
 }
 
 void RepairRun::guard() const {
-  if (const std::optional<HostError> error = refusal()) throw *error;
+  if (const std::optional<HostError> error = refusal()) throw HostError(*error);
 }
 
 RepairRun::Result RepairRun::mend(KTR_DB_handle& handle) {
@@ -135,7 +135,7 @@ std::vector<Work> RepairRun::workOf(const std::vector<CheckSubject>& subjects) {
 
 // Pictures before sound and the oldest first, so that each finds the streams that it belongs to.
 void RepairRun::identify(std::vector<Work>& works, const std::vector<CheckSubject>& subjects,
-                         RecorderTables& tables) {
+                         RecorderTables& tables) const {
   const std::map<unsigned int, RecorderTables::Settings> settings = tables.settings();
   const auto headers = headersBySettings(subjects);
   StreamNumbers streams(options_.stream);

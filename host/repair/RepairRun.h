@@ -55,7 +55,7 @@ class RepairRun {
   void mendSession(KTR_DB_handle& handle, SessionMender::Work& work);
   [[nodiscard]] std::vector<SessionMender::Work> workOf(const std::vector<CheckSubject>& subjects);
   void identify(std::vector<SessionMender::Work>& works, const std::vector<CheckSubject>& subjects,
-                RecorderTables& tables);
+                RecorderTables& tables) const;
   void checkAgain(KTR_DB_handle& handle);
 
   Options options_;

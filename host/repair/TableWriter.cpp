@@ -25,8 +25,8 @@ const char* sessionTable() {
 }
 
 KTDataBlock blockOf(const std::string& text) {
-  return KTDataBlock(reinterpret_cast<const unsigned char*>(text.data()),
-                     static_cast<unsigned int>(text.size()));
+  return {reinterpret_cast<const unsigned char*>(text.data()),
+          static_cast<unsigned int>(text.size())};
 }
 
 }  // namespace
