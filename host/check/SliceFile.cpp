@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 
 #include "runtime/LittleEndian.h"
@@ -31,12 +32,13 @@ bool isFrame(const unsigned char* head, uint32_t size) {
 }  // namespace
 
 SliceFile::SliceFile(const std::string& path, Window window)
-    : path_(path), fd_(open(path.c_str(), O_RDONLY | O_CLOEXEC)), window_(window) {
+    : path_(path), fd_(open(path.c_str(), O_RDONLY | O_CLOEXEC)) {
   struct stat found {};
   if (fd_.get() < 0 || fstat(fd_.get(), &found) != 0) {
     error_ = errno;
   } else {
     size_ = static_cast<uint64_t>(found.st_size);
+    window_.resize(std::min<uint64_t>(window, size_));
   }
 }
 

@@ -1,8 +1,11 @@
 #include "host/record/SessionSidecar.h"
 
+#include <algorithm>
+#include <charconv>
 #include <cstdio>
 #include <fstream>
 #include <nlohmann/json.hpp>
+#include <stdexcept>
 
 #include "db/streamTypes.h"
 
@@ -28,15 +31,27 @@ std::string hexOf(const std::vector<unsigned char>& bytes) {
 
 std::vector<unsigned char> bytesOf(const std::string& hex) {
   std::vector<unsigned char> bytes;
-  for (size_t i = 0; i + 1 < hex.size(); i += 2) {
-    bytes.push_back(static_cast<unsigned char>(std::stoul(hex.substr(i, 2), nullptr, 16)));
+  for (size_t i = 0; i < hex.size(); i += 2) {
+    const char* const end = hex.data() + std::min(i + 2, hex.size());
+    unsigned char byte = 0;
+    const auto parsed = std::from_chars(hex.data() + i, end, byte, 16);
+    if (parsed.ptr != hex.data() + i + 2) throw std::invalid_argument("no hex digits");
+    bytes.push_back(byte);
   }
   return bytes;
 }
 
+// Others that a JSON number can be would be converted, or could not be.
+unsigned int numberIn(const json& content, const char* key) {
+  const json& number = content.at(key);
+  if (!number.is_number_unsigned() || number > LARGEST_BYTE) {
+    throw std::invalid_argument("no number of a byte");
+  }
+  return number.get<unsigned int>();
+}
+
 bool isSound(const SessionSidecar& sidecar) {
-  return sidecar.stream <= LARGEST_BYTE && sidecar.fps <= LARGEST_BYTE &&
-         sidecar.type <= STREAM_AUDIO && sidecar.name.size() <= LONGEST_NAME &&
+  return sidecar.type <= STREAM_AUDIO && sidecar.name.size() <= LONGEST_NAME &&
          sidecar.settings.size() <= LONGEST_SETTINGS && !sidecar.settings.empty() &&
          sidecar.audioHeader.size() <= LONGEST_HEADER;
 }
@@ -48,9 +63,9 @@ std::optional<SessionSidecar> SessionSidecar::read(const std::string& path) {
   try {
     const json content = json::parse(file);
     SessionSidecar sidecar;
-    sidecar.stream = content.at("stream").get<unsigned int>();
-    sidecar.type = content.at("type").get<unsigned int>();
-    sidecar.fps = content.at("fps").get<unsigned int>();
+    sidecar.stream = numberIn(content, "stream");
+    sidecar.type = numberIn(content, "type");
+    sidecar.fps = numberIn(content, "fps");
     sidecar.name = content.at("name").get<std::string>();
     sidecar.settings = content.at("settings").get<std::string>();
     sidecar.audioHeader = bytesOf(content.at("audioHeader").get<std::string>());

@@ -94,7 +94,11 @@ bool SpoolSegment::readHeader() {
   }
   const std::optional<StreamSettings> settings = StreamSettings::decode(bytes);
   readOffset_ = loadLittleEndian(header + FIRST_OFFSET);
-  if (!settings || readOffset_ < HEADER_SIZE + size) return false;
+  struct stat file {};
+  if (!settings || readOffset_ < HEADER_SIZE + size || fstat(file_.get(), &file) != 0 ||
+      readOffset_ > file.st_size) {
+    return false;
+  }
   settings_ = std::make_shared<const StreamSettings>(*settings);
   return true;
 }

@@ -37,6 +37,13 @@ TEST_F(SessionSidecarTest, DamagedFilesCountAsNone) {
        R"({"stream":1,"type":2,"fps":1,"name":"n","settings":"s","audioHeader":""})",
        R"({"stream":1,"type":0,"fps":1,"name":"n","settings":"","audioHeader":""})",
        R"({"stream":1,"type":0,"fps":1,"name":"12345678901234567890","settings":"s","audioHeader":""})",
+       R"({"stream":-1,"type":0,"fps":1,"name":"n","settings":"s","audioHeader":""})",
+       R"({"stream":1,"type":-4294967295,"fps":1,"name":"n","settings":"s","audioHeader":""})",
+       R"({"stream":4294967297,"type":0,"fps":1,"name":"n","settings":"s","audioHeader":""})",
+       R"({"stream":1.5,"type":0,"fps":1,"name":"n","settings":"s","audioHeader":""})",
+       R"({"stream":1,"type":0,"fps":1e300,"name":"n","settings":"s","audioHeader":""})",
+       R"({"stream":1,"type":0,"fps":1,"name":"n","settings":"s","audioHeader":"480"})",
+       R"({"stream":1,"type":0,"fps":1,"name":"n","settings":"s","audioHeader":"-1+1"})",
        R"({"stream":1,"type":0,"fps":1,"name":"n","settings":"s","audioHeader":"zz"})"}) {
     contain(text);
     EXPECT_EQ(std::nullopt, SessionSidecar::read(path_)) << text;

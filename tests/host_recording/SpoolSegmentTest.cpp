@@ -125,3 +125,13 @@ TEST_F(SpoolSegmentTest, AFileThatCannotBeMadeIsNone) {
   EXPECT_EQ(nullptr, SpoolSegment::create(dir_.path() + "/none/1.spool", settings_));
   EXPECT_EQ(ENOENT, errno);
 }
+
+// Its size would be counted, and leave no room for what comes.
+TEST_F(SpoolSegmentTest, AFileWhoseFirstFrameLiesBehindItsEndIsNone) {
+  append(1);
+  file_->settle(file_->size());
+  ASSERT_NO_FATAL_FAILURE(reopen());
+  EXPECT_EQ(-1, read());
+  file_->settle(file_->size() + 1);
+  EXPECT_EQ(nullptr, SpoolSegment::open(path_));
+}
