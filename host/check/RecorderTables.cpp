@@ -88,6 +88,13 @@ std::optional<RecorderTables::Session> RecorderTables::session(unsigned int id) 
   return found.empty() ? std::nullopt : std::optional(found.front());
 }
 
+bool RecorderTables::isStartTaken(const Session& session) {
+  KTString where;
+  return !readSessions(where.format("WHERE streamID=%u AND start_time=%ld AND id<>%u",
+                                    session.stream, session.start, session.id))
+              .empty();
+}
+
 std::map<unsigned int, RecorderTables::Settings> RecorderTables::settings() {
   KTString query;
   query.format("SELECT id,name,settings,streamType FROM %s", settingsTable());

@@ -51,6 +51,8 @@ class RecorderTables {
   [[nodiscard]] bool exist() const { return handle_ != nullptr; }
   [[nodiscard]] std::vector<Session> sessions() { return readSessions(""); }
   [[nodiscard]] std::optional<Session> session(unsigned int id);
+  /** Whether another session of the stream has its start, which the table holds once. */
+  [[nodiscard]] bool isStartTaken(const Session& session);
   [[nodiscard]] std::map<unsigned int, Settings> settings();
   /** How many index rows each slice of a session has. */
   [[nodiscard]] std::map<unsigned int, uint64_t> rowsBySlice(unsigned int session);

@@ -11,6 +11,9 @@
 namespace {
 
 constexpr long AUDIO_HEADER_LEAD = 60;  // seconds; hosts may send the header that long before
+// Seconds. The table holds each start of a stream once: what begins in the same second as another
+// session has a later start, even when that other one is gone.
+constexpr long LATEST_START = 5;
 constexpr unsigned int UNDECIDED = 2;
 
 struct NeedyFrame {
@@ -241,7 +244,7 @@ void SessionCheck::checkStart(long start) {
   const long rowStart = subject_->row->start;
   if (subject_->live || (rowStart == 0 && subject_->row->end == 0)) return;
   const long lead = subject_->audio ? AUDIO_HEADER_LEAD : 0;
-  if (rowStart <= start && start - rowStart <= lead) return;
+  if (rowStart - start <= LATEST_START && start - rowStart <= lead) return;
   const bool isShortened = subject_->files->chain().front() != 0;
   if (isShortened && tables_.firstTime(subject_->id) == rowStart) return;
   add(Finding::WrongStart, [&](Finding& each) {

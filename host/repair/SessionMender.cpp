@@ -132,6 +132,8 @@ void SessionMender::correct(RecorderTables::Session& row, const Footage& footage
   if (row.start == 0 || lead < 0 || lead > (footage.sound ? AUDIO_HEADER_LEAD : 0)) {
     row.start = footage.first;
   }
+  const bool isNew = !work_->subject->row || work_->subject->row->start != row.start;
+  while (isNew && tables_.isStartTaken(row)) ++row.start;  // as a recording does it
   if (row.end < footage.lastRow || row.end > footage.last) row.end = footage.last;
   row.available = HAS_DATA;
   if (!work_->subject->row || work_->subject->wrongDirectory) row.storage = files_.directory();

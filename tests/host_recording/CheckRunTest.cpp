@@ -71,6 +71,14 @@ TEST_F(CheckRunTest, TellsWhatWasThrownAwayFromWhatHasLostItsRows) {
   EXPECT_THAT(findings(), ElementsAre("files-without-rows 1"));
 }
 
+TEST_F(CheckRunTest, AStartThatAnotherSessionHadIsClean) {
+  recordSlices();
+  exec("UPDATE recordSessions SET start_time=start_time+5");
+  expectClean();
+  exec("UPDATE recordSessions SET start_time=start_time+1");
+  EXPECT_THAT(findings(CheckLevel::Index), ElementsAre("wrong-start-time 1"));
+}
+
 TEST_F(CheckRunTest, AnEndThatIsTooLateIsFoundAtLevelIndex) {
   recordSlices();
   const std::string last = value("SELECT MAX(_fileIndex) FROM dataStreams");

@@ -338,6 +338,22 @@ TEST_F(RepairRunTest, KeepsBothOfTwoSessionsOfOneIdThatIsAWindows) {
   EXPECT_THAT(rows("SELECT id FROM recordSessions"), ElementsAre("1", "2", "3"));
 }
 
+TEST_F(RepairRunTest, MakesRowsOfSessionsThatBeginInOneSecond) {
+  stream_ = STREAM;
+  recordTwo();
+  for (const std::string& path : slices(1)) {
+    fs::copy_file(path, prefix(3) + path.substr(prefix(1).size()));
+  }
+  dropDatabase();
+  repair();
+  EXPECT_THAT(rows("SELECT id FROM recordSessions"), ElementsAre("1", "2", "3"));
+  EXPECT_EQ("1", value("SELECT b.start_time-a.start_time FROM recordSessions a,recordSessions b "
+                       "WHERE a.id=1 AND b.id=3"));
+  const auto before = tables();
+  repair();
+  EXPECT_EQ(before, tables());
+}
+
 TEST_F(RepairRunTest, KeepsWhatWasNeverConfirmed) {
   recordSlices();
   exec("UPDATE recordSessions SET dataAvailable=2");
