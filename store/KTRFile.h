@@ -18,8 +18,8 @@
  * Threads: one thread at a time for each object; readers of a live chain use objects of their own
  *   and see what the writer has flushed.
  * Blocks: writeKTRData() once in 11 seconds for one large write; readKTRData() for a piece of up to
- *   256 KiB of what it reads ahead, at some calls. What it has not yet brought in then goes with the
- *   descriptor: KTFile's own close() and open() drop it, _close() and _remove() do not.
+ *   256 KiB of what it reads ahead, at some calls. What it has not yet brought in then goes with
+ *   the descriptor: KTFile's own close() and open() drop it, _close() and _remove() do not.
  * Errors: 0 or -1, with a log line. A failed slice open shows in later operations; a failed flush
  *   drops what was buffered.
  * Units: bytes; times in seconds; frame stamps in milliseconds since midnight.

@@ -42,7 +42,7 @@ int KTRFile::readKTRData(KTDataBlock& out) {
 // A block is read ahead in two steps: takeHold() moves the position behind it, and bringIn() reads
 // its bytes in pieces as records want them. A piece is copied on while the processor's own cache
 // still has it, and a first frame costs no whole block. What is held is of the slice that is open,
-// and comes in before another one is opened; who moves the position meanwhile changes nothing of it.
+// and comes in before another one is opened; who moves the position meanwhile changes nothing.
 void KTRFile::refill() {
   compact();
   movedBy_ = -static_cast<int>(readPos_);
