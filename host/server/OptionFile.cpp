@@ -3,6 +3,7 @@
 #include <pwd.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -24,9 +25,8 @@ skip-name-resolve
 innodb_flush_log_at_trx_commit = 2
 # Nothing is replicated.
 skip-log-bin
-# Memory and disk that the recordings need more: a row per stream and second is little work.
-innodb_buffer_pool_size = 64M
-innodb_log_file_size = 16M
+# Deletions run beside the recordings: with a small log they wait for the disk.
+innodb_log_file_size = 96M
 innodb_buffer_pool_dump_at_shutdown = off
 innodb_buffer_pool_load_at_startup = off
 performance_schema = off
@@ -45,6 +45,22 @@ connect_timeout = 10
 # sessions picks columns that are not grouped.
 sql_mode = STRICT_TRANS_TABLES,ERROR_FOR_DIVISION_BY_ZERO,NO_AUTO_CREATE_USER,NO_ENGINE_SUBSTITUTION
 )";
+
+constexpr unsigned int LEAST_POOL_MIB = 64;
+constexpr unsigned int MOST_POOL_MIB = 1024;
+constexpr unsigned int POOL_SHARE = 32;  // of the machine's memory
+
+std::uint64_t machineMemory() {
+  return static_cast<std::uint64_t>(sysconf(_SC_PHYS_PAGES)) *
+         static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
+}
+
+std::string poolSetting() {
+  return "\n# A small part of the machine's memory, for players that come to an index of millions "
+         "of rows.\n"
+         "innodb_buffer_pool_size = " +
+         std::to_string(OptionFile::bufferPoolMiB(machineMemory())) + "M\n";
+}
 
 std::string clientPart(const ServerPaths& paths, const std::string& user) {
   return "# Written by ktr at every start of this private database server: changes here are lost.\n"
@@ -66,13 +82,18 @@ std::string serverPart(const ServerPaths& paths, bool runAsRoot) {
                      "\ntmpdir = " + paths.temporaryDirectory() + "\nsocket = " + paths.socket() +
                      "\npid-file = " + paths.pidFile() + "\nlog-error = " + paths.errorLog() + "\n";
   if (runAsRoot) text += "# The server refuses to run as root unless it is told to.\nuser = root\n";
-  return text + SERVER_SETTINGS;
+  return text + SERVER_SETTINGS + poolSetting();
 }
 
 }  // namespace
 
 std::string OptionFile::text(const ServerPaths& paths, const std::string& user, bool runAsRoot) {
   return clientPart(paths, user) + serverPart(paths, runAsRoot);
+}
+
+unsigned int OptionFile::bufferPoolMiB(std::uint64_t memoryBytes) {
+  const std::uint64_t share = (memoryBytes / POOL_SHARE) >> 20;
+  return static_cast<unsigned int>(std::clamp<std::uint64_t>(share, LEAST_POOL_MIB, MOST_POOL_MIB));
 }
 
 void OptionFile::write(const ServerPaths& paths) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "host/server/ServerPaths.h"
@@ -16,6 +17,8 @@ class OptionFile {
   /** The whole text; user is the account of the system, and of the server, that it is for. */
   [[nodiscard]] static std::string text(const ServerPaths& paths, const std::string& user,
                                         bool runAsRoot);
+  /** The server's buffer pool on a machine of so much memory. */
+  [[nodiscard]] static unsigned int bufferPoolMiB(std::uint64_t memoryBytes);
   /** Writes the file for the current user, all or nothing. */
   static void write(const ServerPaths& paths);
 

@@ -30,6 +30,15 @@ TEST(OptionFileTest, TellsTheServerOfTheRootUserOnly) {
   EXPECT_THAT(OptionFile::text(PATHS, "ann", false), Not(HasSubstr("user = root")));
 }
 
+TEST(OptionFileTest, GivesTheServerASmallPartOfTheMemory) {
+  constexpr std::uint64_t GIB = 1U << 30;
+  EXPECT_EQ(64U, OptionFile::bufferPoolMiB(0));
+  EXPECT_EQ(64U, OptionFile::bufferPoolMiB(GIB));
+  EXPECT_EQ(128U, OptionFile::bufferPoolMiB(4 * GIB));
+  EXPECT_EQ(768U, OptionFile::bufferPoolMiB(24 * GIB));
+  EXPECT_EQ(1024U, OptionFile::bufferPoolMiB(1024 * GIB));
+}
+
 TEST(OptionFileTest, IsWrittenForTheOwnerOnly) {
   const HostTestRoot root;
   root.paths().prepare();

@@ -71,7 +71,11 @@ TEST_F(PrivateServerTest, IsSetAsTheOptionFileSays) {
   EXPECT_EQ("1", value("SELECT @@skip_name_resolve"));
   EXPECT_EQ("0", value("SELECT @@log_bin"));
   EXPECT_EQ("0", value("SELECT @@performance_schema"));
-  EXPECT_EQ("67108864", value("SELECT @@innodb_buffer_pool_size"));
+  const std::uint64_t memory = static_cast<std::uint64_t>(sysconf(_SC_PHYS_PAGES)) *
+                               static_cast<std::uint64_t>(sysconf(_SC_PAGESIZE));
+  EXPECT_EQ(std::to_string(OptionFile::bufferPoolMiB(memory)),
+            value("SELECT @@innodb_buffer_pool_size DIV 1048576"));
+  EXPECT_EQ("100663296", value("SELECT @@innodb_log_file_size"));
   EXPECT_EQ("10", value("SELECT @@global.connect_timeout"));
   EXPECT_THAT(value("SELECT @@sql_mode"), testing::Not(HasSubstr("ONLY_FULL_GROUP_BY")));
   EXPECT_EQ("0", value("SELECT COUNT(*) FROM mysql.db WHERE Db LIKE 'test%'"));
