@@ -37,9 +37,9 @@ TEST_F(BenchEnvironmentTest, TellsWhatFiguresDependOn) {
   EXPECT_THAT(lines, Contains(Pair("file system", HasSubstr(" free"))));
   EXPECT_THAT(lines, Contains(Pair("server", HasSubstr("MariaDB"))));
   EXPECT_THAT(
-      lines, Contains(Pair(
-                 "settings",
-                 ContainsRegex("innodb_buffer_pool_size [0-9]+, innodb_log_file_size 100663296"))));
+      lines, Contains(Pair("settings",
+                           testing::ContainsRegex(
+                               "innodb_buffer_pool_size [0-9]+, innodb_log_file_size 100663296"))));
 }
 
 TEST_F(BenchEnvironmentTest, WarnsOfABuildThatIsNotMadeForSpeed) {
