@@ -1,5 +1,6 @@
 #include "host/media/BlockOutput.h"
 
+#include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -22,8 +23,9 @@ bool isRegularFile(int fd) {
 BlockOutput::BlockOutput(UniqueFd output, Pace pace)
     : output_(std::move(output)), seekable_(lseek(output_.get(), 0, SEEK_CUR) >= 0) {
   if (pace == AtOnce || !isRegularFile(output_.get())) return;
-  block_ = static_cast<unsigned char*>(std::aligned_alloc(DirectWriter::PAGE_BYTES, BLOCK));
+  block_ = static_cast<unsigned char*>(std::aligned_alloc(BLOCK, BLOCK));
   if (block_ == nullptr) throw std::bad_alloc();
+  (void)madvise(block_, BLOCK, MADV_HUGEPAGE);  // which the disk takes with the least work
 }
 
 BlockOutput::~BlockOutput() {

@@ -46,7 +46,7 @@ class BlockOutput {
   [[nodiscard]] off_t size() const;
 
  private:
-  static constexpr std::size_t BLOCK = 1 << 20;
+  static constexpr std::size_t BLOCK = 2 << 20;  // one large page
 
   [[nodiscard]] bool collects() const { return block_ != nullptr; }
   [[nodiscard]] bool pass(const unsigned char* bytes, std::size_t count);

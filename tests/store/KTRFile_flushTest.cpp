@@ -34,6 +34,17 @@ class KTRFile_flushTest : public testing::Test {
     std::ifstream(path, std::ios::binary).read(bytes.data(), static_cast<long>(bytes.size()));
     return bytes;
   }
+  // Of this process's memory, what the kernel was told to take large pages for.
+  [[nodiscard]] static size_t bytesForLargePages() {
+    std::ifstream maps("/proc/self/smaps");
+    size_t size = 0;
+    size_t sum = 0;
+    for (std::string line; std::getline(maps, line);) {
+      if (line.rfind("Size:", 0) == 0) size = std::stoul(line.substr(5)) << 10;
+      if (line.rfind("VmFlags:", 0) == 0 && line.find(" hg") != std::string::npos) sum += size;
+    }
+    return sum;
+  }
   void openWriter(int sliceMaxSize = 0x7FFFFFFF, unsigned char index = 0) {
     writer_ =
         std::make_unique<KTRFile>(dir_.entry("cam_"), index, KTRFile::WRITE_FLAGS, sliceMaxSize);
@@ -180,6 +191,20 @@ TEST_F(KTRFile_flushTest, AFullFileSystemKeepsTheBeginningOfTheFlush) {
   EXPECT_GT(kept.size(), static_cast<size_t>(position));
   EXPECT_TRUE(kept == expected_.substr(0, kept.size()));
   writer_.reset();
+}
+
+TEST_F(KTRFile_flushTest, OnlyAStreamThatSendsMuchIsKeptInLargePages) {
+  if (!fs::exists("/sys/kernel/mm/transparent_hugepage")) GTEST_SKIP() << "no large pages here";
+  openWriter();
+  const size_t before = bytesForLargePages();
+  ASSERT_EQ(flush(2 * MIB - 40'000), 0);
+  EXPECT_EQ(bytesForLargePages(), before);
+  ASSERT_EQ(flush(5 * MIB), 0);
+  EXPECT_GE(bytesForLargePages(), before + 5 * MIB);
+  for (const unsigned int size : {5 * MIB, 3 * MIB, 8 * MIB, 20'000U}) {
+    ASSERT_EQ(flush(size), 0);
+    expectExact("after " + std::to_string(size));
+  }
 }
 
 TEST_F(KTRFile_flushTest, AStreamCostsNoMoreMemoryThanItsFlush) {
