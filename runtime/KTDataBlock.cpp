@@ -44,6 +44,13 @@ struct alignas(std::max_align_t) KTDataBlock::Storage {
     return storage;
   }
 
+  // All of the mapping, head and all: one in two parts could not be moved any more.
+  void zeroInLargePages() {
+    if (!isMapped(capacity)) return;
+    (void)madvise(this, sizeOf(capacity), MADV_HUGEPAGE);
+    (void)madvise(bytes(), capacity, MADV_DONTNEED);
+  }
+
   void destroy() {
     const unsigned int n = capacity;
     this->~Storage();
@@ -183,6 +190,10 @@ void KTDataBlock::getData(unsigned char* dst, unsigned int n) const {
 unsigned char* KTDataBlock::writable() {
   if (size != 0 && ownRoom() < size) moveTo(size);
   return const_cast<unsigned char*>(data);
+}
+
+void KTDataBlock::zeroInLargePages() {
+  if (ownRoom() != 0 && data == storage_->bytes()) storage_->zeroInLargePages();
 }
 
 KTDataBlock& KTDataBlock::operator+=(const KTDataBlock& b) {

@@ -54,6 +54,12 @@ class KTR_API KTDataBlock {
   void getData(unsigned char* dst, unsigned int n) const;
   /** The bytes for writing: gives this block a storage of its own first. */
   [[nodiscard]] unsigned char* writable();
+  /**
+   * Of a block that shares no bytes, from 1 MiB on: the bytes become zero, and their room large
+   * pages where the kernel has them, which the disk takes and gives with less work. Other blocks
+   * stay as they are.
+   */
+  void zeroInLargePages();
 
   KTDataBlock& operator+=(const KTDataBlock& b);
   [[nodiscard]] KTDataBlock operator+(const KTDataBlock& b) const;

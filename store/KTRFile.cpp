@@ -1,8 +1,6 @@
 // Naming, the chain of slices and the writing half; the reading half is in KTRFile_read.cpp.
 #include "store/KTRFile.h"
 
-#include <sys/mman.h>
-
 #include <cstring>
 #include <utility>
 
@@ -170,9 +168,7 @@ int KTRFile::flush() {
 void KTRFile::useLargePages() {
   inLargePages_ = true;
   writeBuffer_.reserve(writeBuffer_.size + LARGE_PAGE_SIZE);  // so that the last one is whole
-  unsigned char* const bytes = writeBuffer_.writable();
-  const std::size_t size = writeBuffer_.size + LARGE_PAGE_SIZE;
-  if (madvise(bytes, size, MADV_HUGEPAGE) == 0) (void)madvise(bytes, size, MADV_DONTNEED);
+  writeBuffer_.zeroInLargePages();
 }
 
 int KTRFile::writeOut(unsigned int n) {

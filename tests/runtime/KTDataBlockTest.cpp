@@ -89,6 +89,30 @@ TEST_F(KTDataBlockTest, LargeBlocksKeepTheirBytesWhenTheyGrow) {
   EXPECT_EQ(text(part.copy(0, 2U << 20)), std::string(2 << 20, 'b'));
 }
 
+TEST_F(KTDataBlockTest, LargePagesAreZeroAndGrowAsOthers) {
+  KTDataBlock b = block(std::string(5 << 20, 'a'));
+  b.zeroInLargePages();
+  EXPECT_EQ(text(b), std::string(5 << 20, '\0'));
+  std::memset(b.writable(), 'b', 5U << 20);
+  for (const unsigned int n : {6U << 20, 9U << 20, 40U << 20}) {
+    b.resize(n);
+    EXPECT_EQ(text(b.copy(0, 5U << 20)), std::string(5 << 20, 'b')) << n;
+  }
+}
+
+TEST_F(KTDataBlockTest, BytesThatAreSharedOrFewGetNoLargePages) {
+  KTDataBlock b = block(std::string(5 << 20, 'a'));
+  const KTDataBlock other(b);
+  b.zeroInLargePages();
+  EXPECT_EQ(text(other), std::string(5 << 20, 'a'));
+  KTDataBlock few = block("abc");
+  few.zeroInLargePages();
+  EXPECT_EQ(text(few), "abc");
+  KTDataBlock none;
+  none.zeroInLargePages();
+  EXPECT_EQ(none.size, 0U);
+}
+
 TEST_F(KTDataBlockTest, HoldsACopyOfWhatItWasGiven) {
   char source[] = "abc";
   const KTDataBlock b(reinterpret_cast<unsigned char*>(source), 3);

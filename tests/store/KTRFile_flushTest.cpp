@@ -194,13 +194,13 @@ TEST_F(KTRFile_flushTest, AFullFileSystemKeepsTheBeginningOfTheFlush) {
 }
 
 TEST_F(KTRFile_flushTest, OnlyAStreamThatSendsMuchIsKeptInLargePages) {
-  if (!fs::exists("/sys/kernel/mm/transparent_hugepage")) GTEST_SKIP() << "no large pages here";
+  const bool known = fs::exists("/sys/kernel/mm/transparent_hugepage");  // to this kernel
   openWriter();
   const size_t before = bytesForLargePages();
   ASSERT_EQ(flush(2 * MIB - 40'000), 0);
   EXPECT_EQ(bytesForLargePages(), before);
   ASSERT_EQ(flush(5 * MIB), 0);
-  EXPECT_GE(bytesForLargePages(), before + 5 * MIB);
+  EXPECT_GE(bytesForLargePages(), before + (known ? 5 * MIB : 0));
   for (const unsigned int size : {5 * MIB, 3 * MIB, 8 * MIB, 20'000U}) {
     ASSERT_EQ(flush(size), 0);
     expectExact("after " + std::to_string(size));
