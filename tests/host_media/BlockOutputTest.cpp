@@ -13,7 +13,7 @@
 
 namespace {
 
-constexpr std::size_t BLOCK = 1 << 20;
+constexpr std::size_t BLOCK = 2 << 20;
 
 class BlockOutputTest : public testing::Test {
  protected:
