@@ -24,7 +24,8 @@ const Measurement& ScenarioResult::typical(const Runs& runs) {
   for (const Measurement& run : runs) order.push_back(&run);
   std::sort(order.begin(), order.end(),
             [](const Measurement* a, const Measurement* b) { return a->seconds < b->seconds; });
-  return *order[(order.size() - 1) / 2];
+  const Measurement* const middle = order[(order.size() - 1) / 2];
+  return *middle;
 }
 
 std::vector<std::string> ScenarioResult::flaws() const {
