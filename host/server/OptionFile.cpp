@@ -25,7 +25,7 @@ skip-name-resolve
 innodb_flush_log_at_trx_commit = 2
 # Nothing is replicated.
 skip-log-bin
-# Deletions run beside the recordings: with a small log they wait for the disk.
+# Deletions run beside the recordings: this log and the pool below were measured with them.
 innodb_log_file_size = 96M
 innodb_buffer_pool_dump_at_shutdown = off
 innodb_buffer_pool_load_at_startup = off
