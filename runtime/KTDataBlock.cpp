@@ -17,6 +17,7 @@
 struct alignas(std::max_align_t) KTDataBlock::Storage {
   std::atomic<unsigned int> users{1};
   unsigned int capacity;
+  bool inLargePages = false;
 
   explicit Storage(unsigned int n) : capacity(n) {}
   unsigned char* bytes() { return reinterpret_cast<unsigned char*>(this) + headSize(capacity); }
@@ -45,10 +46,10 @@ struct alignas(std::max_align_t) KTDataBlock::Storage {
   }
 
   // All of the mapping, head and all: one in two parts could not be moved any more.
-  void zeroInLargePages() {
+  void useLargePages() {
     if (!isMapped(capacity)) return;
     (void)madvise(this, sizeOf(capacity), MADV_HUGEPAGE);
-    (void)madvise(bytes(), capacity, MADV_DONTNEED);
+    inLargePages = true;
   }
 
   void destroy() {
@@ -158,6 +159,19 @@ void KTDataBlock::reserve(unsigned int n) {
   if (n != 0 && ownRoom() < n) moveTo(std::max(n, size));
 }
 
+void KTDataBlock::reserveLargePages(unsigned int n) {
+  constexpr unsigned int TIMES = 4;
+  if (n == 0 || (ownRoom() >= n && storage_->inLargePages)) return;
+  const unsigned int needed = std::max(n, size);
+  const bool huge = needed > std::numeric_limits<unsigned int>::max() / TIMES;
+  KTDataBlock room;
+  room.moveTo(huge ? needed : TIMES * needed);
+  room.storage_->useLargePages();
+  if (size != 0) std::memcpy(room.storage_->bytes(), data, size);
+  room.size = size;
+  *this = std::move(room);
+}
+
 void KTDataBlock::replace(unsigned int offset, const KTDataBlock& b) {
   if (b.size == 0) return;
   unsigned char* own = writable();  // first: b may be this block
@@ -190,10 +204,6 @@ void KTDataBlock::getData(unsigned char* dst, unsigned int n) const {
 unsigned char* KTDataBlock::writable() {
   if (size != 0 && ownRoom() < size) moveTo(size);
   return const_cast<unsigned char*>(data);
-}
-
-void KTDataBlock::zeroInLargePages() {
-  if (ownRoom() != 0 && data == storage_->bytes()) storage_->zeroInLargePages();
 }
 
 KTDataBlock& KTDataBlock::operator+=(const KTDataBlock& b) {

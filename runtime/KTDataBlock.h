@@ -44,6 +44,12 @@ class KTR_API KTDataBlock {
   void resize(unsigned int n);
   /** Makes room for n bytes without changing the size. */
   void reserve(unsigned int n);
+  /**
+   * Makes room for n bytes, and for as much again three times, in large pages where the kernel has
+   * them: the disk takes and gives those with less work. They become resident when they are
+   * touched. Room of this kind that is large enough already is kept.
+   */
+  void reserveLargePages(unsigned int n);
   /** Copies the bytes of b over this block from offset on; offset + b.size must not pass size. */
   void replace(unsigned int offset, const KTDataBlock& b);
   /** Contents become a copy of the n bytes at p; p may point into this block. */
@@ -54,13 +60,6 @@ class KTR_API KTDataBlock {
   void getData(unsigned char* dst, unsigned int n) const;
   /** The bytes for writing: gives this block a storage of its own first. */
   [[nodiscard]] unsigned char* writable();
-  /**
-   * Of a block that shares no bytes, from 1 MiB on: the bytes become zero, and their room large
-   * pages where the kernel has them, which the disk takes and gives with less work. Other blocks
-   * stay as they are.
-   */
-  void zeroInLargePages();
-
   KTDataBlock& operator+=(const KTDataBlock& b);
   [[nodiscard]] KTDataBlock operator+(const KTDataBlock& b) const;
   [[nodiscard]] bool operator==(const KTDataBlock& b) const;

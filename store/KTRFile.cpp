@@ -135,12 +135,16 @@ void KTRFile::appendToWriteBuffer(const unsigned char* p, unsigned int n) {
   writeFill_ += n;
 }
 
+// The disk takes a flush out of a few large pages for half of what a thousand small ones cost. A
+// stream that sends little keeps to small ones.
 void KTRFile::growWriteBuffer(unsigned int n) {
   KTLogger::instance()->log(KTLogger::Warning,
                             "VERY BAD! DO Resize of the WriteBuffer size:%u bytes full: %u bytes "
                             "blocksize to insert:%u bytes!",
                             writeRoom(), writeFill_, n);
-  writeBuffer_.resize(writeBuffer_.size + 2 * n);
+  const unsigned int size = writeBuffer_.size + 2 * n;
+  if (size >= LARGE_PAGE_SIZE) writeBuffer_.reserveLargePages(size);
+  writeBuffer_.resize(size);
 }
 
 int KTRFile::_writeWriteBuffer() {
@@ -154,21 +158,9 @@ int KTRFile::_writeWriteBuffer() {
 int KTRFile::flush() {
   const unsigned int count = std::exchange(writeFill_, 0);
   const int result = writeOut(count);  // step F1
-  if (result >= 0) {
-    if (count >= LARGE_PAGE_SIZE && !inLargePages_) useLargePages();
-    return 0;
-  }
+  if (result >= 0) return 0;
   KTLogger::instance()->log(KTLogger::Error, "writeKTRData: NULL res:%d , %u bytes", result, count);
   return -1;
-}
-
-// The disk takes a flush out of a few large pages for half of what a thousand small ones cost. A
-// stream that sends little keeps to small ones. What the buffer held is on the disk: its pages are
-// given up, and the next bytes bring in large ones.
-void KTRFile::useLargePages() {
-  inLargePages_ = true;
-  writeBuffer_.reserve(writeBuffer_.size + LARGE_PAGE_SIZE);  // so that the last one is whole
-  writeBuffer_.zeroInLargePages();
 }
 
 int KTRFile::writeOut(unsigned int n) {

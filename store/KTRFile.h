@@ -89,7 +89,6 @@ class KTR_API KTRFile : public KTFile {
 
   [[nodiscard]] int flush();
   [[nodiscard]] int writeOut(unsigned int n);
-  void useLargePages();
   [[nodiscard]] unsigned int writeRoom() const;
   int flushAndClose();
   [[nodiscard]] bool openNextSlice();
@@ -134,7 +133,6 @@ class KTR_API KTRFile : public KTFile {
   unsigned int readOffset_ = 0;
   unsigned int curFileIndex_;
   unsigned int curFrameTimeStamp_ = 0;
-  bool inLargePages_ = false;  // the write buffer
   bool sliceJustCreated_ = false;
   bool canRead_ = true;
   long reportedPos_ = -1;  // of the last read error

@@ -9,11 +9,11 @@
 #include <sstream>
 #include <thread>
 
+#include "host/ByteText.h"
 #include "host/bench/BenchPlace.h"
 #include "host/bench/rivals/WriteLoop.h"
 #include "host/server/OptionFile.h"
 #include "host/server/ServerConnection.h"
-#include "host/view/ByteText.h"
 
 namespace fs = std::filesystem;
 

@@ -122,7 +122,7 @@ void MediaSource::open(const std::string& url, bool withAudio) {
   AVFormatContext* format = allocated(avformat_alloc_context());
   format->interrupt_callback.opaque = this;
   format->interrupt_callback.callback = [](void* source) {
-    return static_cast<const MediaSource*>(source)->waitIsOver() ? 1 : 0;
+    return static_cast<MediaSource*>(source)->waitIsOver() ? 1 : 0;
   };
   Options options;
   if (network_) setNetworkOptions(options, schemeOf(url), withAudio);
@@ -240,12 +240,15 @@ bool MediaSource::next() {
 
 // What a failed read means: true ends the source, false goes on with the next packet.
 bool MediaSource::refused(int result) {
-  if (result == AVERROR_EOF || stop_.requested()) return true;
-  if (result == AVERROR(EAGAIN)) {
-    KTClock::instance()->sleep(KTTimeValue(0, 10'000));
-    return false;
+  if (stop_.requested()) return true;
+  if (!silent_) {
+    if (result == AVERROR_EOF) return true;
+    if (result == AVERROR(EAGAIN)) {
+      KTClock::instance()->sleep(KTTimeValue(0, 10'000));
+      return false;
+    }
+    if (result == AVERROR_INVALIDDATA && ++broken_ < MAX_BROKEN_PACKETS) return false;
   }
-  if (result == AVERROR_INVALIDDATA && ++broken_ < MAX_BROKEN_PACKETS) return false;
   throw MediaError("reading " + name_ + " failed: " + flaw(result),
                    network_ ? "check the camera and the network" : "check the file and its disk");
 }
@@ -282,16 +285,19 @@ std::int64_t MediaSource::durationUs() const {
 void MediaSource::startWaiting() {
   const KTClock::Span timeout = std::chrono::seconds(TIMEOUT_SECONDS);
   waitEndUs_ = (KTClock::instance()->elapsed() + timeout).count();
+  silent_ = false;
 }
 
 // A file may be slow to come (a pipe, a tape); a network source that is silent is lost.
-bool MediaSource::waitIsOver() const {
+bool MediaSource::waitIsOver() {
   if (stop_.requested()) return true;
-  return network_ && KTClock::instance()->elapsed().count() >= waitEndUs_;
+  silent_ = network_ && KTClock::instance()->elapsed().count() >= waitEndUs_;
+  return silent_;
 }
 
+// A wait that is over in the middle of a packet comes back from libavformat as one of many errors.
 std::string MediaSource::flaw(int result) const {
-  const bool silent = result == AVERROR_EXIT || result == AVERROR(ETIMEDOUT);
+  const bool silent = silent_ || result == AVERROR_EXIT || result == AVERROR(ETIMEDOUT);
   return silent ? "no answer for " + std::to_string(TIMEOUT_SECONDS) + " seconds"
                 : libAvError(result);
 }

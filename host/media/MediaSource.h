@@ -81,7 +81,7 @@ class MediaSource {
   void chooseAudio();
   void describeStream();
   void startWaiting();
-  [[nodiscard]] bool waitIsOver() const;
+  [[nodiscard]] bool waitIsOver();
   [[nodiscard]] bool refused(int result);
   [[nodiscard]] std::string flaw(int result) const;
   [[nodiscard]] std::optional<std::int64_t> microseconds(std::int64_t stamp) const;
@@ -95,5 +95,6 @@ class MediaSource {
   bool isAudio_ = false;
   bool network_;
   std::int64_t waitEndUs_ = 0;  // of the monotonic clock
+  bool silent_ = false;         // a wait has gone by without what was waited for
   unsigned int broken_ = 0;     // packets in a row that could not be read
 };

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "host/view/ByteText.h"
+#include "host/ByteText.h"
 #include "runtime/KTString.h"
 
 using std::chrono::seconds;

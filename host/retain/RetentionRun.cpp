@@ -3,12 +3,12 @@
 #include <algorithm>
 
 #include "handles/KTRRemovalGuard.h"
+#include "host/ByteText.h"
 #include "host/HostError.h"
 #include "host/SessionCatalog.h"
 #include "host/input/DurationText.h"
 #include "host/media/SteadyClock.h"
 #include "host/retain/EmptyDays.h"
-#include "host/view/ByteText.h"
 #include "runtime/KTLogger.h"
 
 std::string RetentionRun::Deletion::line() const {

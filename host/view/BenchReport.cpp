@@ -2,7 +2,7 @@
 
 #include <cstdarg>
 
-#include "host/view/ByteText.h"
+#include "host/ByteText.h"
 #include "runtime/KTString.h"
 
 using nlohmann::ordered_json;

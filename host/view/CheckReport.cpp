@@ -1,6 +1,6 @@
 #include "host/view/CheckReport.h"
 
-#include "host/view/ByteText.h"
+#include "host/ByteText.h"
 
 using nlohmann::ordered_json;
 

@@ -1,6 +1,6 @@
 #include "host/view/RetentionReport.h"
 
-#include "host/view/ByteText.h"
+#include "host/ByteText.h"
 
 using nlohmann::ordered_json;
 

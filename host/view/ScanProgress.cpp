@@ -1,7 +1,7 @@
 #include "host/view/ScanProgress.h"
 
+#include "host/ByteText.h"
 #include "host/record/RecordDisplay.h"
-#include "host/view/ByteText.h"
 
 using std::chrono::milliseconds;
 using std::chrono::seconds;

@@ -3,8 +3,8 @@
 #include <iomanip>
 #include <nlohmann/json.hpp>
 
+#include "host/ByteText.h"
 #include "host/input/DurationText.h"
-#include "host/view/ByteText.h"
 
 using nlohmann::ordered_json;
 

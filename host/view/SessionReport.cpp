@@ -2,9 +2,9 @@
 
 #include <nlohmann/json.hpp>
 
+#include "host/ByteText.h"
 #include "host/input/DurationText.h"
 #include "host/input/TimeText.h"
-#include "host/view/ByteText.h"
 #include "host/view/EventReport.h"
 #include "host/view/TextTable.h"
 #include "host/view/Timeline.h"

@@ -98,8 +98,15 @@ TEST_F(RtspTest, StopEndsAReadThatWaits) {
   EXPECT_TRUE(input.stopped());
 }
 
-TEST_F(RtspTest, CameraThatFallsSilentIsGivenUp) {
-  const TestRtspServer camera(clip("a.mp4"), TestRtspServer::PlayAndStay);
+class RtspSilenceTest : public RtspTest,
+                        public testing::WithParamInterface<TestRtspServer::Behaviour> {};
+
+INSTANTIATE_TEST_SUITE_P(BetweenPacketsAndWithinOne, RtspSilenceTest,
+                         testing::Values(TestRtspServer::PlayAndStay,
+                                         TestRtspServer::PlayAndStick));
+
+TEST_P(RtspSilenceTest, CameraThatFallsSilentIsGivenUp) {
+  const TestRtspServer camera(clip("a.mp4"), GetParam());
   ManualClock clock;
   MediaInput input(camera.url());
   AccessUnit unit;

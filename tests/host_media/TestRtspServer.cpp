@@ -182,6 +182,7 @@ std::string TestRtspServer::answerTo(const std::string& request) {
 
 void TestRtspServer::sendClip() {
   RtpStream(clip_, &client_).sendAll(tracks_);
+  if (behaviour_ == PlayAndStick) TestListener::sendAll(client_, "$", 1);
   sent_ = true;
   sent_.notify_all();
 }

@@ -21,6 +21,7 @@ class TestRtspServer {
   enum Behaviour {
     PlayAndClose,   // sends the whole clip and closes the connection
     PlayAndStay,    // sends the whole clip and falls silent
+    PlayAndStick,   // sends the whole clip and the beginning of a packet, and falls silent
     NeverAnswer,    // takes the connection and falls silent
     WantsPassword,  // refuses whoever has none
   };

@@ -89,10 +89,15 @@ TEST_F(KTDataBlockTest, LargeBlocksKeepTheirBytesWhenTheyGrow) {
   EXPECT_EQ(text(part.copy(0, 2U << 20)), std::string(2 << 20, 'b'));
 }
 
-TEST_F(KTDataBlockTest, LargePagesAreZeroAndGrowAsOthers) {
+TEST_F(KTDataBlockTest, LargePagesKeepTheBytesAndGrowAsOthers) {
   KTDataBlock b = block(std::string(5 << 20, 'a'));
-  b.zeroInLargePages();
-  EXPECT_EQ(text(b), std::string(5 << 20, '\0'));
+  b.reserveLargePages(6U << 20);
+  EXPECT_EQ(text(b), std::string(5 << 20, 'a'));
+  const unsigned char* const place = b.data;
+  b.resize(24U << 20);
+  b.reserveLargePages(20U << 20);
+  EXPECT_EQ(b.data, place) << "there was room for four times as much";
+  b.resize(5U << 20);
   std::memset(b.writable(), 'b', 5U << 20);
   for (const unsigned int n : {6U << 20, 9U << 20, 40U << 20}) {
     b.resize(n);
@@ -100,16 +105,20 @@ TEST_F(KTDataBlockTest, LargePagesAreZeroAndGrowAsOthers) {
   }
 }
 
-TEST_F(KTDataBlockTest, BytesThatAreSharedOrFewGetNoLargePages) {
-  KTDataBlock b = block(std::string(5 << 20, 'a'));
-  const KTDataBlock other(b);
-  b.zeroInLargePages();
-  EXPECT_EQ(text(other), std::string(5 << 20, 'a'));
+TEST_F(KTDataBlockTest, LargePagesOfACopyOrAPartAreItsOwn) {
+  const KTDataBlock whole = block(std::string(5 << 20, 'a'));
+  KTDataBlock part = whole.copy(1U << 20, 3U << 20);
+  part.reserveLargePages(1);
+  std::memset(part.writable(), 'b', part.size);
+  EXPECT_EQ(text(whole), std::string(5 << 20, 'a'));
+  EXPECT_EQ(text(part), std::string(3 << 20, 'b'));
   KTDataBlock few = block("abc");
-  few.zeroInLargePages();
+  few.reserveLargePages(9);
   EXPECT_EQ(text(few), "abc");
   KTDataBlock none;
-  none.zeroInLargePages();
+  none.reserveLargePages(0);
+  EXPECT_EQ(none.size, 0U);
+  none.reserveLargePages(4U << 20);
   EXPECT_EQ(none.size, 0U);
 }
 

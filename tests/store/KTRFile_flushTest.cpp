@@ -197,7 +197,7 @@ TEST_F(KTRFile_flushTest, OnlyAStreamThatSendsMuchIsKeptInLargePages) {
   const bool known = fs::exists("/sys/kernel/mm/transparent_hugepage");  // to this kernel
   openWriter();
   const size_t before = bytesForLargePages();
-  ASSERT_EQ(flush(2 * MIB - 40'000), 0);
+  ASSERT_EQ(flush(2 * MIB - 100'000), 0);
   EXPECT_EQ(bytesForLargePages(), before);
   ASSERT_EQ(flush(5 * MIB), 0);
   EXPECT_GE(bytesForLargePages(), before + (known ? 5 * MIB : 0));

@@ -11,6 +11,7 @@ namespace {
 
 constexpr unsigned int MINUTE = 60;
 constexpr unsigned int SHORT_SECONDS = 2;
+constexpr unsigned int TWO_FLUSHES = 24;
 constexpr unsigned int SHORT_STREAMS = 2;
 constexpr double MIB = 1 << 20;
 
@@ -20,11 +21,12 @@ RecordScenario::RecordScenario(BenchPlace& place, unsigned int streams)
     : place_(place),
       name_("record-" + std::to_string(streams)),
       streams_(place.size(streams, std::min(streams, SHORT_STREAMS))),
+      settlingSeconds_(place.size(TWO_FLUSHES, 1U)),
       seconds_(place.size(MINUTE, SHORT_SECONDS)) {}
 
 std::string RecordScenario::description() const {
   return std::to_string(streams_) + " live streams of 4 Mbit/s for " + std::to_string(seconds_) +
-         " s";
+         " s, after " + std::to_string(settlingSeconds_) + " s in which their memory comes";
 }
 
 void RecordScenario::prepare() {
@@ -49,29 +51,44 @@ Measurement RecordScenario::run() {
 void RecordScenario::measure(LiveStreams& live, Measurement& result) const {
   const std::uint64_t before = ResourceMeter::residentBytes();
   std::uint64_t most = before;
+  const auto pass = [&](unsigned int seconds) {
+    for (unsigned int i = 0; i < seconds; ++i) {
+      std::this_thread::sleep_for(std::chrono::seconds(1));
+      most = std::max(most, ResourceMeter::residentBytes());
+    }
+  };
   live.start();
   live.mark();
+  Measurement settling;
+  const ResourceMeter settlingMeter(place_.serverPid());
+  pass(settlingSeconds_);
+  settlingMeter.read(settling);
+
   const LiveStreams::Stored first = live.stored();
   const double feederFirst = live.feederCpuSeconds();
   const ResourceMeter meter(place_.serverPid());
-  for (unsigned int i = 0; i < seconds_; ++i) {
-    std::this_thread::sleep_for(std::chrono::seconds(1));
-    most = std::max(most, ResourceMeter::residentBytes());
-  }
+  pass(seconds_);
   meter.read(result);
   const LiveStreams::Stored last = live.stored();
   result.operations = last.frames - first.frames;
   result.bytes = last.bytes - first.bytes;
   result.residentBytes = most - before;
   addFigures(live, live.feederCpuSeconds() - feederFirst, result);
+  result.figures.push_back({"% of a core per stream, all but the server, while memory comes",
+                            shareOf(settling.cpuSeconds + settling.kernelCpuSeconds, settling)});
+}
+
+// Percent of a processor for each stream.
+double RecordScenario::shareOf(double cpuSeconds, const Measurement& measured) const {
+  return 100 * cpuSeconds / measured.seconds / streams_;
 }
 
 void RecordScenario::addFigures(const LiveStreams& live, double feederCpu,
                                 Measurement& result) const {
-  const auto ofStream = [&](double cpuSeconds) {
-    return 100 * cpuSeconds / result.seconds / streams_;
-  };
+  const auto ofStream = [&](double cpuSeconds) { return shareOf(cpuSeconds, result); };
   result.figures = {
+      {"% of a core per stream, all but the server",
+       ofStream(result.cpuSeconds + result.kernelCpuSeconds)},
       {"% of a core per stream, process", ofStream(result.cpuSeconds)},
       {"% of a core per stream, of that the feeder", ofStream(feederCpu)},
       {"% of a core per stream, server", ofStream(result.serverCpuSeconds)},

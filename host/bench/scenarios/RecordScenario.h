@@ -6,8 +6,10 @@
 
 /**
  * Live streams recorded at once, each frame given to its session when its time has come: what a
- * stream costs, and whether all of them are kept up with. The latency shown is that of commit():
- * how long a frame keeps up who brings it.
+ * stream costs, and whether all of them are kept up with. What it costs is measured when their
+ * buffers have been filled twice: until then they take memory for the first time, and what that
+ * costs is shown by itself. The latency shown is that of commit(): how long a frame keeps up who
+ * brings it.
  */
 class RecordScenario : public Scenario {
  public:
@@ -21,11 +23,13 @@ class RecordScenario : public Scenario {
 
  private:
   void measure(LiveStreams& live, Measurement& result) const;
+  [[nodiscard]] double shareOf(double cpuSeconds, const Measurement& measured) const;
   void addFigures(const LiveStreams& live, double feederCpu, Measurement& result) const;
 
   BenchPlace& place_;
   const std::string name_;
   const unsigned int streams_;
+  const unsigned int settlingSeconds_;
   const unsigned int seconds_;
   unsigned int runs_ = 0;
 };

@@ -1,4 +1,4 @@
-#include "host/view/ByteText.h"
+#include "host/ByteText.h"
 
 #include <array>
 #include <cstdio>
