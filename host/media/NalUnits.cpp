@@ -25,15 +25,27 @@ NalKind hevcKind(unsigned int type) {
 
 NalUnits::NalUnits(MediaBytes annexB) : bytes_(annexB), nextStart_(findStartCode(0)) {}
 
+// A unit that does not begin with a zero is not empty, wherever it ends.
 bool NalUnits::next() {
   do {
-    if (nextStart_ == bytes_.size()) return false;
-    begin_ = nextStart_ + START_CODE_SIZE;
-    nextStart_ = findStartCode(begin_);
-    end_ = nextStart_;
-    while (end_ > begin_ && bytes_[end_ - 1] == 0) --end_;
-  } while (end_ == begin_);
+    if (nextStart() == bytes_.size()) return false;
+    begin_ = nextStart() + START_CODE_SIZE;
+    nextStart_ = UNKNOWN;
+  } while (begin_ == bytes_.size() || (bytes_[begin_] == 0 && unit().empty()));
   return true;
+}
+
+MediaBytes NalUnits::unit() {
+  size_t end = nextStart();
+  while (end > begin_ && bytes_[end - 1] == 0) --end;
+  return bytes_.subspan(begin_, end - begin_);
+}
+
+// Pictures are long and end their access unit most often: who asks for no more than what they are
+// is spared the search for their end.
+size_t NalUnits::nextStart() {
+  if (nextStart_ == UNKNOWN) nextStart_ = findStartCode(begin_);
+  return nextStart_;
 }
 
 // By the last byte of the code: a byte of 1 is rare enough in coded pictures for the search to run

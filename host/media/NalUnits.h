@@ -25,15 +25,21 @@ class NalUnits {
   /** Moves to the next NAL unit; false when there is none. */
   [[nodiscard]] bool next();
   /** The current unit without its start code; never empty after next() was true. */
-  [[nodiscard]] MediaBytes unit() const { return bytes_.subspan(begin_, end_ - begin_); }
+  [[nodiscard]] MediaBytes unit();
+  /** The kind of the current unit, whose end is not looked for. */
+  [[nodiscard]] NalKind kind(MediaCodec codec) const {
+    return kindOf(codec, bytes_.subspan(begin_));
+  }
   /** The kind of a NAL unit of H.264 or H.265. */
   [[nodiscard]] static NalKind kindOf(MediaCodec codec, MediaBytes unit);
 
  private:
   [[nodiscard]] size_t findStartCode(size_t from) const;
+  [[nodiscard]] size_t nextStart();
 
   MediaBytes bytes_;
+  static constexpr size_t UNKNOWN = static_cast<size_t>(-1);
+
   size_t begin_ = 0;
-  size_t end_ = 0;
-  size_t nextStart_ = 0;
+  size_t nextStart_;  // of the unit behind the current one, once somebody has asked
 };

@@ -88,7 +88,7 @@ ParameterSets::Lead ParameterSets::remember(MediaBytes annexB) {
   bool found[] = {codec_ != MediaCodec::Hevc, false, false};
   NalUnits units(annexB);
   for (bool first = true; units.next(); first = false) {
-    const NalKind kind = NalUnits::kindOf(codec_, units.unit());
+    const NalKind kind = units.kind(codec_);
     if (kind == NalKind::Picture) break;  // sets never follow a picture within an access unit
     if (kind == NalKind::Delimiter && first) {
       lead.delimiterSize =

@@ -33,7 +33,7 @@ bool holdsSets(MediaBytes annexB, MediaCodec codec) {
   bool pps = false;
   bool vps = codec != MediaCodec::Hevc;
   for (NalUnits units(annexB); units.next();) {
-    const NalKind kind = NalUnits::kindOf(codec, units.unit());
+    const NalKind kind = units.kind(codec);
     sps = sps || kind == NalKind::Sps;
     pps = pps || kind == NalKind::Pps;
     vps = vps || kind == NalKind::Vps;

@@ -30,6 +30,19 @@ TEST(NalUnitsTest, EmptyUnitsArePassedOver) {
   EXPECT_TRUE(unitsOf({0, 0, 1}).empty());
 }
 
+TEST(NalUnitsTest, KindsAreToldWithoutTheUnitsAndBesideThem) {
+  const Bytes annexB = {0, 0, 1, 103, 5, 0, 0, 1, 0, 0, 0, 1, 104, 6, 0, 0, 1, 101, 7};
+  const std::vector<NalKind> expected = {NalKind::Sps, NalKind::Pps, NalKind::Picture};
+  for (const bool withUnits : {false, true}) {
+    std::vector<NalKind> kinds;
+    for (NalUnits units(annexB); units.next();) {
+      if (withUnits) EXPECT_EQ(units.unit().size(), 2U);
+      kinds.push_back(units.kind(MediaCodec::H264));
+    }
+    EXPECT_EQ(kinds, expected);
+  }
+}
+
 TEST(NalUnitsTest, BytesWithoutStartCodeHoldNoUnit) {
   EXPECT_TRUE(unitsOf({}).empty());
   EXPECT_TRUE(unitsOf({1, 2, 3, 0, 0}).empty());
