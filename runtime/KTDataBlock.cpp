@@ -160,12 +160,12 @@ void KTDataBlock::reserve(unsigned int n) {
 }
 
 void KTDataBlock::reserveLargePages(unsigned int n) {
-  constexpr unsigned int TIMES = 4;
+  constexpr unsigned int SPARE = 6U << 20;
   if (n == 0 || (ownRoom() >= n && storage_->inLargePages)) return;
   const unsigned int needed = std::max(n, size);
-  const bool huge = needed > std::numeric_limits<unsigned int>::max() / TIMES;
+  const unsigned int most = std::numeric_limits<unsigned int>::max();
   KTDataBlock room;
-  room.moveTo(huge ? needed : TIMES * needed);
+  room.moveTo(needed + std::min(SPARE, most - needed));
   room.storage_->useLargePages();
   if (size != 0) std::memcpy(room.storage_->bytes(), data, size);
   room.size = size;
