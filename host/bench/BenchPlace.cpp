@@ -6,6 +6,8 @@
 #include <filesystem>
 
 #include "host/HostError.h"
+#include "host/server/OptionFile.h"
+#include "host/server/ServerConnection.h"
 #include "host/system/UniqueFd.h"
 
 namespace fs = std::filesystem;
@@ -65,6 +67,17 @@ std::string BenchPlace::storageOf(const std::string& recorder) const {
 
 KTR_DB_handle& BenchPlace::recorder(const std::string& name) const {
   return context_.createRecorder(RecorderName::parse(name));
+}
+
+void BenchPlace::writeDownIndex(const KTR_DB_handle& recorder) const {
+  const std::string table = std::string(recorder.getName().c_str()) + "." +
+                            KTR_DBTable::KTR_TableName[KTR_DBTable::TB_DATA_STREAMS].c_str();
+  ServerConnection server;
+  if (!server.connectTo(serverPaths().socket(), OptionFile::currentUser()) ||
+      !server.run("FLUSH TABLES " + table + " FOR EXPORT") || !server.run("UNLOCK TABLES")) {
+    throw failure("the server does not write its rows down (" + server.error() + ")",
+                  "see its log in " + directory());
+  }
 }
 
 pid_t BenchPlace::serverPid() const {

@@ -52,6 +52,11 @@ class BenchPlace {
                                           KTR_DBTable::KtrTableType table) {
     return recorder.tb_rownum(KTR_DBTable::KTR_TableName[table]);
   }
+  /**
+   * Waits until the index rows of a recorder are on the disk, as those of yesterday are: else the
+   * server writes them down for minutes, beside what is measured.
+   */
+  void writeDownIndex(const KTR_DB_handle& recorder) const;
   /** The server's process. */
   [[nodiscard]] pid_t serverPid() const;
   [[nodiscard]] ServerPaths serverPaths() const { return ServerPaths(own_.root); }

@@ -30,6 +30,13 @@ bool ServerConnection::connect(const char* user, const char* socket) {
   return connected_;
 }
 
+bool ServerConnection::run(const std::string& statement) {
+  if (!connected_) return false;
+  const bool done = mysql_real_query(&mysql_, statement.data(), statement.size()) == 0;
+  if (!done) error_ = mysql_error(&mysql_);
+  return done;
+}
+
 std::optional<std::string> ServerConnection::value(const std::string& query, unsigned int column) {
   if (!connected_ || mysql_real_query(&mysql_, query.data(), query.size()) != 0) {
     return std::nullopt;

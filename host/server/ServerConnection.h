@@ -27,6 +27,8 @@ class ServerConnection {
   [[nodiscard]] bool connectByOptionFiles();
   [[nodiscard]] const std::string& error() const { return error_; }
 
+  /** Runs a statement that answers no rows. */
+  [[nodiscard]] bool run(const std::string& statement);
   /** Column column of the first row; nothing when there is no row, or the value is null. */
   [[nodiscard]] std::optional<std::string> value(const std::string& query, unsigned int column = 0);
   /** The seconds that a connect may take; 0 for no limit. */

@@ -36,7 +36,9 @@ TEST(NalUnitsTest, KindsAreToldWithoutTheUnitsAndBesideThem) {
   for (const bool withUnits : {false, true}) {
     std::vector<NalKind> kinds;
     for (NalUnits units(annexB); units.next();) {
-      if (withUnits) EXPECT_EQ(units.unit().size(), 2U);
+      if (withUnits) {
+        EXPECT_EQ(units.unit().size(), 2U);
+      }
       kinds.push_back(units.kind(MediaCodec::H264));
     }
     EXPECT_EQ(kinds, expected);

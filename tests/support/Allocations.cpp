@@ -9,10 +9,6 @@
 #define KTR_SANITIZED_HEAP
 #endif
 
-#ifdef KTR_SANITIZED_HEAP
-#include <sanitizer/allocator_interface.h>
-#endif
-
 namespace {
 
 thread_local std::size_t counted = 0;
@@ -20,6 +16,12 @@ thread_local std::size_t counted = 0;
 }  // namespace
 
 #ifdef KTR_SANITIZED_HEAP
+
+// The run-time libraries of both compilers have it, the headers of one do not.
+// NOLINTNEXTLINE(bugprone-reserved-identifier): the run-time library's name
+extern "C" int __sanitizer_install_malloc_and_free_hooks(void (*allocated)(const volatile void*,
+                                                                           std::size_t),
+                                                         void (*freed)(const volatile void*));
 
 namespace {
 

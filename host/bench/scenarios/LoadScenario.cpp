@@ -55,6 +55,7 @@ void LoadScenario::prepare() {
   const std::string directory = place_.storageOf(recorder) + "/";
   makeSlice(directory);
   store(place_.recorder(recorder), directory);
+  place_.writeDownIndex(place_.recorder(recorder));
 }
 
 // One slice of real footage; the sessions' slices are further names of it.
