@@ -217,6 +217,15 @@ int unlink(const char* path) __THROW {
 }  // extern "C"
 #pragma GCC visibility pop
 
+namespace {
+
+// Handlers of signals write as well, and may not look for the C library's function then.
+[[gnu::constructor]] void findWrite() {
+  (void)write(-1, nullptr, 0);
+}
+
+}  // namespace
+
 FaultCalls::FaultCalls() {
   const std::lock_guard lock(faults().mutex);
   faults().count = 0;
