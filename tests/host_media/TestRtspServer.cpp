@@ -182,7 +182,8 @@ std::string TestRtspServer::answerTo(const std::string& request) {
 
 void TestRtspServer::sendClip() {
   RtpStream(clip_, &client_).sendAll(tracks_);
-  if (behaviour_ == PlayAndStick) TestListener::sendAll(client_, "$", 1);
+  const unsigned char beginning[] = {'$', 0, 4, 0, 128, 96};  // of a packet of 1024 bytes
+  if (behaviour_ == PlayAndStick) TestListener::sendAll(client_, beginning, sizeof beginning);
   sent_ = true;
   sent_.notify_all();
 }
