@@ -165,7 +165,7 @@ void KTDataBlock::reserveLargePages(unsigned int n) {
   const unsigned int needed = std::max(n, size);
   const unsigned int most = std::numeric_limits<unsigned int>::max();
   KTDataBlock room;
-  room.moveTo(needed + std::min(SPARE, most - needed));
+  room.moveTo(needed + std::min(std::max(SPARE, needed / 2), most - needed));
   room.storage_->useLargePages();
   if (size != 0) std::memcpy(room.storage_->bytes(), data, size);
   room.size = size;

@@ -136,7 +136,8 @@ void MediaSource::open(const std::string& url, bool withAudio) {
   }
   if (result >= 0 && !stop_.requested()) return;
   if (stop_.requested()) throw MediaError("opening " + name_ + " was stopped", "start it again");
-  throw MediaError("cannot open " + name_ + ": " + flaw(result), adviceFor(result, network_));
+  throw MediaError("cannot open " + name_ + ": " + flaw(result),
+                   adviceFor(silent_ ? AVERROR(ETIMEDOUT) : result, network_));
 }
 
 // A camera's row of JPEG pictures over HTTP carries no times; counting at some rate would be wrong.

@@ -138,7 +138,7 @@ TEST_F(CrashDeletionTest, BetweenTheRowsAndTheFilesOfAWindow) {
 
 TEST_F(CrashDeletionTest, InTheMiddleOfTheFilesOfAWindow) {
   const Recorder cam = throwAwayUntil(killAt("unlink", "_R1_", 2));
-  EXPECT_LE(2U, files(cam).size());  // of two slices or more and the sidecar file
+  EXPECT_LE(2U, files(cam).size());  // one of the sidecar file and two slices or more is gone
   expectThrownAway(cam);
 }
 

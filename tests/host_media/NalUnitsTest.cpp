@@ -28,6 +28,7 @@ TEST(NalUnitsTest, ZerosBehindAUnitAreNotPartOfIt) {
 TEST(NalUnitsTest, EmptyUnitsArePassedOver) {
   EXPECT_EQ(unitsOf({0, 0, 1, 0, 0, 1, 9}), (std::vector<Bytes>{{9}}));
   EXPECT_TRUE(unitsOf({0, 0, 1}).empty());
+  EXPECT_EQ(unitsOf({0, 0, 1, 0, 5, 0, 0, 1, 0}), (std::vector<Bytes>{{0, 5}}));
 }
 
 TEST(NalUnitsTest, KindsAreToldWithoutTheUnitsAndBesideThem) {

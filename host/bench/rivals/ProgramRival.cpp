@@ -55,7 +55,7 @@ int ProgramRival::runOnce(Measurement& result) const {
 
 unsigned int ProgramRival::limitSeconds() const {
   constexpr unsigned int LEAST = 5;
-  constexpr unsigned int TIMES_REAL_TIME = 60;
+  constexpr unsigned int TIMES_REAL_TIME = 20;
   const auto seconds = static_cast<unsigned int>(work_.frames / BenchClip::FRAME_RATE);
   return work_.limitSeconds != 0 ? work_.limitSeconds : LEAST + seconds / TIMES_REAL_TIME;
 }

@@ -26,7 +26,8 @@ RecordScenario::RecordScenario(BenchPlace& place, unsigned int streams)
 
 std::string RecordScenario::description() const {
   return std::to_string(streams_) + " live streams of 4 Mbit/s for " + std::to_string(seconds_) +
-         " s, after " + std::to_string(settlingSeconds_) + " s in which their memory comes";
+         " s, after " + std::to_string(settlingSeconds_) +
+         " s in which their buffers are first filled";
 }
 
 void RecordScenario::prepare() {
@@ -57,10 +58,10 @@ void RecordScenario::measure(LiveStreams& live, Measurement& result) const {
       most = std::max(most, ResourceMeter::residentBytes());
     }
   };
-  live.start();
-  live.mark();
   Measurement settling;
   const ResourceMeter settlingMeter(place_.serverPid());
+  live.start();
+  live.mark();
   pass(settlingSeconds_);
   settlingMeter.read(settling);
 
@@ -74,7 +75,7 @@ void RecordScenario::measure(LiveStreams& live, Measurement& result) const {
   result.bytes = last.bytes - first.bytes;
   result.residentBytes = most - before;
   addFigures(live, live.feederCpuSeconds() - feederFirst, result);
-  result.figures.push_back({"% of a core per stream, all but the server, while memory comes",
+  result.figures.push_back({"% of a core per stream, all but the server, from the start to there",
                             shareOf(settling.cpuSeconds + settling.kernelCpuSeconds, settling)});
 }
 

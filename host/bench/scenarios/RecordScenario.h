@@ -8,8 +8,8 @@
  * Live streams recorded at once, each frame given to its session when its time has come: what a
  * stream costs, and whether all of them are kept up with. What it costs is measured when their
  * buffers have been filled twice: until then they take memory for the first time, and what that
- * costs is shown by itself. The latency shown is that of commit(): how long a frame keeps up who
- * brings it.
+ * costs, with the start of the sessions, is shown by itself. Queues and latencies are of the whole
+ * time. The latency shown is that of commit(): how long a frame keeps up who brings it.
  */
 class RecordScenario : public Scenario {
  public:
