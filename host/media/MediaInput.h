@@ -26,7 +26,7 @@
  * Threads: constructed and read by one thread; stop() and stopped() from any thread, stop() also
  *   from a signal handler.
  * Blocks: the constructor until the source has shown what it is, read() until a picture is due. A
- *   network source that stays silent for TIMEOUT_SECONDS is given up.
+ *   network source that sends no picture for TIMEOUT_SECONDS is given up.
  * Errors: MediaError.
  */
 class MediaInput {

@@ -7,7 +7,6 @@
 
 #include "host/media/AudioTrack.h"
 #include "host/media/LibAv.h"
-#include "host/media/MediaError.h"
 #include "host/media/SecretText.h"
 #include "runtime/KTClock.h"
 #include "runtime/KTLogger.h"
@@ -80,6 +79,11 @@ AVRational rateOf(AVFormatContext& format, AVStream& stream) {
     if (perSecond(rate) > 0 && perSecond(rate) < 255.5) return rate;
   }
   return {25, 1};
+}
+
+bool hasSentPackets(const AVFormatContext& format) {
+  return std::any_of(format.streams, format.streams + format.nb_streams,
+                     [](const AVStream* s) { return s->start_time != AV_NOPTS_VALUE; });
 }
 
 }  // namespace
@@ -164,7 +168,7 @@ void MediaSource::chooseStream() {
     if (stored && (stream_ == nullptr || static_cast<int>(i) == best)) stream_ = stream;
   }
   if (stream_ == nullptr && others.empty()) {
-    throw MediaError(name_ + " has no video", "give a source with H.264, H.265 or MJPEG video");
+    throw lack(" has no video", "give a source with H.264, H.265 or MJPEG video");
   }
   if (stream_ == nullptr) {
     throw MediaError(name_ + " has " + others + " video",
@@ -198,6 +202,13 @@ void MediaSource::chooseAudio() {
   }
 }
 
+// What the source does not show, because it has sent nothing or else because it has none.
+MediaError MediaSource::lack(const char* what, const char* advice) const {
+  if (!silent_ || hasSentPackets(*handles_->format)) return {name_ + what, advice};
+  const int result = AVERROR(ETIMEDOUT);
+  return {"cannot open " + name_ + ": " + flaw(result), adviceFor(result, network_)};
+}
+
 const AVCodecParameters* MediaSource::audio() const {
   return audio_ == nullptr ? nullptr : audio_->codecpar;
 }
@@ -205,8 +216,7 @@ const AVCodecParameters* MediaSource::audio() const {
 void MediaSource::describeStream() {
   const AVCodecParameters& coded = *stream_->codecpar;
   if (coded.width <= 0 || coded.height <= 0) {
-    throw MediaError(name_ + " does not show the size of its pictures",
-                     "check that the source sends key frames");
+    throw lack(" does not show the size of its pictures", "check that the source sends key frames");
   }
   const AVRational rate = rateOf(*handles_->format, *stream_);
   info_.codec = *mediaCodecOf(coded.codec_id);
@@ -224,8 +234,8 @@ MediaBytes MediaSource::header() const {
 
 bool MediaSource::next() {
   AVPacket* const packet = handles_->packet.get();
+  if (!isAudio_) startWaiting();  // a camera whose picture stands still is lost, sound or not
   while (!stop_.requested()) {
-    if (!isAudio_) startWaiting();  // a camera whose picture stands still is lost, sound or not
     av_packet_unref(packet);
     const int result = av_read_frame(handles_->format.get(), packet);
     if (result < 0) {
@@ -244,12 +254,13 @@ bool MediaSource::refused(int result) {
   if (stop_.requested()) return true;
   if (!silent_) {
     if (result == AVERROR_EOF) return true;
-    if (result == AVERROR(EAGAIN)) {
+    if (result == AVERROR(EAGAIN) && !waitIsOver()) {
       KTClock::instance()->sleep(KTTimeValue(0, 10'000));
       return false;
     }
     if (result == AVERROR_INVALIDDATA && ++broken_ < MAX_BROKEN_PACKETS) return false;
   }
+  if (stop_.requested()) return true;
   throw MediaError("reading " + name_ + " failed: " + flaw(result),
                    network_ ? "check the camera and the network" : "check the file and its disk");
 }

@@ -6,6 +6,7 @@
 #include <string>
 
 #include "host/media/MediaCodec.h"
+#include "host/media/MediaError.h"
 #include "host/media/MediaStop.h"
 #include "host/media/NalUnits.h"
 
@@ -20,8 +21,8 @@ struct AVStream;
  *
  * Owns: the connection or file, the current packet.
  * Threads: one thread; the stop request may come from any.
- * Blocks: the constructor and next(), at most TIMEOUT_SECONDS at a time for a silent network
- *   source; a stop request ends the wait.
+ * Blocks: the constructor and next(), at most TIMEOUT_SECONDS at a time for a network source that
+ *   sends no picture; a stop request ends the wait.
  * Errors: MediaError. Sound of a kind that is not stored is left out, with one warning.
  */
 class MediaSource {
@@ -80,6 +81,7 @@ class MediaSource {
   void chooseStream();
   void chooseAudio();
   void describeStream();
+  [[nodiscard]] MediaError lack(const char* what, const char* advice) const;
   void startWaiting();
   [[nodiscard]] bool waitIsOver();
   [[nodiscard]] bool refused(int result);

@@ -43,6 +43,7 @@ TEST_F(LiveStreamsTest, EveryFrameIsStored) {
   EXPECT_THAT(flawsOf(live), IsEmpty());
   EXPECT_EQ(live.commits().count(), live.stored().frames);
   EXPECT_GT(live.stored().bytes, live.stored().frames);
+  EXPECT_GT(live.commitCpuSeconds(), 0);
 }
 
 TEST_F(LiveStreamsTest, MoreThanARecorderTakesAreRecordedByTwo) {

@@ -35,6 +35,9 @@ TEST_F(RecordScenarioTest, StoresWhatTheStreamsBring) {
   EXPECT_GT(result.bytes, result.operations);
   EXPECT_GE(result.latencies.count(), result.operations);
   EXPECT_THAT(result.figures, Contains(Pair("longest queue", testing::Ge(1))));
+  EXPECT_THAT(
+      result.figures,
+      Contains(Pair("% of a core per stream, the library's threads and commit()", testing::Gt(0))));
   EXPECT_FALSE(anySliceIsLeft());
 }
 

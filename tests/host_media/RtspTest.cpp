@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "host/media/MediaError.h"
+#include "host/media/MediaSource.h"
 #include "tests/host_media/StoredFrames.h"
 #include "tests/host_media/TestRtspServer.h"
 #include "tests/support/ManualClock.h"
@@ -14,6 +15,26 @@ namespace {
 
 using testing::HasSubstr;
 using testing::ThrowsMessage;
+
+/** Lets a clock run, faster than time, once a camera has sent all that it sends. */
+class PassingTime {
+ public:
+  PassingTime(const TestRtspServer& camera, ManualClock& clock)
+      : thread_([&camera, &clock, this] {
+          camera.awaitSent();
+          while (!done_) clock.advance(std::chrono::milliseconds(20));
+        }) {}
+  PassingTime(const PassingTime&) = delete;
+  PassingTime& operator=(const PassingTime&) = delete;
+  ~PassingTime() {
+    done_ = true;
+    thread_.join();
+  }
+
+ private:
+  std::atomic<bool> done_{false};
+  std::thread thread_;
+};
 
 class RtspTest : public testing::Test {
  protected:
@@ -33,22 +54,15 @@ class RtspTest : public testing::Test {
     }
   }
 
-  // Time passes once the camera has sent all that it sends.
   void expectGivenUp(TestRtspServer::Behaviour behaviour) {
     const TestRtspServer camera(clip("a.mp4"), behaviour);
     ManualClock clock;
     MediaInput input(camera.url());
     AccessUnit unit;
     ASSERT_TRUE(input.read(unit));
-    camera.awaitSent();
-    std::atomic<bool> done{false};
-    std::thread time([&] {
-      while (!done) clock.advance(std::chrono::milliseconds(20));
-    });
+    const PassingTime time(camera, clock);
     EXPECT_EQ(endOf(input), "reading " + camera.url() + " failed: no answer for 10 seconds: " +
                                 "check the camera and the network");
-    done = true;
-    time.join();
   }
   static std::string endOf(MediaInput& input) {
     try {
@@ -131,6 +145,32 @@ TEST_F(RtspTest, CameraThatFallsSilentIsGivenUp) {
 
 TEST_F(RtspTest, CameraThatFallsSilentWithinAPacketIsGivenUp) {
   expectGivenUp(TestRtspServer::PlayAndStick);
+}
+
+TEST_F(RtspTest, CameraWhosePictureStandsStillIsGivenUpThoughItsSoundGoesOn) {
+  const std::string source = TestClip::makeBeeps(dir_.path() + "/a.mkv", "pcm_alaw -ar 8000",
+                                                 {.seconds = 20, .encoderOptions = "-vf trim=end=1"});
+  const TestRtspServer camera(source, TestRtspServer::PlayAndClose);
+  ManualClock clock;
+  const MediaStop stop;
+  MediaSource opened(camera.url(), stop, true);
+  const auto readAll = [&] {
+    while (opened.next()) {
+      if (opened.isAudio()) clock.advance(std::chrono::seconds(1));
+    }
+  };
+  EXPECT_THAT(readAll, ThrowsMessage<MediaError>(HasSubstr("no answer for 10 seconds")));
+}
+
+TEST_F(RtspTest, CameraThatIsSilentFromTheBeginningIsNoCameraWithoutPictures) {
+  const std::string source = clip("a.mjpeg", {.codec = "mjpeg"});
+  const TestRtspServer camera(source, TestRtspServer::PlayNothing);
+  ManualClock clock;
+  const PassingTime time(camera, clock);
+  EXPECT_THAT([&] { MediaInput(camera.url()); },
+              ThrowsMessage<MediaError>("cannot open " + camera.url() +
+                                        ": no answer for 10 seconds: check the URL and that the "
+                                        "camera is switched on and can be reached"));
 }
 
 TEST_F(RtspTest, CameraThatNeverAnswersCanBeStopped) {

@@ -181,7 +181,7 @@ std::string TestRtspServer::answerTo(const std::string& request) {
 }
 
 void TestRtspServer::sendClip() {
-  RtpStream(clip_, &client_).sendAll(tracks_);
+  if (behaviour_ != PlayNothing) RtpStream(clip_, &client_).sendAll(tracks_);
   const unsigned char beginning[] = {'$', 0, 4, 0, 128, 96};  // of a packet of 1024 bytes
   if (behaviour_ == PlayAndStick) TestListener::sendAll(client_, beginning, sizeof beginning);
   sent_ = true;

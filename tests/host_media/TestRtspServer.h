@@ -22,6 +22,7 @@ class TestRtspServer {
     PlayAndClose,   // sends the whole clip and closes the connection
     PlayAndStay,    // sends the whole clip and falls silent
     PlayAndStick,   // sends the whole clip and the beginning of a packet, and falls silent
+    PlayNothing,    // agrees to everything and sends no picture
     NeverAnswer,    // takes the connection and falls silent
     WantsPassword,  // refuses whoever has none
   };

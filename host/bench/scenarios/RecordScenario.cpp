@@ -67,6 +67,7 @@ void RecordScenario::measure(LiveStreams& live, Measurement& result) const {
 
   const LiveStreams::Stored first = live.stored();
   const double feederFirst = live.feederCpuSeconds();
+  const double commitsFirst = live.commitCpuSeconds();
   const ResourceMeter meter(place_.serverPid());
   pass(seconds_);
   meter.read(result);
@@ -74,7 +75,8 @@ void RecordScenario::measure(LiveStreams& live, Measurement& result) const {
   result.operations = last.frames - first.frames;
   result.bytes = last.bytes - first.bytes;
   result.residentBytes = most - before;
-  addFigures(live, live.feederCpuSeconds() - feederFirst, result);
+  addFigures(live, live.feederCpuSeconds() - feederFirst, live.commitCpuSeconds() - commitsFirst,
+             result);
   result.figures.push_back({"% of a core per stream, all but the server, from the start to there",
                             shareOf(settling.cpuSeconds + settling.kernelCpuSeconds, settling)});
 }
@@ -84,7 +86,7 @@ double RecordScenario::shareOf(double cpuSeconds, const Measurement& measured) c
   return 100 * cpuSeconds / measured.seconds / streams_;
 }
 
-void RecordScenario::addFigures(const LiveStreams& live, double feederCpu,
+void RecordScenario::addFigures(const LiveStreams& live, double feederCpu, double commitCpu,
                                 Measurement& result) const {
   const auto ofStream = [&](double cpuSeconds) { return shareOf(cpuSeconds, result); };
   result.figures = {
@@ -92,6 +94,8 @@ void RecordScenario::addFigures(const LiveStreams& live, double feederCpu,
        ofStream(result.cpuSeconds + result.kernelCpuSeconds)},
       {"% of a core per stream, process", ofStream(result.cpuSeconds)},
       {"% of a core per stream, of that the feeder", ofStream(feederCpu)},
+      {"% of a core per stream, the library's threads and commit()",
+       ofStream(result.cpuSeconds - feederCpu + commitCpu)},
       {"% of a core per stream, server", ofStream(result.serverCpuSeconds)},
       {"% of a core per stream, kernel's threads", ofStream(result.kernelCpuSeconds)},
       {"MiB resident per stream", static_cast<double>(result.residentBytes) / MIB / streams_},

@@ -24,7 +24,8 @@ class RecordScenario : public Scenario {
  private:
   void measure(LiveStreams& live, Measurement& result) const;
   [[nodiscard]] double shareOf(double cpuSeconds, const Measurement& measured) const;
-  void addFigures(const LiveStreams& live, double feederCpu, Measurement& result) const;
+  void addFigures(const LiveStreams& live, double feederCpu, double commitCpu,
+                  Measurement& result) const;
 
   BenchPlace& place_;
   const std::string name_;
