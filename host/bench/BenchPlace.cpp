@@ -44,7 +44,7 @@ BenchPlace::OwnRoot::~OwnRoot() {
 }
 
 std::string BenchPlace::freshDirectory(const std::string& name) const {
-  const std::string path = directory() + "/" + name;
+  std::string path = directory() + "/" + name;
   std::error_code error;
   fs::remove_all(path, error);
   fs::create_directories(path, error);
@@ -60,7 +60,7 @@ void BenchPlace::sync() const {
 }
 
 std::string BenchPlace::storageOf(const std::string& recorder) const {
-  const std::string path = own_.root.recorderDirectory(RecorderName::parse(recorder));
+  std::string path = own_.root.recorderDirectory(RecorderName::parse(recorder));
   fs::create_directories(path);
   return path;
 }

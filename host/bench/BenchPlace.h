@@ -66,7 +66,7 @@ class BenchPlace {
  private:
   /** Removed even when the server cannot be set up in it. */
   struct OwnRoot {
-    explicit OwnRoot(const StorageRoot& root);
+    explicit OwnRoot(const StorageRoot& below);
     OwnRoot(const OwnRoot&) = delete;
     OwnRoot& operator=(const OwnRoot&) = delete;
     ~OwnRoot();

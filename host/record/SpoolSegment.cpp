@@ -75,7 +75,7 @@ bool SpoolSegment::writeHeader() {
   storeLittleEndian(bytes + SETTINGS_SUM_OFFSET, sumOf(settings.data, settings.size));
   header += settings;
   size_ = readOffset_ = header.size;
-  return writeFully(file_.get(), header.data, header.size, 0) == header.size;
+  return writeFully(file_.get(), header.data, header.size, 0) == static_cast<ssize_t>(header.size);
 }
 
 bool SpoolSegment::readHeader() {
@@ -134,7 +134,8 @@ bool SpoolSegment::append(const StreamFrame& frame, Use use) {
   const std::uint32_t sum = sumOf(frame.bytes.data, frame.bytes.size, sumOf(head, SUM_OFFSET));
   storeLittleEndian(head + SUM_OFFSET, sum);
   record += frame.bytes;
-  if (writeFully(file_.get(), record.data, record.size, size_) != record.size) {
+  const auto size = static_cast<ssize_t>(record.size);
+  if (writeFully(file_.get(), record.data, record.size, size_) != size) {
     const int reason = errno;
     (void)!ftruncate(file_.get(), size_);  // what was written of it takes room
     errno = reason;

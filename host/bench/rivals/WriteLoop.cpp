@@ -36,6 +36,7 @@ std::vector<std::unique_ptr<Rival>> WriteLoop::all(BenchPlace& place, unsigned i
     forms.push_back({"write(2) with O_DIRECT, 4 MiB at a time", DIRECT_BYTES, true});
   }
   std::vector<std::unique_ptr<Rival>> loops;
+  loops.reserve(forms.size());
   for (const Form& form : forms) {
     loops.push_back(std::make_unique<WriteLoop>(place, form, seconds, source));
   }
