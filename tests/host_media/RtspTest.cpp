@@ -148,8 +148,9 @@ TEST_F(RtspTest, CameraThatFallsSilentWithinAPacketIsGivenUp) {
 }
 
 TEST_F(RtspTest, CameraWhosePictureStandsStillIsGivenUpThoughItsSoundGoesOn) {
-  const std::string source = TestClip::makeBeeps(dir_.path() + "/a.mkv", "pcm_alaw -ar 8000",
-                                                 {.seconds = 20, .encoderOptions = "-vf trim=end=1"});
+  const std::string source =
+      TestClip::makeBeeps(dir_.path() + "/a.mkv", "pcm_alaw -ar 8000",
+                          {.seconds = 20, .encoderOptions = "-vf trim=end=1"});
   const TestRtspServer camera(source, TestRtspServer::PlayAndClose);
   ManualClock clock;
   const MediaStop stop;

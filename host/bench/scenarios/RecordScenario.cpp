@@ -77,8 +77,8 @@ void RecordScenario::measure(LiveStreams& live, Measurement& result) const {
   result.residentBytes = most - before;
   addFigures(live, live.feederCpuSeconds() - feederFirst, live.commitCpuSeconds() - commitsFirst,
              result);
-  result.figures.push_back({"% of a core per stream, all but the server, from the start to there",
-                            shareOf(settling.cpuSeconds + settling.kernelCpuSeconds, settling)});
+  result.figures.emplace_back("% of a core per stream, all but the server, from the start to there",
+                              shareOf(settling.cpuSeconds + settling.kernelCpuSeconds, settling));
 }
 
 // Percent of a processor for each stream.
