@@ -28,6 +28,11 @@ std::uint32_t stampOf(const KTDataBlock& frame) {
   return loadLittleEndian(frame.data + KTRFrameFormat::STAMP_OFFSET);
 }
 
+// The slice that is written.
+std::string sliceOf(const std::string& files, const KTRRecordProgress& written) {
+  return files + "F" + std::to_string(written.sliceIndex) + ".dat";
+}
+
 }  // namespace
 
 FedSession::FedSession(const KTRStreamRecordParams& params, const StreamFrame& first,
@@ -160,8 +165,19 @@ void FedSession::note(unsigned int id) {
   for (Opened& each : opened_) each.noted = each.noted || each.id == id;
 }
 
-void FedSession::writeSidecar(unsigned int id) const {
-  SidecarWriter(params_, settings_->soundHeader()).note(id);  // step C6
+void FedSession::writeSidecar(unsigned int id) {
+  files_ = SidecarWriter(params_, settings_->soundHeader()).note(id);  // step C6
+  filesOf_ = id;
+}
+
+// A slice that was complete and has been deleted since is not missed.
+bool FedSession::isFileGone() const {
+  const KTRRecordProgress written = progress();
+  if (files_.empty() || written.sessionId != filesOf_) return false;
+  std::error_code error;
+  if (std::filesystem::exists(sliceOf(files_, written), error) || error) return false;
+  const KTRRecordProgress now = progress();
+  return now.sessionId == written.sessionId && now.sliceIndex == written.sliceIndex;
 }
 
 void FedSession::followWindow() {
@@ -188,8 +204,7 @@ std::uint64_t FedSession::close() {
   session_.reset();  // step E1
   if (!kept_ || prefix.empty()) return 0;
   std::error_code error;
-  const auto size =
-      std::filesystem::file_size(prefix + "F" + std::to_string(stored.sliceIndex) + ".dat", error);
+  const auto size = std::filesystem::file_size(sliceOf(prefix, stored), error);
   const std::uint64_t found = error ? 0 : size;
   return found < stored.sliceBytes ? stored.sliceBytes - found : 0;
 }

@@ -18,8 +18,10 @@
  *
  * Owns: the session.
  * Threads: one thread at a time for each object, but for finish(), which may run beside calls of
- *   progress() and queueLength().
- * Blocks: finish(), close() and the destructor until the session is over.
+ *   progress() and queueLength(), and for writeSidecar() and isFileGone(), which may run beside
+ *   all calls but each other.
+ * Blocks: finish(), close() and the destructor until the session is over; isFileGone() for the
+ *   disk, writeSidecar() for the database as well.
  */
 class FedSession {
  public:
@@ -66,7 +68,12 @@ class FedSession {
   /** Its row is in order. */
   void note(unsigned int id);
   /** Tells beside its files what stream they are of, for a repair without a database. */
-  void writeSidecar(unsigned int id) const;
+  void writeSidecar(unsigned int id);
+  /**
+   * Whether somebody has removed the file that is written, after writeSidecar(): a session would
+   * go on writing into it.
+   */
+  [[nodiscard]] bool isFileGone() const;
 
   /** In a recording by events: passes on what its window has to know of the session. */
   void followWindow();
@@ -106,4 +113,6 @@ class FedSession {
   std::uint64_t settled_ = 0;
   std::vector<Opened> opened_;
   bool kept_ = true;
+  unsigned int filesOf_ = 0;  // the record session of which files_ is known
+  std::string files_;         // what their paths begin with; empty when that is not known
 };

@@ -18,6 +18,7 @@ constexpr KTClock::Span LONGEST_PAUSE = seconds(30);
 constexpr milliseconds BUSY_LOOK(1);
 constexpr milliseconds WAITING_LOOK(10);
 constexpr milliseconds IDLE_LOOK(50);
+constexpr KTClock::Span SIGHT_INTERVAL = seconds(1);
 
 std::int64_t serverMs() {
   const KTTimeValue now = KTTimeValue::now();
@@ -130,6 +131,7 @@ bool SessionFeed::step(Lock& lock) {
   } else {
     busy_ = pump();
     noteFiles(lock);
+    seeFile(lock);
     followWindow(lock);
   }
   return !isOver();
@@ -141,7 +143,7 @@ bool SessionFeed::isOver() const {
 }
 
 bool SessionFeed::hasEnded() {
-  if (!session_->alive()) return true;
+  if (!session_->alive() || fileIsGone_) return true;
   const StreamFrame* next = backlog_.next();
   if (next == nullptr) return (finishing_ || endAsked_) && backlog_.waiting() == 0;
   return !session_->fits(*next) || splits(*next);
@@ -167,6 +169,8 @@ void SessionFeed::open() {
   lastTry_ = finishing_;
   repeated_ = *repeated;
   repeatedBytes_ = backlog_.bytesOfFirst(repeated_);
+  flushed_ = seen_ = 0;
+  fileIsGone_ = false;
   session_ = std::make_unique<FedSession>(options_.params, *backlog_.next(),
                                           window_ ? &*window_ : nullptr);
   busy_ = pump();
@@ -182,9 +186,9 @@ bool SessionFeed::pump() {
     backlog_.given();
   }
   backlog_.noteStored(session_->progress().frames);
-  const std::uint64_t settled = session_->settled();
-  backlog_.settle(settled);
-  if (settled > repeated_) pause_ = KTClock::Span(0);
+  flushed_ = session_->settled();
+  backlog_.settle(seen_);
+  if (seen_ > repeated_) pause_ = KTClock::Span(0);
   return session_->taken() != before;
 }
 
@@ -248,6 +252,27 @@ void SessionFeed::noteFiles(Lock& lock) {
     noted = true;
   }
   if (noted) writeEnds(lock);
+}
+
+// A file that somebody removes takes with it what was in it and no more: frames are let go of when
+// their file has been seen after they were written.
+void SessionFeed::seeFile(Lock& lock) {
+  const KTClock::Span now = KTClock::instance()->elapsed();
+  if (seen_ == flushed_ || now < nextSight_) return;
+  nextSight_ = now + SIGHT_INTERVAL;
+  const std::uint64_t flushed = flushed_;
+  lock.unlock();
+  const bool isGone = session_->isFileGone();
+  lock.lock();
+  fileIsGone_ = isGone;
+  if (!isGone) {
+    seen_ = flushed;
+    return;
+  }
+  KTLogger::instance()->log(KTLogger::Warning,
+                            "stream %d: the file that is recorded into has been removed: what was "
+                            "in it for long is lost, the rest is recorded into another",
+                            options_.params.streamId);
 }
 
 void SessionFeed::writeEnds(Lock& lock) {

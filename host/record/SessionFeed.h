@@ -109,6 +109,7 @@ class SessionFeed {
   void pause(bool recordedNothing);
   void followWindow(Lock& lock);
   void noteFiles(Lock& lock);
+  void seeFile(Lock& lock);
   void writeEnds(Lock& lock);
   [[nodiscard]] KTRRecordProgress shown() const;
   [[nodiscard]] bool isStep(const StreamFrame& frame);
@@ -125,6 +126,10 @@ class SessionFeed {
   KTRRecordProgress past_;      // of the sessions before
   std::uint64_t repeated_ = 0;  // frames that the running session is given once more, and their
   std::uint64_t repeatedBytes_ = 0;
+  std::uint64_t flushed_ = 0;   // frames that the running session has written out
+  std::uint64_t seen_ = 0;      // of these, when its file was seen last
+  KTClock::Span nextSight_{0};  // of it
+  bool fileIsGone_ = false;
   std::vector<Ending> ends_;  // of sessions, to be written
   bool closing_ = false;      // the session is to take nothing more
   bool finishing_ = false;

@@ -24,19 +24,20 @@ SidecarWriter::SidecarWriter(const KTRStreamRecordParams& params, const KTDataBl
 }
 
 // A session whose row is gone, as an unconfirmed one by events, has no directory any more.
-void SidecarWriter::note(unsigned int session) {
-  if (session == 0 || session == noted_) return;
+std::string SidecarWriter::note(unsigned int session) {
+  if (session == 0 || session == noted_) return "";
   noted_ = session;
   KTR_DB_factory* factory = KTR_DB_factory::instance();
   KTR_DB_handle* db = factory == nullptr ? nullptr : factory->db_instance(recorder_);
   if (db == nullptr || db->recordSessionTable() == nullptr ||
       db->recordSessionTable()->getSessionStorage(static_cast<int>(session)).empty()) {
-    return;
+    return "";
   }
-  const KTString prefix = db->getFullPrefixFileName(static_cast<int>(session));
-  if (sidecar_.write(std::string(prefix.view()) + SessionFiles::SIDECAR)) return;
+  const std::string prefix(db->getFullPrefixFileName(static_cast<int>(session)).view());
+  if (sidecar_.write(prefix + SessionFiles::SIDECAR)) return prefix;
   KTLogger::instance()->log(KTLogger::Warning,
                             "session %u: cannot write its sidecar file %s%s: without the database "
                             "its stream number will not be known",
                             session, prefix.c_str(), SessionFiles::SIDECAR);
+  return prefix;
 }

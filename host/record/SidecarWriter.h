@@ -16,8 +16,12 @@ class SidecarWriter {
   /** audioHeader: as AudioHeader::encode() makes it; empty for pictures. */
   SidecarWriter(const KTRStreamRecordParams& params, const KTDataBlock& audioHeader);
 
-  /** session: the one that is recorded now; 0 when none has begun. */
-  void note(unsigned int session);
+  /**
+   * session: the one that is recorded now; 0 when none has begun.
+   * @return what the paths of its files begin with; empty for one whose row is gone, and for one
+   *   that was noted before
+   */
+  std::string note(unsigned int session);
 
  private:
   KTString recorder_;

@@ -234,6 +234,28 @@ TEST_F(SessionFeedSurvivalTest, ADayThatIsDeletedWhileTheNextIsRecordedIsNotMiss
   EXPECT_EQ(fed().size(), stored());
 }
 
+TEST_F(SessionFeedSurvivalTest, ADirectoryThatIsRemovedTakesNothingWithItThatComesLater) {
+  for (int i = 0; i < 10; ++i) {
+    feedGroups(1);
+    settleFeed();
+  }
+  const size_t before = fed().size();
+  fs::remove_all(fs::path(slicePath(1, 0)).parent_path());
+  const auto told = [&] {
+    return log_.countContaining("stream 3: the file that is recorded into has been removed");
+  };
+  for (int i = 0; told() == 0 && i < 1000; ++i) {
+    feedGroups(1);
+    std::this_thread::sleep_for(std::chrono::milliseconds(10));
+  }
+  feedGroups(10);
+  finish();
+  const std::vector<std::string> after(fed().begin() + static_cast<long>(before), fed().end());
+  EXPECT_THAT(played(), testing::IsSupersetOf(after));
+  EXPECT_EQ(2U, sessions());
+  EXPECT_EQ(1U, told());
+}
+
 TEST_F(SessionFeedSurvivalTest, SoundInASessionThatStandsStillOverMidnightStaysInItsDay) {
   goTo(MIDNIGHT - 20);
   makeSound();
