@@ -76,7 +76,7 @@ int RepairCommand::run(HostContext& context) {
   if (dryRun_) {
     if (refusal) result.problems.emplace_back(refusal->what());
   } else if (!repair.findings().empty()) {
-    if (refusal) throw *refusal;
+    if (refusal) throw HostError(*refusal);
     result = repair.mend(handle != nullptr ? *handle : context.createRecorder(name));
   }
   progress.clear();

@@ -108,8 +108,8 @@ void ContainerSeek::write(const BenchClip& clip) const {
 
 Measurement ContainerSeek::run() {
   Measurement result;
-  std::mt19937 random(
-      1);  // NOLINT(cert-msc32-c,cert-msc51-cpp): every run asks for the same moments
+  // NOLINTNEXTLINE(cert-msc32-c,cert-msc51-cpp): every run asks for the same moments
+  std::mt19937 random(1);
   const ResourceMeter meter;
   for (unsigned int i = 0; i < seeks_; ++i) {
     const unsigned int second = random() % seconds_;
