@@ -52,7 +52,7 @@ class FeedBacklog {
       : streamId_(streamId), spool_(std::move(spoolDirectory), spoolLimit) {}
 
   /** Adds the frame that came last. */
-  void push(const StreamFrame& frame);
+  void push(const StreamFrame& arriving);
   /** Spools what has been in memory for too long; to be called often. */
   void spoolOverdue();
   /**

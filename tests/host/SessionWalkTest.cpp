@@ -18,7 +18,7 @@ class SessionWalkTest : public SliceFixture {
       last_ = walk.walk(
           slice,
           [&](const SessionWalk::Frame& frame) {
-            times.push_back(frame.strayStamp ? -1 : frame.timeMs - NOON * 1000);
+            times.push_back(frame.strayStamp ? -1 : frame.timeMs - NOON * int64_t{1000});
           },
           from);
       from = 0;
