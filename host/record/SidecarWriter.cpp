@@ -33,7 +33,7 @@ std::string SidecarWriter::note(unsigned int session) {
       db->recordSessionTable()->getSessionStorage(static_cast<int>(session)).empty()) {
     return "";
   }
-  const std::string prefix(db->getFullPrefixFileName(static_cast<int>(session)).view());
+  std::string prefix(db->getFullPrefixFileName(static_cast<int>(session)).view());
   if (sidecar_.write(prefix + SessionFiles::SIDECAR)) return prefix;
   KTLogger::instance()->log(KTLogger::Warning,
                             "session %u: cannot write its sidecar file %s%s: without the database "

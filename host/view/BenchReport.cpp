@@ -15,7 +15,7 @@ std::string text(const char* format, ...) {
   char line[256];
   va_list arguments;
   va_start(arguments, format);
-  vsnprintf(line, sizeof line, format, arguments);
+  (void)vsnprintf(line, sizeof line, format, arguments);
   va_end(arguments);
   return line;
 }
