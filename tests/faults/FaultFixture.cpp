@@ -140,12 +140,12 @@ void FaultFixture::follow(const std::vector<std::string>& row, unsigned int sess
   ++result.found;
 }
 
-void FaultFixture::expectNextSessionWorks() {
+void FaultFixture::expectNextSessionWorks(const KTRStreamRecordParams& params) {
   faults_.restore();
   std::vector<int> expected = played();
   clock_.advanceSeconds(1);
   const int from = elapsed();
-  roll();
+  roll(params);
   film(KEY_PERIOD + 1);
   EXPECT_FALSE(ended());
   finish();

@@ -50,7 +50,8 @@ class FaultFixture : public PlaybackFixture {
   /** Follows the index rows of a session; a row that leads to anything else fails the case. */
   [[nodiscard]] Index index(unsigned int session);
   /** A new session records, and plays behind what could be played before. */
-  void expectNextSessionWorks();
+  void expectNextSessionWorks(const KTRStreamRecordParams& params);
+  void expectNextSessionWorks() { expectNextSessionWorks(params()); }
   /** The path of a slice, wherever the session is stored. */
   [[nodiscard]] std::string storedSlice(unsigned int session, unsigned int number);
   void expectError(const std::string& text, unsigned int times = 1) const;

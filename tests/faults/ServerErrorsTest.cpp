@@ -49,10 +49,14 @@ TEST_P(ServerErrorsTest, SettingsAreStoredOrEndTheSession) {
   KTRStreamRecordParams other = params();
   other.videoSettings = KTRVideoSettingsRow("other", 15, 0, "h265", "320x240", "");
   roll(other);
-  film(1);
-  EXPECT_EQ(ended(), endsASession() || isDuplicate());
+  film(6);
+  const bool stored = !endsASession() && !isDuplicate();
+  EXPECT_EQ(ended(), !stored);
   finish();
-  expectNextSessionWorks();
+  EXPECT_EQ(value("SELECT count(*) FROM streamSettings WHERE name='other'"), stored ? "1" : "0");
+  EXPECT_EQ(value("SELECT count(*) FROM recordSessions"), stored ? "2" : "1");
+  EXPECT_THAT(played(), ElementsAreArray(seconds(0, stored ? 6 : 0)));
+  expectNextSessionWorks(other);
 }
 
 TEST_P(ServerErrorsTest, AnUpdateThatIsLostIsMadeUpForByTheNext) {
