@@ -6,7 +6,17 @@
 
 namespace {
 
-class CrashServerTest : public CrashFixture {};
+class CrashServerTest : public CrashFixture {
+ protected:
+  /** Plays a recording from its beginning on, while it goes on; the frame log is named so too. */
+  [[nodiscard]] KtrProcess follow(const Recorder& cam, const std::string& name) const {
+    return KtrProcess(
+        {{"play", "--root", root_->path(), "--recorder", cam.name, "--stream", "1", "--at", "-1h",
+          "--follow", "-o", path(name + ".mkv"), "--frame-log", path(name)},
+         path(name + ".output"),
+         ""});
+  }
+};
 
 }  // namespace
 
@@ -24,24 +34,24 @@ TEST_F(CrashServerTest, WhileRecordingLosesNothing) {
   expectPlays(cam);
 }
 
-TEST_F(CrashServerTest, WhileAPlayerFollowsARecording) {
+TEST_F(CrashServerTest, WhilePlayersFollowARecording) {
   Recorder cam = recorder();
   begin(cam);
   runFor(13'000);
-  KtrProcess player(
-      {{"play", "--root", root_->path(), "--recorder", cam.name, "--stream", "1", "--at", "-1h",
-        "--follow", "-o", path("followed.mkv"), "--frame-log", path("followed")},
-       path("player"),
-       ""});
+  KtrProcess stopped = follow(cam, "stopped");
+  KtrProcess patient = follow(cam, "patient");
   runFor(2000);
+  const std::int64_t killedMs = SentFrames::nowMs();
   killServer();
   startServer();
   runFor(15'000);
-  player.signal(SIGINT);
-  EXPECT_EQ(0, player.wait()) << contents("player");
+  stopped.signal(SIGINT);
+  EXPECT_EQ(0, stopped.wait()) << contents("stopped.output");
   stop(cam);
-  EXPECT_NE("", contents("followed")) << contents("player");
-  EXPECT_EQ("", cam.sent[1].strangersIn(path("followed")));
+  EXPECT_EQ(0, patient.wait()) << contents("patient.output");
+  EXPECT_EQ("", cam.sent[1].flawBeforeEnd(path("stopped")));
+  EXPECT_NE(0U, SentFrames::playedSince(killedMs, path("stopped"))) << contents("stopped.output");
+  EXPECT_EQ("", cam.sent[1].flawOf(path("patient"))) << contents("patient.output");
   expectClean(cam);
   expectPlays(cam);
 }

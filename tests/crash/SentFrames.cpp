@@ -18,6 +18,10 @@ std::int64_t difference(std::int64_t later, std::int64_t earlier) {
   return span;
 }
 
+std::int64_t stampOf(const std::string& line) {
+  return std::stoll(line);
+}
+
 std::vector<std::string> linesOf(const std::string& path) {
   std::ifstream file(path);
   std::vector<std::string> lines;
@@ -31,6 +35,13 @@ std::int64_t SentFrames::nowMs() {
   using std::chrono::milliseconds;
   const auto now = std::chrono::system_clock::now().time_since_epoch();
   return std::chrono::duration_cast<milliseconds>(now).count() % DAY_MS;
+}
+
+size_t SentFrames::playedSince(std::int64_t stampMs, const std::string& playedLog) {
+  const std::vector<std::string> lines = linesOf(playedLog);
+  return static_cast<size_t>(std::count_if(
+      lines.begin(), lines.end(),
+      [&](const std::string& line) { return difference(stampOf(line), stampMs) >= 0; }));
 }
 
 void SentFrames::add(const std::string& frameLog, std::optional<End> killed) {
@@ -47,7 +58,7 @@ void SentFrames::add(const std::string& frameLog, std::optional<End> killed) {
 }
 
 std::string SentFrames::compare(const std::string& playedLog, Lacking mayLack) const {
-  bool begun = mayLack == Nothing;  // what is promised must be there
+  bool begun = mayLack != Oldest;  // what is promised must be there
   const auto isMissed = [&](const Frame& each) { return each.promised && begun; };
   auto next = frames_.begin();
   for (const std::string& line : linesOf(playedLog)) {
@@ -57,8 +68,9 @@ std::string SentFrames::compare(const std::string& playedLog, Lacking mayLack) c
     const auto lost = std::find_if(next, found, isMissed);
     if (lost != found) return "sent, and not played: " + lost->line + " before " + line;
     next = found + 1;
-    begun = mayLack != Anything;
+    begun = true;
   }
+  if (mayLack == Newest) return "";
   const auto lost = std::find_if(next, frames_.end(), isMissed);
   if (lost == frames_.end()) return "";
   const auto others = std::count_if(lost, frames_.end(), [](const Frame& f) { return f.promised; });

@@ -31,10 +31,12 @@ class SentFrames {
   [[nodiscard]] std::string flawBehindDeleted(const std::string& playedLog) const {
     return compare(playedLog, Oldest);
   }
-  /** Of frames that were played, one that was never sent, or not in this order; else empty. */
-  [[nodiscard]] std::string strangersIn(const std::string& playedLog) const {
-    return compare(playedLog, Anything);
+  /** As flawOf(), of a player that did not wait for the end: nothing may lack but that. */
+  [[nodiscard]] std::string flawBeforeEnd(const std::string& playedLog) const {
+    return compare(playedLog, Newest);
   }
+  /** How many frames were played that are stamped with this time or a later one. */
+  [[nodiscard]] static size_t playedSince(std::int64_t stampMs, const std::string& playedLog);
   /** Of all frames so far only those between two times, in any of these spans, stay promised. */
   void promiseOnly(const std::vector<std::pair<std::int64_t, std::int64_t>>& spans);
   [[nodiscard]] size_t size() const { return frames_.size(); }
@@ -44,7 +46,7 @@ class SentFrames {
   [[nodiscard]] static std::int64_t nowMs();
 
  private:
-  enum Lacking { Nothing, Oldest, Anything };
+  enum Lacking { Nothing, Oldest, Newest };
   struct Frame {
     std::string line;
     std::int64_t stampMs = 0;
