@@ -2,6 +2,7 @@
 
 #include <thread>
 
+#include "runtime/KTLogger.h"
 #include "tests/host_recording/FeedFixture.h"
 #include "tests/support/ClientCalls.h"
 #include "tests/support/FaultLog.h"
@@ -25,9 +26,9 @@ class SessionFeedServerErrorsTest : public FeedFixture,
     calls_.failNextStatements(words, {GetParam()});
   }
   /** Groups of pictures at the pace of a session, until the statement has failed. */
-  void record(int groups) {
+  void record(int groups, unsigned int bytes = 20) {
     for (int i = 0; i < groups; ++i) {
-      feedGroups(1);
+      feedGroups(1, bytes);
       settle();
     }
   }
@@ -87,4 +88,18 @@ TEST_P(SessionFeedServerErrorsTest, ARowOfTheNextDaysSessionThatFailsCostsNoFram
   expectFailedOnce();
   expectStillbirth();
   EXPECT_EQ(2U, sessions());
+}
+
+TEST_P(SessionFeedServerErrorsTest, RowsOfSessionsThatFailForLongMakeTheFramesWaitInTheSpool) {
+  calls_.failNextStatements(SESSION_ROW, std::vector<unsigned int>(1000, GetParam()));
+  record(6, 300'000);  // more than what is kept in hand
+  EXPECT_TRUE(log_.has(KTLogger::Warning, "stream 3: frames wait for the database or the disk in " +
+                                              spoolDirectory()));
+  EXPECT_TRUE(hasFailed());
+  calls_.restore();
+  pass(30);
+  feedGroups(1);
+  expectAllPlayed();
+  EXPECT_TRUE(
+      log_.has(KTLogger::Warning, "stream 3: what waited in " + spoolDirectory() + " is recorded"));
 }
