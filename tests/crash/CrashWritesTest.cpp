@@ -31,6 +31,7 @@ class CrashWritesTest : public CrashFixture {
                   std::int64_t lengthMs = SHORT_MS) {
     begin(cam, faults);
     runFor(lengthMs);
+    EXPECT_TRUE(cam.process->runs()) << "the fault came before the end";
     cam.process->signal(SIGINT);
     awaitKill(cam, promisedMs);
   }

@@ -74,6 +74,13 @@ void KtrProcess::signal(int number) const {
   if (pid_ > 0) ::kill(pid_, number);
 }
 
+bool KtrProcess::runs() const {
+  siginfo_t ended{};
+  return pid_ > 0 &&
+         waitid(P_PID, static_cast<id_t>(pid_), &ended, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+         ended.si_pid == 0;
+}
+
 int KtrProcess::wait() {
   if (pid_ <= 0) return status_;
   int status = 0;
