@@ -53,3 +53,11 @@ Scenarios makeAllScenarios(BenchPlace& place) {
   addDatabaseScenarios(place, scenarios);
   return scenarios;
 }
+
+const std::vector<std::string>& allScenarioNames() {
+  static const std::vector<std::string> names{"append",     "ingest",     "read",     "play",
+                                              "export",     "together",   "record-1", "record-32",
+                                              "record-128", "record-500", "load-10k", "load-10m",
+                                              "session",    "event",      "retention"};
+  return names;
+}

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <memory>
+#include <string>
 #include <vector>
 
 #include "host/bench/BenchPlace.h"
@@ -10,3 +11,5 @@ using Scenarios = std::vector<std::unique_ptr<Scenario>>;
 
 /** Every scenario, in the order in which they run; the place outlives them. */
 [[nodiscard]] Scenarios makeAllScenarios(BenchPlace& place);
+/** Their names, for whoever has no place yet. */
+[[nodiscard]] const std::vector<std::string>& allScenarioNames();

@@ -33,9 +33,9 @@ bool isTerminal() {
   return isatty(STDERR_FILENO) != 0;
 }
 
-std::string namesOf(const Scenarios& scenarios) {
+std::string allNames() {
   std::string names;
-  for (const auto& scenario : scenarios) names += (names.empty() ? "" : ", ") + scenario->name();
+  for (const std::string& name : allScenarioNames()) names += (names.empty() ? "" : ", ") + name;
   return names;
 }
 
@@ -64,7 +64,9 @@ CLI::App* BenchCommand::define(CLI::App& program) {
 }
 
 int BenchCommand::run(HostContext& context) {
-  BenchPlace place(context, StorageRoot::parse(root_), short_);
+  const StorageRoot root = StorageRoot::parse(root_);
+  checkNames();
+  BenchPlace place(context, root, short_);
   const Scenarios scenarios = chosen(place);
   BenchReport report(context.out(), json_);
   report.begin(BenchEnvironment::read(place));
@@ -100,17 +102,20 @@ BenchRun::Options BenchCommand::runOptions(HostContext& context, const BenchPlac
           }};
 }
 
+void BenchCommand::checkNames() const {
+  const std::vector<std::string>& all = allScenarioNames();
+  for (const std::string& name : names_) {
+    if (std::any_of(all.begin(), all.end(),
+                    [&](const auto& each) { return each.starts_with(name); })) {
+      continue;
+    }
+    throw usageError("'" + name + "' is not a scenario", "the scenarios are " + allNames());
+  }
+}
+
 Scenarios BenchCommand::chosen(BenchPlace& place) const {
   Scenarios all = makeAllScenarios(place);
   if (names_.empty()) return all;
-  for (const std::string& name : names_) {
-    const bool known = std::any_of(all.begin(), all.end(), [&](const auto& scenario) {
-      return scenario->name().starts_with(name);
-    });
-    if (!known) {
-      throw usageError("'" + name + "' is not a scenario", "the scenarios are " + namesOf(all));
-    }
-  }
   std::erase_if(all, [&](const auto& scenario) {
     return std::none_of(names_.begin(), names_.end(), [&](const std::string& name) {
       return scenario->name().starts_with(name);

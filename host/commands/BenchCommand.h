@@ -16,6 +16,8 @@ class BenchCommand : public Command {
   [[nodiscard]] int run(HostContext& context) override;
 
  private:
+  /** Throws for a name that begins none of a scenario. */
+  void checkNames() const;
   [[nodiscard]] Scenarios chosen(BenchPlace& place) const;
   [[nodiscard]] BenchRun::Options runOptions(HostContext& context, const BenchPlace& place) const;
 

@@ -37,6 +37,27 @@ class CrashRepairTest : public CrashFixture {
     return sound_.substr(0, sound_.rfind("F0.dat")) + "audioHeader.dat";
   }
 
+  /** Copies the session of the pictures to a day that nothing was recorded on. */
+  void copyToAnotherDay() const {
+    fs::create_directories(otherDay());
+    for (const auto& [path, hash] : files(cam_)) {
+      const std::string name = fs::path(path).filename();
+      if (path.starts_with(prefix())) fs::copy_file(path, otherDay() + name);
+    }
+  }
+  [[nodiscard]] std::string prefix() const { return picture_.substr(0, picture_.rfind("F0.dat")); }
+  [[nodiscard]] std::string otherDay() const { return directory(cam_) + "/2020/01/01/"; }
+  /** The copy is killed while it gets an id of its own; what has both names is no third session. */
+  void crashAtAMove(unsigned int turn) {
+    copyToAnotherDay();
+    crashAt("unlink", "/2020/01/01/", turn);
+    EXPECT_EQ("3", value(cam_, "SELECT COUNT(*) FROM recordSessions"));
+    const std::string old = fs::path(prefix()).filename();
+    for (const auto& entry : fs::directory_iterator(otherDay())) {
+      EXPECT_FALSE(entry.path().filename().string().starts_with(old)) << entry.path();
+    }
+  }
+
   void crashAt(const std::string& call, const std::string& what, unsigned int turn = 1) {
     KtrProcess repair({{"repair", "--root", root_->path(), "--recorder", cam_.name, "--yes-really"},
                        path("repair"),
@@ -50,7 +71,7 @@ class CrashRepairTest : public CrashFixture {
   std::string sound_;    // and of its sound
 
  private:
-  static constexpr int RECORDERS = 9;
+  static constexpr int RECORDERS = 11;
 
   std::string sliceOf(const std::string& stream) {
     const std::string id = value(cam_, "SELECT id FROM recordSessions WHERE streamID=" + stream);
@@ -67,6 +88,14 @@ class CrashRepairTest : public CrashFixture {
 TEST_F(CrashRepairTest, AtTheNextId) {
   dropDatabase();
   crashAt("ALTER", "AUTO_INCREMENT");
+}
+
+TEST_F(CrashRepairTest, AtTheOldNamesOfAMovedSession) {
+  crashAtAMove(1);
+}
+
+TEST_F(CrashRepairTest, BetweenTheOldNamesOfAMovedSession) {
+  crashAtAMove(2);
 }
 
 TEST_F(CrashRepairTest, AtATornTail) {

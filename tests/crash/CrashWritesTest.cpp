@@ -11,6 +11,8 @@ class CrashWritesTest : public CrashFixture {
   // Of frames that were just written to the disk none may be lost, however young.
   static constexpr std::int64_t JUST_WRITTEN_MS = 500;
   static constexpr std::int64_t NONE_MAY_BE_LOST = -3'600'000;
+  static constexpr std::int64_t SHORT_MS = 3000;
+  static constexpr std::int64_t ONE_FLUSH_MS = FLUSH_MS + 5000;  // and far from the next one
 
   void crashAt(Recorder& recorder, const std::string& faults,
                std::int64_t promisedMs = FLUSH_MS + ROAD_MS) {
@@ -18,15 +20,18 @@ class CrashWritesTest : public CrashFixture {
     recordUntil(recorder, faults, promisedMs);
     expectKept(recorder);
   }
-  void crashAtTheEnd(const std::string& faults, std::int64_t promisedMs) {
+  void crashAtTheEnd(const std::string& faults, std::int64_t promisedMs,
+                     std::int64_t lengthMs = SHORT_MS) {
     SCOPED_TRACE(faults);
     Recorder cam = recorder();
-    endAndKill(cam, faults, promisedMs);
+    endAndKill(cam, faults, promisedMs, lengthMs);
     expectKept(cam);
   }
-  void endAndKill(Recorder& cam, const std::string& faults, std::int64_t promisedMs) {
+  void endAndKill(Recorder& cam, const std::string& faults, std::int64_t promisedMs,
+                  std::int64_t lengthMs = SHORT_MS) {
     begin(cam, faults);
-    runFor(3000);
+    runFor(lengthMs);
+    EXPECT_TRUE(cam.process->runs()) << "the fault came before the end";
     cam.process->signal(SIGINT);
     awaitKill(cam, promisedMs);
   }
@@ -69,6 +74,10 @@ TEST_F(CrashWritesTest, BetweenAFullSliceAndTheNext) {
 TEST_F(CrashWritesTest, InTheFirstFlushOfTheNextSlice) {
   Recorder cam = smallSlices();
   crashAt(cam, killAt("pwrite", "_F1.dat", 1, 100'000));
+}
+
+TEST_F(CrashWritesTest, InTheMiddleOfTheLastFlushOfTheEnd) {
+  crashAtTheEnd(killAt("pwrite", "_F0.dat", 2, 1000), FLUSH_MS + ROAD_MS, ONE_FLUSH_MS);
 }
 
 TEST_F(CrashWritesTest, AfterTheLastFlushOfTheEnd) {

@@ -8,7 +8,10 @@
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
+#include <sstream>
 #include <stdexcept>
+
+#include "tests/support/FaultLog.h"
 
 namespace fs = std::filesystem;
 
@@ -20,6 +23,14 @@ std::vector<char*> pointersTo(std::vector<std::string>& texts) {
   for (std::string& text : texts) pointers.push_back(text.data());
   pointers.push_back(nullptr);
   return pointers;
+}
+
+// The process notes what it meets for itself, and its notes end with it.
+void note(const std::string& command, const std::string& faults) {
+  std::istringstream lines(faults);
+  for (std::string fault; std::getline(lines, fault);) {
+    FaultLog::note("into ktr " + command + ": " + fault);
+  }
 }
 
 std::vector<std::string> environmentWith(const std::string& faults, const fs::path& bin) {
@@ -40,6 +51,7 @@ KtrProcess::KtrProcess(const Options& options) {
   const fs::path bin = fs::read_symlink("/proc/self/exe").parent_path();
   std::vector<std::string> arguments{(bin / "ktr").string()};
   arguments.insert(arguments.end(), options.arguments.begin(), options.arguments.end());
+  note(options.arguments.front(), options.faults);
   std::vector<std::string> environment = environmentWith(options.faults, bin);
   posix_spawn_file_actions_t files;
   posix_spawn_file_actions_init(&files);
@@ -60,6 +72,13 @@ KtrProcess::~KtrProcess() {
 
 void KtrProcess::signal(int number) const {
   if (pid_ > 0) ::kill(pid_, number);
+}
+
+bool KtrProcess::runs() const {
+  siginfo_t ended{};
+  return pid_ > 0 &&
+         waitid(P_PID, static_cast<id_t>(pid_), &ended, WEXITED | WNOHANG | WNOWAIT) == 0 &&
+         ended.si_pid == 0;
 }
 
 int KtrProcess::wait() {

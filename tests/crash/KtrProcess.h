@@ -26,6 +26,8 @@ class KtrProcess {
   ~KtrProcess();
 
   void signal(int number) const;
+  /** Whether it has not ended yet. */
+  [[nodiscard]] bool runs() const;
   /** Blocks until it has ended: its exit status, or the negative number of the signal. */
   int wait();
 

@@ -1,12 +1,15 @@
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <filesystem>
 #include <memory>
 #include <optional>
+#include <set>
 #include <sstream>
 
 #include "host/CommandLine.h"
 #include "host/HostContext.h"
 #include "host/commands/AllCommands.h"
+#include "host/pages/OptionText.h"
 #include "tests/host/EventFixture.h"
 #include "tests/support/ClientCalls.h"
 #include "tests/support/HostileTexts.h"
@@ -32,10 +35,14 @@ const Place CHECKED[] = {
     {"events ?"},
     {"server ?"},
     {"server status --root ?"},
+    {"server status --root $R --server ?"},
     {"server start --root ?"},
+    {"server start --root $R --server ?"},
     {"server stop --root ?"},
-    {"record --root ? --recorder bell 1=x"},
-    {"record --root $R --recorder ? 1=x"},
+    {"server stop --root $R --server ?"},
+    {"record --root ? --recorder bell --for 1s 1=rtsp://c"},
+    {"record --root $R --recorder ? --for 1s 1=rtsp://c"},
+    {"record --root $R --recorder bell --server ? --for 1s 1=rtsp://c"},
     {"record --root $R --recorder bell ?"},
     {"record --root $R --recorder bell ?", "1="},
     {"record --root $R --recorder bell ?", "1=@"},
@@ -51,6 +58,7 @@ const Place CHECKED[] = {
     {"record --root $R --recorder bell 1=$R/none --frame-log ?"},
     {"play --root ? --recorder bell --stream 1 --at now -o -"},
     {"play --root $R --recorder ? --stream 1 --at now -o -"},
+    {"play --root $R --recorder bell --server ? --stream 1 --at now -o -"},
     {"play --root $R --recorder bell --stream ? --at now -o -"},
     {"play --root $R --recorder bell --stream 1 --at ? -o -"},
     {"play --root $R --recorder bell --stream 1 --at now --for ? -o -"},
@@ -65,27 +73,40 @@ const Place CHECKED[] = {
     {"repair --root $R --recorder bell --stream ?"},
     {"events add --root ? --recorder bell --sensor 1 --type 1"},
     {"events add --root $R --recorder ? --sensor 1 --type 1"},
+    {"events add --root $R --recorder bell --server ? --sensor 1 --type 1"},
     {"events add --root $R --recorder bell --sensor ? --type 1"},
     {"events add --root $R --recorder bell --sensor 1 --type ?"},
     {"events add --root $R --recorder bell --sensor 1 --type 1 --id ?"},
     {"events add --root $R --recorder bell --sensor 1 --type 1 --at ?"},
     {"events add --root $R --recorder bell --sensor 1 --type 1 --data ?", "@"},
     {"events add --root $R --recorder bell --sensor 1 --type 1 --confirm --stream ?"},
+    {"events list --root ? --recorder bell"},
     {"events list --root $R --recorder ?"},
+    {"events list --root $R --recorder bell --server ?"},
     {"events list --root $R --recorder bell --sensor ?"},
     {"events list --root $R --recorder bell --from ?"},
     {"events list --root $R --recorder bell --from 1 --for ?"},
-    {"events watch --root $R --recorder ?"},
-    {"events watch --root $R --recorder bell --sensor ?"},
-    {"events watch --root $R --recorder bell --from ?"},
+    {"events watch --root ? --recorder bell --for 1s"},
+    {"events watch --root $R --recorder ? --for 1s"},
+    {"events watch --root $R --recorder bell --server ? --for 1s"},
+    {"events watch --root $R --recorder bell --sensor ? --for 1s"},
+    {"events watch --root $R --recorder bell --from ? --for 1s"},
     {"events watch --root $R --recorder bell --for ?"},
     {"retain --root ? --recorder bell"},
     {"retain --root $R --recorder ?"},
+    {"retain --root $R --recorder bell --server ?"},
     {"retain --root $R --recorder bell --max-size ?"},
     {"retain --root $R --recorder bell --max-age ?"},
     {"retain --root $R --recorder bell --min-free ?"},
     {"retain --root $R --recorder bell --keep-at-least ?"},
+    {"bench --root ?"},
+    {"bench --root $R --runs ?"},
+    {"bench --root $R ?"},
+    {"bench --root $R append ?"},
 };
+
+// Any text names a file, so that a player looks for the recording first; there is none.
+const Place A_FILE{"play --root $R --recorder bell --stream 1 --at now -o - --frame-log ?"};
 
 // The whole command line of ktr, given every hostile text at every place where a text can stand.
 class HostileArgumentsTest : public EventFixture {
@@ -121,6 +142,30 @@ class HostileArgumentsTest : public EventFixture {
     std::sort(paths.begin(), paths.end());
     return paths;
   }
+  /** The option or argument of the program that a place gives its text to; null for none. */
+  [[nodiscard]] static const CLI::Option* filledBy(const Place& place, const CLI::App& program) {
+    const CLI::App* command = &program;
+    const CLI::Option* wants = nullptr;
+    std::istringstream words(place.command);
+    for (std::string word; words >> word && word != "?";) {
+      const auto parts = command->get_subcommands(
+          [&word](const CLI::App* part) { return part->check_name(word); });
+      if (!parts.empty()) command = parts.front();
+      wants = word.starts_with("-") ? command->get_option_no_throw(word) : nullptr;
+    }
+    if (wants != nullptr) return wants;
+    const std::vector<const CLI::Option*> arguments = OptionText::arguments(*command);
+    return arguments.empty() ? nullptr : arguments.front();
+  }
+  /** Names those of a command's options and arguments that take a text and are not among tried. */
+  static void expectTried(const CLI::App& command, const std::set<const CLI::Option*>& tried) {
+    for (const CLI::Option* option : command.get_options()) {
+      if (option->get_items_expected_max() == 0) continue;
+      EXPECT_TRUE(tried.contains(option))
+          << OptionText::path(command) << " " << option->get_name() << " has no place in CHECKED";
+    }
+    for (const CLI::App* part : OptionText::commands(command)) expectTried(*part, tried);
+  }
   void expectDataOnly() {
     for (const std::string& statement : calls_.statements()) {
       EXPECT_FALSE(HostileTexts::escapedInto(statement)) << statement;
@@ -153,12 +198,20 @@ TEST_F(HostileArgumentsTest, AreRefusedInOneLineBeforeAnythingIsDone) {
   EXPECT_EQ(files(), before);
 }
 
-// Any text names a file, so that a player looks for the recording first; there is none.
+TEST_F(HostileArgumentsTest, StandAtEveryOptionAndArgumentThatTakesAText) {
+  CLI::App program;
+  const CommandLine line(makeAllCommands());
+  (void)line.define(program);
+  std::set<const CLI::Option*> tried{filledBy(A_FILE, program)};
+  for (const Place& place : CHECKED) tried.insert(filledBy(place, program));
+  EXPECT_GE(tried.size(), 60U);
+  expectTried(program, tried);
+}
+
 TEST_F(HostileArgumentsTest, AreNamesOfFilesWhereAFileIsWanted) {
-  const Place place{"play --root $R --recorder bell --stream 1 --at now -o - --frame-log ?"};
   const Words before = files();
   for (const std::string& text : HostileTexts::all()) {
-    EXPECT_NE(run(wordsOf(place, text)), 0) << text;
+    EXPECT_NE(run(wordsOf(A_FILE, text)), 0) << text;
     EXPECT_EQ(std::count(err_.view().begin(), err_.view().end(), '\n'), 1) << err_.str();
     EXPECT_EQ(out_.str(), "") << text;
   }

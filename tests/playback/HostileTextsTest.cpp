@@ -12,6 +12,7 @@
 #include "playback/KTRVideoStreamReadSession.h"
 #include "tests/playback/PlaybackFixture.h"
 #include "tests/support/ClientCalls.h"
+#include "tests/support/ShellCalls.h"
 
 namespace {
 
@@ -60,6 +61,26 @@ class HostileTextsTest : public PlaybackFixture {
     return params;
   }
   [[nodiscard]] unsigned int refusals() const { return log_.countContaining("[ TEXT REFUSED ] "); }
+
+  /** A new directory, so deep that no text climbs out of it. */
+  [[nodiscard]] std::string scratch() const {
+    std::string path = dir_.path() + "/scratch/of/one/of/the/texts";
+    std::filesystem::create_directories(path);
+    return path;
+  }
+  /** Records a key frame into a directory whose path ends in text: whether its bytes are stored. */
+  [[nodiscard]] bool recordsBelow(const std::string& directory, const KTString& text) {
+    KTRStreamRecordParams hostile = params();
+    hostile.storageDir = KTString(directory + "/") + text;
+    begin(hostile);
+    key();
+    session_.reset();
+    const std::filesystem::recursive_directory_iterator all(dir_.path() + "/scratch");
+    return std::any_of(std::filesystem::begin(all), std::filesystem::end(all),
+                       [](const auto& entry) {
+                         return entry.path().extension() == ".dat" && entry.file_size() > 0;
+                       });
+  }
 
   ClientCalls calls_;
 };
@@ -156,16 +177,24 @@ TEST_F(HostileTextsTest, AsTheStorageOfARow) {
   });
 }
 
+// With a backslash the row names another directory than the one that was made, and nothing is
+// stored.
 TEST_F(HostileTextsTest, AsTheDirectoryOfARecording) {
-  tryAll([this](const KTString& text) {
-    if (KTRTextGuard::refusal(KTRTextGuard::Quoted, text) == nullptr) return;
-    KTRStreamRecordParams hostile = params();
-    hostile.storageDir = KTString(dir_.path() + "/") + text;
-    begin(hostile);
-    key();
-    session_.reset();
+  const ShellCalls shell;
+  unsigned int accepted = 0;
+  unsigned int recorded = 0;
+  tryAll([&](const KTString& text) {
+    const bool accepts = KTRTextGuard::refusal(KTRTextGuard::Quoted, text) == nullptr;
+    const bool isThere = recordsBelow(scratch(), text);
+    EXPECT_EQ(accepts && text.view().find('\\') == std::string::npos, isThere) << text.c_str();
+    accepted += accepts ? 1 : 0;
+    recorded += isThere ? 1 : 0;
+    std::filesystem::remove_all(dir_.path() + "/scratch");
   });
-  EXPECT_GE(refusals(), 50U);
+  EXPECT_EQ(accepted + refusals(), HostileTexts::all().size());
+  EXPECT_GE(HostileTexts::all().size(), 200U);
+  EXPECT_GE(recorded, 80U);
+  EXPECT_TRUE(shell.commands().empty());
 }
 
 TEST_F(HostileTextsTest, AsTheRecorderOfARecording) {

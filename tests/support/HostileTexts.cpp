@@ -7,7 +7,8 @@ namespace {
 // What may end the place where a text stands ...
 constexpr const char* OPENERS[] = {"",  "'",  "\"", "`",    "\\",  "\\'", "')", "cam'",
                                    "1", "%'", "\n", "',0)", "/x'", "$D/", "*/", "3 OR 1=1"};
-// ... and what would then be run or read.
+// ... and what would then be run or read. Whatever runs one of these, or the part of it that ends
+// at a slash, harms nothing: no text may remove what is not MARK.
 constexpr const char* PAYLOADS[] = {
     "; DROP TABLE pwned; -- ",
     " OR 1=1 -- pwned",
@@ -23,9 +24,9 @@ constexpr const char* PAYLOADS[] = {
 };
 
 constexpr const char* OTHERS[] = {
-    "../../../../tmp/pwned/x",
+    "../../../../pwned/x",
     "/tmp/pwned/../../etc/passwd'",
-    "-rf /tmp/pwned",
+    "-rf pwned",
     "--defaults-file=/tmp/pwned",
     "pwned%s%s%n%n",
     "%n%n%n%n pwned",
@@ -47,7 +48,7 @@ constexpr const char* OTHERS[] = {
     "pwned'/**/OR/**/1=1",
     "pwned' LIMIT 1; SET GLOBAL general_log=1",
     "LOAD_FILE('/etc/passwd') pwned",
-    "x=pwned; rm -rf /tmp/pwned",
+    "x=pwned; touch /tmp/pwned #",
     "\\x00 pwned",
 };
 
