@@ -42,7 +42,8 @@ void FollowingPlayer::playOn() {
   RecordingReader::Frame frame;
   for (auto begin = Latencies::Clock::now(); reader_.next(frame); begin = Latencies::Clock::now()) {
     latencies_.add(Latencies::Clock::now() - begin);
-    const std::int64_t expected = frames_ == 0 ? start_ * 1000 : lastMs_ + BenchClip::FRAME_MS;
+    const std::int64_t expected =
+        frames_ == 0 ? start_ * std::int64_t{1000} : lastMs_ + BenchClip::FRAME_MS;
     if (frame.timeMs != expected) ++displaced_;
     lastMs_ = frame.timeMs;
     bytes_ += frame.frame.data().size + KTRFile::RECORD_HEAD_SIZE;

@@ -43,7 +43,7 @@ class SessionFeedSplitTest : public testing::Test {
     const long now = KTTimeValue::now().tv_sec;
     const auto stamp = static_cast<std::uint32_t>(now % day * 1000);
     feed_->feed(KTRFrameWriter::build(KTRFrameFormat::Key, stamp, {{bytes, sizeof bytes}}), true,
-                now * 1000);
+                now * std::int64_t{1000});
     while (feed_->progress().queue != 0 || clock_.waiters() == 0) std::this_thread::yield();
   }
 

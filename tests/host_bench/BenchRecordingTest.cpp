@@ -15,7 +15,8 @@ TEST_F(BenchRecordingTest, HoldsEveryFrameAtItsTime) {
   ASSERT_TRUE(reader.seek(recording.start(), 3600));
   std::uint64_t read = 0;
   for (RecordingReader::Frame frame; reader.next(frame); ++read) {
-    ASSERT_EQ(recording.start() * 1000 + static_cast<std::int64_t>(read * BenchClip::FRAME_MS),
+    ASSERT_EQ(recording.start() * std::int64_t{1000} +
+                  static_cast<std::int64_t>(read * BenchClip::FRAME_MS),
               frame.timeMs);
     ASSERT_EQ(read, recording.numberOf(frame.frame.timeStamp()));
   }

@@ -136,7 +136,7 @@ TEST_F(AudioReaderTest, DamagedFramesAreSilenceWithOneWarning) {
     SessionFeed feed({params(), "", 0, nullptr});
     feed.use(StreamSettings(audioSettingsOf(HEADER), HEADER.encode()));
     for (int i = 0; i < 2; ++i) {
-      feed.feed(makeFrame(KTRFrameFormat::Audio, stampNow()), true, now() * 1000);
+      feed.feed(makeFrame(KTRFrameFormat::Audio, stampNow()), true, now() * std::int64_t{1000});
     }
   }
   clock_.advanceSeconds(1);

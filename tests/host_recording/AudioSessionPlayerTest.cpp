@@ -20,7 +20,7 @@ class AudioSessionPlayerTest : public RecorderFixture {
     feed.use(StreamSettings(audioSettingsOf(HEADER), header));
     for (int i = 0; i < 3; ++i) {
       frames_.push_back(makeFrame(KTRFrameFormat::Audio, stampNow()));
-      feed.feed(frames_.back(), true, now() * 1000);
+      feed.feed(frames_.back(), true, now() * std::int64_t{1000});
       clock_.advanceSeconds(1);
     }
   }

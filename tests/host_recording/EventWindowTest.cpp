@@ -172,7 +172,7 @@ TEST_F(EventWindowTest, AConfirmationThatWaitsForTheDatabaseHoldsNobody) {
     gate_.confirm();
     feed_->passConfirmation();
     clock_.advanceSeconds(1);
-    feed_->feed(makeFrame(KTRFrameFormat::Key, stampNow()), true, now() * 1000);
+    feed_->feed(makeFrame(KTRFrameFormat::Key, stampNow()), true, now() * std::int64_t{1000});
     EXPECT_EQ(1U, feed_->progress().open);
     EXPECT_TRUE(feed_->isPassingConfirmation());
   }
@@ -248,7 +248,7 @@ TEST_F(EventWindowTest, AWindowThatCannotBeginCostsNoEvent) {
   fs::rename(disk(), disk() + ".away");
   std::ofstream(disk()) << "no directory";
   clock_.advanceSeconds(1);
-  feed_->feed(makeFrame(KTRFrameFormat::Key, stampNow()), true, now() * 1000);
+  feed_->feed(makeFrame(KTRFrameFormat::Key, stampNow()), true, now() * std::int64_t{1000});
   feed_->finish();
   EXPECT_EQ(1U, log_.countContaining("Cant Create Directory !!"));
   EXPECT_THAT(sessions(), ElementsAre("1:1"));
@@ -258,7 +258,7 @@ TEST_F(EventWindowTest, AWindowThatCannotBeginCostsNoEvent) {
 TEST_F(EventWindowTest, ASessionThatEndsByItselfTakesItsFilesAlong) {
   keys(3);
   starve();
-  feed_->feed(makeFrame(KTRFrameFormat::Key, stampNow()), true, now() * 1000);
+  feed_->feed(makeFrame(KTRFrameFormat::Key, stampNow()), true, now() * std::int64_t{1000});
   feed_->finish();
   EXPECT_THAT(sessions(), IsEmpty());
   EXPECT_THAT(files(), IsEmpty());
@@ -269,7 +269,7 @@ TEST_F(EventWindowTest, AWindowThatTheLibraryKeepsKeepsItsFiles) {
   const std::vector<std::string> window = slices();
   while (log_.countContaining("NO IFRAMES for 180 sec") == 0) {
     clock_.advanceSeconds(10);
-    feed_->feed(makeFrame(KTRFrameFormat::Delta, stampNow()), false, now() * 1000);
+    feed_->feed(makeFrame(KTRFrameFormat::Delta, stampNow()), false, now() * std::int64_t{1000});
     while (feed_->progress().queue != 0) std::this_thread::yield();
   }
   feed_->finish();

@@ -20,7 +20,7 @@ class FedSessionTest : public RecorderFixture {
     StreamFrame made;
     made.bytes = makeFrame(key ? KTRFrameFormat::Key : KTRFrameFormat::Delta,
                            static_cast<unsigned int>((START + second) % DAY * 1000));
-    made.timeMs = (START + second) * 1000;
+    made.timeMs = (START + second) * std::int64_t{1000};
     made.startsPlayback = key;
     made.settings = settings_;
     return made;

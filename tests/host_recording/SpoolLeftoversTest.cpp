@@ -30,7 +30,7 @@ class SpoolLeftoversTest : public RecorderFixture {
       StreamFrame frame;
       frame.bytes = makeFrame(second == 0 ? KTRFrameFormat::Key : KTRFrameFormat::Delta,
                               static_cast<unsigned int>((START + second) % 86400 * 1000));
-      frame.timeMs = (START + second) * 1000;
+      frame.timeMs = (START + second) * std::int64_t{1000};
       frame.startsPlayback = second == 0;
       frame.settings = std::make_shared<const StreamSettings>(params().videoSettings);
       ASSERT_EQ(FrameSpool::Stored, spool.append(frame));

@@ -17,7 +17,7 @@ class StoredFramesTest : public RecorderFixture {
     StreamFrame made;
     const auto stamp = static_cast<unsigned int>((START + second) % 86400 * 1000);
     made.bytes = makeFrame(kind, stamp);
-    made.timeMs = (START + second) * 1000;
+    made.timeMs = (START + second) * std::int64_t{1000};
     made.settings = std::make_shared<const StreamSettings>(params().videoSettings);
     return made;
   }
