@@ -41,7 +41,7 @@ class EventWindowTest : public RecorderFixture {
   [[nodiscard]] std::string disk() const { return dir_.path() + "/disk"; }
   void feed(KTRFrameFormat::Kind kind, unsigned int stampMs = stampNow()) {
     feed_->feed(makeFrame(kind, stampMs), kind != KTRFrameFormat::Delta,
-                now() / 86400 * 86'400'000 + stampMs);
+                now() / 86400 * std::int64_t{86'400'000} + stampMs);
     settleFeed();
   }
   /** A key frame in each of the next seconds. */
