@@ -106,7 +106,7 @@ void BenchCommand::checkNames() const {
   const std::vector<std::string>& all = allScenarioNames();
   for (const std::string& name : names_) {
     if (std::any_of(all.begin(), all.end(),
-                    [&](const auto& each) { return each.starts_with(name); })) {
+                    [&](const auto& each) { return !name.empty() && each.starts_with(name); })) {
       continue;
     }
     throw usageError("'" + name + "' is not a scenario", "the scenarios are " + allNames());

@@ -170,14 +170,16 @@ void FedSession::writeSidecar(unsigned int id) {
   filesOf_ = id;
 }
 
-// A slice that was complete and has been deleted since is not missed.
-bool FedSession::isFileGone() const {
+// A slice that could not be opened was never there: the session finds that out by itself.
+bool FedSession::isFileGone() {
   const KTRRecordProgress written = progress();
   if (files_.empty() || written.sessionId != filesOf_) return false;
+  const std::filesystem::path path = sliceOf(files_, written);
   std::error_code error;
-  if (std::filesystem::exists(sliceOf(files_, written), error) || error) return false;
-  const KTRRecordProgress now = progress();
-  return now.sessionId == written.sessionId && now.sliceIndex == written.sliceIndex;
+  const bool isThere = exists(path, error);
+  if (isThere) seenFile_ = path;
+  if (isThere || error) return false;
+  return seenFile_ == path || (!exists(path.parent_path(), error) && !error);
 }
 
 void FedSession::followWindow() {

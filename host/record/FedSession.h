@@ -73,7 +73,7 @@ class FedSession {
    * Whether somebody has removed the file that is written, after writeSidecar(): a session would
    * go on writing into it.
    */
-  [[nodiscard]] bool isFileGone() const;
+  [[nodiscard]] bool isFileGone();
 
   /** In a recording by events: passes on what its window has to know of the session. */
   void followWindow();
@@ -115,4 +115,5 @@ class FedSession {
   bool kept_ = true;
   unsigned int filesOf_ = 0;  // the record session of which files_ is known
   std::string files_;         // what their paths begin with; empty when that is not known
+  std::string seenFile_;      // the last of them that was there
 };

@@ -38,6 +38,8 @@ class FeedBacklog {
   static constexpr std::uint64_t LARGEST_WAIT = 64U << 20;
   /** Frames in hand at most before no more are read from the spool. */
   static constexpr std::uint64_t LARGEST_HAND = 64U << 20;
+  /** Frames in hand at most before they are let go of without their file having been seen. */
+  static constexpr std::uint64_t LARGEST_UNSEEN = 2 * LARGEST_HAND;
   /** Of a group of pictures that is on disk, the most that is kept to begin again with. */
   static constexpr std::uint64_t LARGEST_GROUP = 32U << 20;
   /** A spool that refused a frame is tried again after this. */
@@ -79,6 +81,8 @@ class FeedBacklog {
   void noteFlush(bool isDue) { flushIsDue_ = isDue; }
   /** So many of the frames that the running session was given are in its file, or on their way. */
   void noteStored(std::uint64_t ofGiven) { stored_ = ofGiven; }
+  /** Whether the frames in hand are too many to wait for a look at their file. */
+  [[nodiscard]] bool isHandFull() const { return handBytes_ >= LARGEST_UNSEEN; }
   /** So many of the frames that the running session was given are on disk. */
   void settle(std::uint64_t ofGiven);
   struct Recorded {

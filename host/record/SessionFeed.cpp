@@ -187,7 +187,7 @@ bool SessionFeed::pump() {
   }
   backlog_.noteStored(session_->progress().frames);
   flushed_ = session_->settled();
-  backlog_.settle(seen_);
+  backlog_.settle(backlog_.isHandFull() ? flushed_ : seen_);
   if (seen_ > repeated_) pause_ = KTClock::Span(0);
   return session_->taken() != before;
 }

@@ -25,15 +25,14 @@ SidecarWriter::SidecarWriter(const KTRStreamRecordParams& params, const KTDataBl
 
 // A session whose row is gone, as an unconfirmed one by events, has no directory any more.
 std::string SidecarWriter::note(unsigned int session) {
-  if (session == 0 || session == noted_) return "";
-  noted_ = session;
   KTR_DB_factory* factory = KTR_DB_factory::instance();
   KTR_DB_handle* db = factory == nullptr ? nullptr : factory->db_instance(recorder_);
-  if (db == nullptr || db->recordSessionTable() == nullptr ||
-      db->recordSessionTable()->getSessionStorage(static_cast<int>(session)).empty()) {
-    return "";
-  }
-  std::string prefix(db->getFullPrefixFileName(static_cast<int>(session)).view());
+  if (db == nullptr || db->recordSessionTable() == nullptr) return "";
+  const int id = static_cast<int>(session);
+  const KTString storage = db->recordSessionTable()->getSessionStorage(id);
+  if (storage.empty()) return "";
+  std::string prefix(storage.view());
+  prefix.append("/").append(db->getPrefixFileName(id).view());
   if (sidecar_.write(prefix + SessionFiles::SIDECAR)) return prefix;
   KTLogger::instance()->log(KTLogger::Warning,
                             "session %u: cannot write its sidecar file %s%s: without the database "

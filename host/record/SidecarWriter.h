@@ -17,14 +17,12 @@ class SidecarWriter {
   SidecarWriter(const KTRStreamRecordParams& params, const KTDataBlock& audioHeader);
 
   /**
-   * session: the one that is recorded now; 0 when none has begun.
-   * @return what the paths of its files begin with; empty for one whose row is gone, and for one
-   *   that was noted before
+   * session: the one that is recorded now.
+   * @return what the paths of its files begin with; empty where the database does not tell it
    */
   std::string note(unsigned int session);
 
  private:
   KTString recorder_;
   SessionSidecar sidecar_;
-  unsigned int noted_ = 0;
 };

@@ -99,10 +99,10 @@ const Place CHECKED[] = {
     {"retain --root $R --recorder bell --max-age ?"},
     {"retain --root $R --recorder bell --min-free ?"},
     {"retain --root $R --recorder bell --keep-at-least ?"},
-    {"bench --root ?"},
-    {"bench --root $R --runs ?"},
-    {"bench --root $R ?"},
-    {"bench --root $R append ?"},
+    {"bench --short --root ? append"},
+    {"bench --short --root $R --runs ? append"},
+    {"bench --short --root $R ?"},
+    {"bench --short --root $R append ?"},
 };
 
 // Any text names a file, so that a player looks for the recording first; there is none.

@@ -35,6 +35,7 @@ class TestRtspServer {
   [[nodiscard]] std::string url() const { return "rtsp://" + listener_.address() + "/live"; }
   /** Blocks until a client has been sent the whole clip. */
   void awaitSent() const { sent_.wait(false); }
+  [[nodiscard]] bool hasSent() const { return sent_; }
   /** Blocks until a client is connected. */
   void awaitClient() const { connected_.wait(false); }
   /** The tracks that the client has set up. */

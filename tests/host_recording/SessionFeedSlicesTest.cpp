@@ -33,6 +33,7 @@ class SessionFeedSlicesTest : public FeedFixture, public testing::WithParamInter
   void expectGoneOn() const {
     EXPECT_EQ(1U, faults_.count());
     EXPECT_EQ(1U, endings());
+    EXPECT_EQ(0U, log_.countContaining("has been removed"));
   }
 
   FaultCalls faults_;

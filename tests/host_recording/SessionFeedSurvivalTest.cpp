@@ -246,6 +246,9 @@ TEST_F(SessionFeedSurvivalTest, ADirectoryThatIsRemovedTakesNothingWithItThatCom
   };
   for (int i = 0; told() == 0 && i < 1000; ++i) {
     feedGroups(1);
+    while (told() == 0 && (feed_->progress().queue != 0 || clock_.waiters() == 0)) {
+      std::this_thread::yield();
+    }
     std::this_thread::sleep_for(std::chrono::milliseconds(10));
   }
   feedGroups(10);
