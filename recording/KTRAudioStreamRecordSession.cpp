@@ -26,7 +26,7 @@ int KTRAudioStreamRecordSession::run() {
   KTRVideoFrame parser;
   if (KTR_DB_factory* factory = KTR_DB_factory::instance()) (void)factory->createDB(params_.dbName);
   while (queue_.enabled()) {
-    if (const KTMessage* message = queue_.deq(KTTimeValue(TIMEOUT_SECONDS, 0))) {
+    if (const KTMessage* message = nextMessage()) {
       handle(message, parser);
       message->destroy();
     } else if (queue_.enabled()) {

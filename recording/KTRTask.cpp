@@ -1,5 +1,13 @@
 #include "recording/KTRTask.h"
 
+namespace {
+
+bool isFrame(int type) {
+  return (type & KTRMessageType::FrameData) != 0;
+}
+
+}  // namespace
+
 KTRTask::KTRTask() = default;
 
 KTRTask::~KTRTask() = default;
@@ -8,13 +16,21 @@ int KTRTask::commit(const KTDataBlock& data, int type, KTMessage::Priority prior
   KTMessage* message = KTMessage::create();
   message->type = type;
   message->data(data);
-  if (queue_.enq(message, priority) != -1) return 0;
+  const bool canWait = isFrame(type) && priority != KTMessage::UrgentPriority;
+  if (queue_.enq(message, priority, canWait ? REST_MESSAGES : 0) != -1) return 0;
   message->destroy();
   return -1;
 }
 
 bool KTRTask::dataArrived() {
   return dataArrived_;
+}
+
+KTMessage* KTRTask::nextMessage() {
+  if (isFlowing_) queue_.rest(REST);
+  KTMessage* message = queue_.deq(KTTimeValue(TIMEOUT_SECONDS, 0));
+  isFlowing_ = message != nullptr && isFrame(message->type);
+  return message;
 }
 
 void KTRTask::drainQueue() {

@@ -44,7 +44,7 @@ int KTRVideoStreamRecordSession::run() {
   turnStart_ = KTTimeValue::now();
   while (queue_.enabled()) {
     noteTurn();
-    KTMessage* message = queue_.deq(KTTimeValue(TIMEOUT_SECONDS, 0));
+    KTMessage* message = nextMessage();
     turnStart_ = KTTimeValue::now();
     if (message != nullptr) {
       handle(message, parser);

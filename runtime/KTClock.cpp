@@ -33,6 +33,11 @@ class SystemClock : public KTClock {
       changed.wait_until(lock, std::chrono::steady_clock::time_point(until));
     }
   }
+
+  Span restEnd(Span length) override {
+    const Span end = elapsed() + length + REST_STEP;
+    return end - end % REST_STEP;
+  }
 };
 
 std::atomic<KTClock*> installed{nullptr};
@@ -49,6 +54,10 @@ KTClock* KTClock::instance() {
 
 void KTClock::install(KTClock* clock) {
   installed.store(clock, std::memory_order_release);
+}
+
+KTClock::Span KTClock::restEnd(Span) {
+  return elapsed();
 }
 
 KTClock::Span KTClock::deadline(const KTTimeValue& timeout) {

@@ -19,6 +19,7 @@
 class KTR_API KTClock {
  public:
   using Span = std::chrono::microseconds;
+  static constexpr Span REST_STEP = std::chrono::milliseconds(20);
 
   KTClock() = default;
   KTClock(const KTClock&) = delete;
@@ -42,6 +43,13 @@ class KTR_API KTClock {
    */
   virtual void wait(std::condition_variable& changed, std::unique_lock<std::mutex>& lock,
                     Span until) = 0;
+
+  /**
+   * elapsed() value at which a rest of about length that starts now is over. The system's clock
+   * lets rests end together, at most REST_STEP later, so that a processor wakes once for many
+   * threads. Other clocks know no rest, unless they say so: it is over at once.
+   */
+  [[nodiscard]] virtual Span restEnd(Span length);
 
   /** elapsed() value at which timeout, starting now, is over; Span::max() for Unlimited. */
   [[nodiscard]] Span deadline(const KTTimeValue& timeout);

@@ -13,21 +13,23 @@ KTMessageQueue::~KTMessageQueue() {
 
 // A reader that is busy finds the message by itself. One that waits is woken with the lock free:
 // else it would run on another processor straight into it and go to sleep again.
-int KTMessageQueue::enq(const KTMessage* m, KTMessage::Priority p) {
+int KTMessageQueue::enq(const KTMessage* m, KTMessage::Priority p, unsigned int enough) {
   std::unique_lock lock(mutex_);
   if (!enabled_) return -1;
   (p == KTMessage::UrgentPriority ? urgent_ : normal_).push_back(const_cast<KTMessage*>(m));
-  if (waiting_ == 0) return 0;
+  const bool isRestOver = resting_ && length() >= enough;
+  if (waiting_ == 0 && !isRestOver) return 0;
+  if (isRestOver) resting_ = false;
   ++waking_;
   lock.unlock();
-  changed_.notify_one();
+  changed_.notify_all();
   --waking_;
   return 0;
 }
 
 KTMessage* KTMessageQueue::deq(const KTTimeValue& timeout) {
   std::unique_lock lock(mutex_);
-  if (urgent_.empty() && normal_.empty() && !awaitMessage(lock, timeout)) return nullptr;
+  if (!hasMessage() && !awaitMessage(lock, timeout)) return nullptr;
   std::deque<KTMessage*>& from = urgent_.empty() ? normal_ : urgent_;
   KTMessage* m = from.front();
   from.pop_front();
@@ -37,13 +39,23 @@ KTMessage* KTMessageQueue::deq(const KTTimeValue& timeout) {
 bool KTMessageQueue::awaitMessage(std::unique_lock<std::mutex>& lock, const KTTimeValue& timeout) {
   KTClock* const clock = KTClock::instance();
   const KTClock::Span until = clock->deadline(timeout);
-  while (urgent_.empty() && normal_.empty()) {
+  while (!hasMessage()) {
     if (!enabled_ || clock->elapsed() >= until) return false;
     ++waiting_;
     clock->wait(changed_, lock, until);
     --waiting_;
   }
   return true;
+}
+
+void KTMessageQueue::rest(KTClock::Span length) {
+  std::unique_lock lock(mutex_);
+  if (hasMessage()) return;
+  KTClock* const clock = KTClock::instance();
+  const KTClock::Span until = clock->restEnd(length);
+  resting_ = true;
+  while (resting_ && enabled_ && clock->elapsed() < until) clock->wait(changed_, lock, until);
+  resting_ = false;
 }
 
 void KTMessageQueue::disable() {
@@ -59,5 +71,9 @@ bool KTMessageQueue::enabled() const {
 
 unsigned int KTMessageQueue::size() const {
   const std::lock_guard lock(mutex_);
+  return length();
+}
+
+unsigned int KTMessageQueue::length() const {
   return static_cast<unsigned int>(urgent_.size() + normal_.size());
 }

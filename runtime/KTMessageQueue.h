@@ -5,6 +5,7 @@
 #include <deque>
 #include <mutex>
 
+#include "runtime/KTClock.h"
 #include "runtime/KTMessage.h"
 #include "runtime/KTRExport.h"
 #include "runtime/KTTimeValue.h"
@@ -14,7 +15,7 @@
  *
  * Owns: the messages in it; those left at destruction are destroyed.
  * Threads: any thread; who has taken the last message may destroy it.
- * Blocks: deq() up to its time-out; all else only for the moment of a lock.
+ * Blocks: deq() up to its time-out, rest() for its length; all else for the moment of a lock.
  * Errors: enq() answers -1 once the queue is disabled, and the caller keeps the message.
  */
 class KTR_API KTMessageQueue {
@@ -24,15 +25,23 @@ class KTR_API KTMessageQueue {
   KTMessageQueue& operator=(const KTMessageQueue&) = delete;
   ~KTMessageQueue();
 
-  /** Appends m behind the messages of its priority and wakes a reader: 0, or -1 when refused. */
-  [[nodiscard]] int enq(const KTMessage* m, KTMessage::Priority p);
+  /**
+   * Appends m behind the messages of its priority and wakes a reader: 0, or -1 when refused. One
+   * that rests is left alone until the queue holds enough messages.
+   */
+  [[nodiscard]] int enq(const KTMessage* m, KTMessage::Priority p, unsigned int enough = 0);
   /**
    * Hands out the next message with its ownership. While the queue is enabled waits for one up to
    * timeout; answers null on time-out, and when the queue is disabled and empty or was disabled
    * while waiting. A disabled queue still hands out what is in it, so that it can be drained.
    */
   [[nodiscard]] KTMessage* deq(const KTTimeValue& timeout);
-  /** Refuses further messages and wakes every waiting reader. */
+  /**
+   * Lets messages gather for about length, as the clock in use ends a rest, or until enq() or
+   * disable() ends it. Over at once when there is a message. deq() after it misses nothing.
+   */
+  void rest(KTClock::Span length);
+  /** Refuses further messages and wakes every reader. */
   void disable();
   [[nodiscard]] bool enabled() const;
   [[nodiscard]] bool empty() const { return size() == 0; }
@@ -40,13 +49,16 @@ class KTR_API KTMessageQueue {
   [[nodiscard]] unsigned int size() const;
 
  private:
+  [[nodiscard]] bool hasMessage() const { return !urgent_.empty() || !normal_.empty(); }
+  [[nodiscard]] unsigned int length() const;
   [[nodiscard]] bool awaitMessage(std::unique_lock<std::mutex>& lock, const KTTimeValue& timeout);
 
   mutable std::mutex mutex_;
   std::condition_variable changed_;
   std::deque<KTMessage*> urgent_;
   std::deque<KTMessage*> normal_;
-  unsigned int waiting_ = 0;              // readers
+  unsigned int waiting_ = 0;              // readers in deq()
+  bool resting_ = false;                  // a reader that has not been woken
   std::atomic<unsigned int> waking_ = 0;  // senders, with the lock free
   bool enabled_ = true;
 };

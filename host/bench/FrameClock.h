@@ -33,6 +33,7 @@ class FrameClock : public KTClock {
             Span until) override {
     below_->wait(changed, lock, until);
   }
+  [[nodiscard]] Span restEnd(Span length) override { return below_->restEnd(length); }
 
  private:
   KTClock* const below_;

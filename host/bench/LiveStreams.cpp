@@ -142,13 +142,11 @@ int LiveStreams::commit(Stream& stream, const KTDataBlock& frame) {
 
 // Only the feeding thread raises these.
 void LiveStreams::noteQueue(unsigned int length) {
-  if (length > 1) ++framesThatWaited_;
   if (length > longestQueue_) longestQueue_ = length;
 }
 
 void LiveStreams::mark() {
   longestQueue_ = 0;
-  framesThatWaited_ = 0;
   latestFeedMs_ = 0;
 }
 

@@ -55,8 +55,6 @@ class LiveStreams {
   [[nodiscard]] Stored stored() const;
   /** The most messages that waited for one session, the one just committed included. */
   [[nodiscard]] unsigned int longestQueue() const { return longestQueue_; }
-  /** Frames that were committed while their session had not yet taken the one before. */
-  [[nodiscard]] std::uint64_t framesThatWaited() const { return framesThatWaited_; }
   /** The most that a frame was committed too late by, milliseconds: the feeder's own fault. */
   [[nodiscard]] std::int64_t latestFeedMs() const { return latestFeedMs_; }
   /** After stop(): how long each commit() has taken, of all frames. */
@@ -97,7 +95,6 @@ class LiveStreams {
   std::atomic<double> sampledCpu_{0};
   std::atomic<bool> ending_{false};
   std::atomic<unsigned int> longestQueue_{0};
-  std::atomic<std::uint64_t> framesThatWaited_{0};
   std::atomic<std::int64_t> latestFeedMs_{0};
   std::atomic<std::uint64_t> refused_{0};
   Stored final_;

@@ -26,6 +26,7 @@ class SteadyClock : public KTClock {
             Span until) override {
     below_->wait(changed, lock, until);
   }
+  [[nodiscard]] Span restEnd(Span length) override { return below_->restEnd(length); }
 
  private:
   KTClock* const below_;

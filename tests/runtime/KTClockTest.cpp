@@ -60,6 +60,21 @@ TEST_F(KTClockTest, AnUnlimitedTimeOutHasNoDeadline) {
   EXPECT_EQ(clock().deadline(KTTimeValue::Unlimited), KTClock::Span::max());
 }
 
+TEST_F(KTClockTest, ARestLastsItsLengthAndEndsWithOthers) {
+  const KTClock::Span length = std::chrono::milliseconds(80);
+  const KTClock::Span before = clock().elapsed();
+  const KTClock::Span end = clock().restEnd(length);
+  EXPECT_GE(end, before + length);
+  EXPECT_LE(end, clock().elapsed() + length + KTClock::REST_STEP);
+  EXPECT_EQ(end % KTClock::REST_STEP, KTClock::Span(0));
+}
+
+TEST_F(KTClockTest, AClockThatIsMovedByHandKnowsNoRest) {
+  ManualClock manual;
+  manual.advanceSeconds(100);
+  EXPECT_EQ(manual.restEnd(std::chrono::milliseconds(80)), manual.elapsed());
+}
+
 TEST_F(KTClockTest, ATimedWaitEndsByItself) {
   std::mutex mutex;
   std::condition_variable changed;

@@ -3,11 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <future>
 #include <memory>
 #include <thread>
 #include <vector>
 
-#include "tests/support/ManualClock.h"
+#include "tests/support/RestingClock.h"
 
 namespace {
 
@@ -19,9 +20,9 @@ class KTMessageQueueTest : public testing::Test {
     return m;
   }
 
-  int put(int type, KTMessage::Priority p = KTMessage::NormalPriority) {
+  int put(int type, KTMessage::Priority p = KTMessage::NormalPriority, unsigned int enough = 0) {
     KTMessage* m = message(type);
-    const int result = queue_.enq(m, p);
+    const int result = queue_.enq(m, p, enough);
     if (result == -1) m->destroy();
     return result;
   }
@@ -35,7 +36,24 @@ class KTMessageQueueTest : public testing::Test {
     return type;
   }
 
-  ManualClock clock_;
+  // A message that lets a reader rest until there are enough of its kind.
+  int putPatient(int type, unsigned int enough) {
+    return put(type, KTMessage::NormalPriority, enough);
+  }
+
+  // Rests in a thread of its own, and tells how many messages there were at the end of it.
+  std::future<unsigned int> restAside() {
+    std::future<unsigned int> rested = std::async(std::launch::async, [this] {
+      queue_.rest(REST);
+      return queue_.size();
+    });
+    clock_.awaitWaiters(1);
+    return rested;
+  }
+
+  static constexpr KTClock::Span REST = std::chrono::milliseconds(80);
+
+  RestingClock clock_;
   KTMessageQueue queue_;
 };
 
@@ -144,6 +162,72 @@ TEST_F(KTMessageQueueTest, ADisabledQueueCanBeDrained) {
   EXPECT_EQ(take(KTTimeValue::Unlimited), 1);
   EXPECT_EQ(take(KTTimeValue::Unlimited), 2);
   EXPECT_EQ(take(KTTimeValue::Unlimited), 0);
+}
+
+TEST_F(KTMessageQueueTest, ARestIsOverAtItsEndAndNotBefore) {
+  std::future<unsigned int> rested = restAside();
+  putPatient(1, 8);
+  clock_.advanceToNextWait(REST - KTClock::Span(1));
+  putPatient(2, 8);
+  clock_.advance(KTClock::Span(1));
+  EXPECT_EQ(rested.get(), 2U);
+}
+
+TEST_F(KTMessageQueueTest, EnoughMessagesEndARest) {
+  std::future<unsigned int> rested = restAside();
+  for (int type = 1; type <= 3; ++type) putPatient(type, 3);
+  EXPECT_EQ(rested.get(), 3U);
+  for (int type = 1; type <= 3; ++type) EXPECT_EQ(take(), type);
+}
+
+TEST_F(KTMessageQueueTest, AMessageThatCannotWaitEndsARest) {
+  std::future<unsigned int> rested = restAside();
+  putPatient(1, 8);
+  put(2);
+  EXPECT_EQ(rested.get(), 2U);
+}
+
+TEST_F(KTMessageQueueTest, DisableEndsARest) {
+  std::future<unsigned int> rested = restAside();
+  queue_.disable();
+  EXPECT_EQ(rested.get(), 0U);
+  queue_.rest(REST);  // over at once
+}
+
+TEST_F(KTMessageQueueTest, NobodyRestsBesideAMessage) {
+  put(1);
+  queue_.rest(REST);  // would not return
+  EXPECT_EQ(take(), 1);
+}
+
+TEST_F(KTMessageQueueTest, AReaderThatWaitsIsWokenByAMessageThatCouldWait) {
+  int type = -1;
+  std::thread reader([&] { type = take(KTTimeValue::Unlimited); });
+  clock_.awaitWaiters(1);
+  putPatient(5, 8);
+  reader.join();
+  EXPECT_EQ(type, 5);
+}
+
+TEST_F(KTMessageQueueTest, NothingIsLostBetweenWritersAndAReaderThatRests) {
+  int sum = 0;
+  std::thread reader([&] {
+    for (int type = -1; type != 0;) {
+      queue_.rest(REST);
+      type = take(KTTimeValue::Unlimited);
+      sum += type;
+    }
+  });
+  std::vector<std::thread> writers;
+  for (int i = 0; i < 3; ++i) {
+    writers.emplace_back([&] {
+      for (int n = 0; n < 1000; ++n) putPatient(1 + n % 2, 8);
+    });
+  }
+  for (std::thread& writer : writers) writer.join();
+  queue_.disable();
+  reader.join();
+  EXPECT_EQ(sum, 3 * 1500);
 }
 
 TEST_F(KTMessageQueueTest, MessagesLeftAreDestroyedWithTheQueue) {

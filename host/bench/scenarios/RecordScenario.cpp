@@ -100,6 +100,5 @@ void RecordScenario::addFigures(const LiveStreams& live, double feederCpu, doubl
       {"% of a core per stream, kernel's threads", ofStream(result.kernelCpuSeconds)},
       {"MiB resident per stream", static_cast<double>(result.residentBytes) / MIB / streams_},
       {"longest queue", live.longestQueue()},
-      {"frames that found one waiting", static_cast<double>(live.framesThatWaited())},
       {"ms at most that a frame was fed late", static_cast<double>(live.latestFeedMs())}};
 }
