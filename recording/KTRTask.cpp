@@ -27,10 +27,20 @@ bool KTRTask::dataArrived() {
 }
 
 KTMessage* KTRTask::nextMessage() {
-  if (isFlowing_) queue_.rest(REST);
+  if (isFlowing_) rest();
   KTMessage* message = queue_.deq(KTTimeValue(TIMEOUT_SECONDS, 0));
   isFlowing_ = message != nullptr && isFrame(message->type);
   return message;
+}
+
+// Frames that come faster than any camera gives them are waited for by somebody.
+void KTRTask::rest() {
+  if (framesToRush_ > 0) {
+    --framesToRush_;
+    return;
+  }
+  queue_.rest(REST);
+  if (queue_.size() >= REST_MESSAGES) framesToRush_ = RUSH_FRAMES;
 }
 
 void KTRTask::drainQueue() {

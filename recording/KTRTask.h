@@ -40,6 +40,7 @@ class KTR_API KTRTask : public KTTask {
   static constexpr int TIMEOUT_SECONDS = 15;  // that a run loop waits for one message
   static constexpr KTClock::Span REST = std::chrono::milliseconds(120);
   static constexpr unsigned int REST_MESSAGES = 8;  // that end a rest
+  static constexpr int RUSH_FRAMES = 250;           // without a rest behind one that they ended
 
   /**
    * The next message of a stream, with its ownership; null after 15 seconds without any and when
@@ -53,5 +54,8 @@ class KTR_API KTRTask : public KTTask {
   std::atomic<bool> dataArrived_{false};
 
  private:
+  void rest();
+
+  int framesToRush_ = 0;
   bool isFlowing_ = false;  // the last message held frames
 };

@@ -11,7 +11,8 @@
  * Measures what passes between its making and read(): time, processor time of this process or of
  * the children it has waited for, that of the kernel's own threads, which write the page cache to
  * the disk and reclaim its memory, and that of the database server. The kernel's threads work for
- * everybody: the machine should have nothing else to do.
+ * everybody: the machine should have nothing else to do. Its monitor of memory accesses (DAMON),
+ * which works for nobody, is left out.
  *
  * Threads: one thread at a time for each object.
  * Blocks: never.

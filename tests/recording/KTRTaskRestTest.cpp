@@ -85,6 +85,20 @@ TEST_F(KTRTaskRestTest, EightFramesEndARest) {
   EXPECT_EQ(task_->taken, 9);
 }
 
+TEST_F(KTRTaskRestTest, NobodyRestsAmongFramesThatCameInARush) {
+  restBehindAFrame();
+  for (int i = 0; i < 8; ++i) giveFrame();
+  awaitTaken(9);
+  for (int taken = 10; taken <= 251; ++taken) {
+    giveFrame();
+    awaitTaken(taken);
+  }
+  EXPECT_EQ(clock_.rests(), 1);
+  giveFrame();
+  awaitTaken(252);
+  EXPECT_EQ(clock_.rests(), 2);
+}
+
 TEST_F(KTRTaskRestTest, OtherMessagesEndARest) {
   restBehindAFrame();
   giveFrame();
