@@ -2,8 +2,16 @@
 
 namespace {
 
+// What is tested for before the frames is more than a frame.
 bool isFrame(int type) {
-  return (type & KTRMessageType::FrameData) != 0;
+  constexpr int TESTED = KTRMessageType::Stop | KTRMessageType::Time | KTRMessageType::FrameData;
+  return (type & TESTED) == KTRMessageType::FrameData;
+}
+
+KTTimeValue timeValueOf(KTClock::Span span) {
+  constexpr KTClock::Span::rep PER_SECOND = 1'000'000;
+  return KTTimeValue(static_cast<long>(span.count() / PER_SECOND),
+                     static_cast<long>(span.count() % PER_SECOND));
 }
 
 }  // namespace
@@ -27,20 +35,27 @@ bool KTRTask::dataArrived() {
 }
 
 KTMessage* KTRTask::nextMessage() {
-  if (isFlowing_) rest();
-  KTMessage* message = queue_.deq(KTTimeValue(TIMEOUT_SECONDS, 0));
+  KTClock* const clock = KTClock::instance();
+  const KTClock::Span until = clock->elapsed() + std::chrono::seconds(TIMEOUT_SECONDS);
+  if (isFlowing_ && !rest()) return nullptr;
+  KTMessage* message = queue_.deq(timeValueOf(until - clock->elapsed()));
   isFlowing_ = message != nullptr && isFrame(message->type);
   return message;
 }
 
-// Frames that come faster than any camera gives them are waited for by somebody.
-void KTRTask::rest() {
-  if (framesToRush_ > 0) {
-    --framesToRush_;
-    return;
+// A rest saves nothing where none comes meanwhile, and delays a host that gives all it has.
+bool KTRTask::rest() {
+  if (framesAtOnce_ > 0) {
+    --framesAtOnce_;
+    return true;
   }
-  queue_.rest(REST);
-  if (queue_.size() >= REST_MESSAGES) framesToRush_ = RUSH_FRAMES;
+  const KTMessageQueue::Rest ended = queue_.rest(REST);
+  if (ended == KTMessageQueue::MessageCame && queue_.size() >= REST_MESSAGES) {
+    framesAtOnce_ = RUSH_FRAMES;
+  } else if (ended == KTMessageQueue::TimeIsOver && queue_.empty()) {
+    framesAtOnce_ = SLOW_FRAMES;
+  }
+  return ended != KTMessageQueue::QueueIsDisabled;
 }
 
 void KTRTask::drainQueue() {

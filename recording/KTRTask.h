@@ -23,9 +23,13 @@ class KTR_API KTRTask : public KTTask {
   [[nodiscard]] KTString name() const override = 0;
   int run() override = 0;
 
+  /** Frames that a resting task lets gather; the last of them wakes it. */
+  static constexpr unsigned int REST_MESSAGES = 12;
+
   /**
    * Queues one message; type holds KTRMessageType bits. The bytes of data are shared, not copied.
-   * 0, or -1 when the queue refuses it.
+   * 0, or -1 when the queue refuses it. A frame may stay in the queue for 140 ms; one of urgent
+   * priority, and any message that is not a frame, is taken at once with all that is queued.
    */
   virtual int commit(const KTDataBlock& data, int type, KTMessage::Priority priority);
   /** True once a batch of frames was parsed. */
@@ -39,13 +43,13 @@ class KTR_API KTRTask : public KTTask {
  protected:
   static constexpr int TIMEOUT_SECONDS = 15;  // that a run loop waits for one message
   static constexpr KTClock::Span REST = std::chrono::milliseconds(120);
-  static constexpr unsigned int REST_MESSAGES = 8;  // that end a rest
-  static constexpr int RUSH_FRAMES = 250;           // without a rest behind one that they ended
+  static constexpr int RUSH_FRAMES = 250;  // taken as they come when a rest was full,
+  static constexpr int SLOW_FRAMES = 25;   // and when nothing came in it
 
   /**
    * The next message of a stream, with its ownership; null after 15 seconds without any and when
-   * the queue is disabled. Behind a frame it rests before it waits, so that the frames of some
-   * hundredths of a second cost one waking; other messages, and eight of any kind, end the rest.
+   * the queue is disabled. Behind a frame it rests before it waits, so that the frames of a tenth
+   * of a second cost one waking.
    */
   [[nodiscard]] KTMessage* nextMessage();
   /** Destroys every message that is left in the disabled queue. */
@@ -54,8 +58,8 @@ class KTR_API KTRTask : public KTTask {
   std::atomic<bool> dataArrived_{false};
 
  private:
-  void rest();
+  [[nodiscard]] bool rest();
 
-  int framesToRush_ = 0;
+  int framesAtOnce_ = 0;    // that are still taken without a rest
   bool isFlowing_ = false;  // the last message held frames
 };

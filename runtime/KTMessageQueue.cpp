@@ -17,12 +17,14 @@ int KTMessageQueue::enq(const KTMessage* m, KTMessage::Priority p, unsigned int 
   std::unique_lock lock(mutex_);
   if (!enabled_) return -1;
   (p == KTMessage::UrgentPriority ? urgent_ : normal_).push_back(const_cast<KTMessage*>(m));
-  const bool isRestOver = resting_ && length() >= enough;
-  if (waiting_ == 0 && !isRestOver) return 0;
-  if (isRestOver) resting_ = false;
+  const bool isWaited = waiting_ != 0;
+  const bool isRestOver = resting_ != 0 && length() >= enough;
+  if (!isWaited && !isRestOver) return 0;
+  if (isRestOver) ++restsEnded_;
   ++waking_;
   lock.unlock();
-  changed_.notify_all();
+  if (isWaited) changed_.notify_one();
+  if (isRestOver) rested_.notify_all();
   --waking_;
   return 0;
 }
@@ -48,20 +50,26 @@ bool KTMessageQueue::awaitMessage(std::unique_lock<std::mutex>& lock, const KTTi
   return true;
 }
 
-void KTMessageQueue::rest(KTClock::Span length) {
+KTMessageQueue::Rest KTMessageQueue::rest(KTClock::Span length) {
   std::unique_lock lock(mutex_);
-  if (hasMessage()) return;
+  if (enabled_ && hasMessage()) return MessageWasThere;
   KTClock* const clock = KTClock::instance();
   const KTClock::Span until = clock->restEnd(length);
-  resting_ = true;
-  while (resting_ && enabled_ && clock->elapsed() < until) clock->wait(changed_, lock, until);
-  resting_ = false;
+  const unsigned int endedBefore = restsEnded_;
+  ++resting_;
+  while (enabled_ && restsEnded_ == endedBefore && clock->elapsed() < until) {
+    clock->wait(rested_, lock, until);
+  }
+  --resting_;
+  if (!enabled_) return QueueIsDisabled;
+  return restsEnded_ == endedBefore ? TimeIsOver : MessageCame;
 }
 
 void KTMessageQueue::disable() {
   const std::lock_guard lock(mutex_);
   enabled_ = false;
   changed_.notify_all();
+  rested_.notify_all();
 }
 
 bool KTMessageQueue::enabled() const {

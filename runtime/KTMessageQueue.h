@@ -25,11 +25,13 @@ class KTR_API KTMessageQueue {
   KTMessageQueue& operator=(const KTMessageQueue&) = delete;
   ~KTMessageQueue();
 
-  /**
-   * Appends m behind the messages of its priority and wakes a reader: 0, or -1 when refused. One
-   * that rests is left alone until the queue holds enough messages.
-   */
-  [[nodiscard]] int enq(const KTMessage* m, KTMessage::Priority p, unsigned int enough = 0);
+  /** How a rest has ended. */
+  enum Rest { MessageWasThere, MessageCame, TimeIsOver, QueueIsDisabled };
+
+  /** Appends m behind the messages of its priority and wakes a reader: 0, or -1 when refused. */
+  [[nodiscard]] int enq(const KTMessage* m, KTMessage::Priority p) { return enq(m, p, 0); }
+  /** The same, but readers that rest are left alone until the queue holds enough messages. */
+  [[nodiscard]] int enq(const KTMessage* m, KTMessage::Priority p, unsigned int enough);
   /**
    * Hands out the next message with its ownership. While the queue is enabled waits for one up to
    * timeout; answers null on time-out, and when the queue is disabled and empty or was disabled
@@ -38,9 +40,10 @@ class KTR_API KTMessageQueue {
   [[nodiscard]] KTMessage* deq(const KTTimeValue& timeout);
   /**
    * Lets messages gather for about length, as the clock in use ends a rest, or until enq() or
-   * disable() ends it. Over at once when there is a message. deq() after it misses nothing.
+   * disable() ends it. Over at once when there is a message and when the queue is disabled.
+   * deq() after it misses nothing.
    */
-  void rest(KTClock::Span length);
+  [[nodiscard]] Rest rest(KTClock::Span length);
   /** Refuses further messages and wakes every reader. */
   void disable();
   [[nodiscard]] bool enabled() const;
@@ -55,10 +58,12 @@ class KTR_API KTMessageQueue {
 
   mutable std::mutex mutex_;
   std::condition_variable changed_;
+  std::condition_variable rested_;
   std::deque<KTMessage*> urgent_;
   std::deque<KTMessage*> normal_;
   unsigned int waiting_ = 0;              // readers in deq()
-  bool resting_ = false;                  // a reader that has not been woken
+  unsigned int resting_ = 0;              // readers in rest()
+  unsigned int restsEnded_ = 0;           // times that enq() has ended them
   std::atomic<unsigned int> waking_ = 0;  // senders, with the lock free
   bool enabled_ = true;
 };

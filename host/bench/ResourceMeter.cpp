@@ -21,7 +21,7 @@ bool isMemoryMonitor(const std::string& stat) {
 }
 
 struct ProcessTimes {
-  bool isKernelThread = false;
+  bool isOfKernelsWork = false;
   double cpuSeconds = 0;
 };
 
@@ -94,7 +94,7 @@ ResourceMeter::ThreadTimes ResourceMeter::kernelThreads() {
     const std::string name = entry.path().filename().string();
     if (name.find_first_not_of("0123456789") != std::string::npos) continue;
     const ProcessTimes times = timesOf(name);
-    if (times.isKernelThread) threads[std::stoi(name)] = times.cpuSeconds;
+    if (times.isOfKernelsWork) threads[std::stoi(name)] = times.cpuSeconds;
   }
   return threads;
 }

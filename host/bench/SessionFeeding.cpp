@@ -9,6 +9,7 @@ namespace {
 
 constexpr int SLICE_BYTES = 128 << 20;
 constexpr unsigned int SHORT_QUEUE = 16;
+static_assert(SHORT_QUEUE > KTRTask::REST_MESSAGES, "a full queue would rest");
 constexpr std::chrono::microseconds LOOK_AGAIN{100};  // a session takes several frames meanwhile
 
 KTRStreamRecordParams paramsOf(const std::string& recorder, unsigned char stream,

@@ -27,6 +27,7 @@ class FedSession {
  public:
   /** Messages that a session is given ahead: below what it complains about. */
   static constexpr unsigned int LONGEST_QUEUE = 16;
+  static_assert(LONGEST_QUEUE > KTRTask::REST_MESSAGES, "a full queue would rest");
   /** A session is told the time when its clock is further from a frame's. */
   static constexpr long LARGEST_LAG_SECONDS = 30;
   /** Slices after which a session is to be followed by another; the ring has 256. */

@@ -33,3 +33,10 @@ TEST(FrameClockTest, SpansAreThoseOfTheClockBelow) {
   clock.sleep(KTTimeValue(3, 0));
   EXPECT_EQ(std::chrono::seconds(8), clock.elapsed());
 }
+
+TEST(FrameClockTest, RestsAreThoseOfTheClockBelow) {
+  ManualClock below;
+  below.letRest();
+  FrameClock clock;
+  EXPECT_EQ(std::chrono::milliseconds(80), clock.restEnd(std::chrono::milliseconds(80)));
+}

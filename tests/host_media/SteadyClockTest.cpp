@@ -38,3 +38,10 @@ TEST_F(SteadyClockTest, SleepsOnTheClockBelow) {
   EXPECT_EQ(START + 2, KTTimeValue::now().tv_sec);
   EXPECT_EQ(1U, below_.sleeps().size());
 }
+
+TEST_F(SteadyClockTest, RestsAreThoseOfTheClockBelow) {
+  below_.letRest();
+  SteadyClock clock;
+  EXPECT_EQ(clock.elapsed() + std::chrono::milliseconds(80),
+            clock.restEnd(std::chrono::milliseconds(80)));
+}

@@ -5,14 +5,21 @@
 #include <thread>
 
 #include "recording/KTRTask.h"
-#include "tests/support/RestingClock.h"
+#include "tests/support/ManualClock.h"
 
 namespace {
 
-// Takes what comes, as a record session does, until nothing comes or it is disabled.
+constexpr KTClock::Span REST = std::chrono::milliseconds(120);
+constexpr KTClock::Span MOMENT = KTClock::Span(1);
+constexpr int REST_MESSAGES = KTRTask::REST_MESSAGES;
+
+// Takes what comes, as a record session does. It lingers at a message of type Ignored.
 class FlowTask : public KTRTask {
  public:
-  FlowTask() { start(false); }
+  FlowTask(std::atomic<int>& taken, const std::atomic<bool>& lingers)
+      : taken_(taken), lingers_(lingers) {
+    start(false);
+  }
   ~FlowTask() override {
     queue_.disable();
     wait();
@@ -21,97 +28,137 @@ class FlowTask : public KTRTask {
   KTString name() const override { return "FlowTask"; }
   int run() override {
     while (const KTMessage* message = nextMessage()) {
+      const int type = message->type;
       message->destroy();
-      ++taken;
+      if (type == KTRMessageType::Ignored) linger();
+      if ((type & KTRMessageType::Stop) != 0) queue_.disable();
+      ++taken_;
     }
+    drainQueue();
     return 0;
   }
 
-  std::atomic<int> taken{0};
+ private:
+  void linger() const {
+    while (lingers_) std::this_thread::yield();
+  }
+
+  std::atomic<int>& taken_;
+  const std::atomic<bool>& lingers_;
 };
 
 class KTRTaskRestTest : public testing::Test {
  protected:
-  KTRTaskRestTest() { clock_.awaitWaiters(1); }
+  KTRTaskRestTest() {
+    clock_.letRest();
+    task_ = std::make_unique<FlowTask>(taken_, lingers_);
+    clock_.awaitWaiters(1);
+  }
 
   void give(int type, KTMessage::Priority priority = KTMessage::NormalPriority) {
     ASSERT_EQ(task_->commit(KTDataBlock(1), type, priority), 0);
   }
-  void giveFrame() { give(KTRMessageType::FrameData); }
+  void giveFrames(int n) {
+    for (int i = 0; i < n; ++i) give(KTRMessageType::FrameData);
+  }
   // Returns when so many messages are taken and the task waits or rests again.
   void awaitTaken(int messages) {
-    while (task_->taken < messages || clock_.waiters() == 0) std::this_thread::yield();
+    while (taken_ < messages || clock_.waiters() == 0) std::this_thread::yield();
   }
-  void restBehindAFrame() {
-    giveFrame();
-    awaitTaken(1);
+  // Each frame as soon as the one before is taken.
+  void giveOneByOne(int frames) {
+    for (int i = 0; i < frames; ++i) {
+      const int before = taken_;
+      giveFrames(1);
+      awaitTaken(before + 1);
+    }
+  }
+  void restBehindAFrame() { giveOneByOne(1); }
+  // Moves time on by less than a rest, in which a task that rests takes nothing.
+  void expectStillness(int taken, unsigned int queued) {
+    clock_.advanceToNextWait(MOMENT);
+    EXPECT_EQ(taken_, taken);
+    EXPECT_EQ(task_->queueLength(), queued);
   }
 
-  static constexpr KTClock::Span REST = std::chrono::milliseconds(120);
-
-  RestingClock clock_;
-  std::unique_ptr<FlowTask> task_ = std::make_unique<FlowTask>();
+  ManualClock clock_;
+  std::atomic<int> taken_{0};
+  std::atomic<bool> lingers_{false};
+  std::unique_ptr<FlowTask> task_;
 };
 
 TEST_F(KTRTaskRestTest, TheFirstFrameIsTakenAtOnce) {
   EXPECT_EQ(clock_.rests(), 0);
-  giveFrame();
+  giveFrames(1);
   awaitTaken(1);
-  EXPECT_EQ(task_->taken, 1);
 }
 
-TEST_F(KTRTaskRestTest, FramesThatComeDuringARestAreTakenTogether) {
+TEST_F(KTRTaskRestTest, FramesThatComeDuringARestAreTakenTogetherAtItsEnd) {
   restBehindAFrame();
-  giveFrame();
-  giveFrame();
-  EXPECT_EQ(task_->queueLength(), 2U);
-  clock_.advance(REST);
+  giveFrames(2);
+  clock_.advanceToNextWait(REST - 2 * MOMENT);
+  expectStillness(1, 2);
+  clock_.advance(MOMENT);
   awaitTaken(3);
   EXPECT_EQ(clock_.rests(), 2);
 }
 
-TEST_F(KTRTaskRestTest, AFrameBehindARestIsTakenAtOnce) {
+TEST_F(KTRTaskRestTest, EnoughFramesEndARest) {
+  restBehindAFrame();
+  giveFrames(REST_MESSAGES - 1);
+  expectStillness(1, REST_MESSAGES - 1);
+  giveFrames(1);
+  awaitTaken(1 + REST_MESSAGES);
+}
+
+TEST_F(KTRTaskRestTest, FramesThatComeInARushAreTakenOneByOne) {
+  restBehindAFrame();
+  giveFrames(REST_MESSAGES);
+  awaitTaken(1 + REST_MESSAGES);
+  giveOneByOne(250 - REST_MESSAGES);
+  EXPECT_EQ(clock_.rests(), 1);
+  giveOneByOne(1);
+  EXPECT_EQ(clock_.rests(), 2);
+}
+
+TEST_F(KTRTaskRestTest, FramesThatCameDuringALongTurnAreNoRush) {
+  lingers_ = true;
+  give(KTRMessageType::Ignored);
+  giveFrames(REST_MESSAGES);
+  lingers_ = false;
+  awaitTaken(1 + REST_MESSAGES);
+  giveFrames(1);
+  expectStillness(1 + REST_MESSAGES, 1);
+}
+
+TEST_F(KTRTaskRestTest, NobodyRestsForAWhileBehindARestWithoutFrames) {
   restBehindAFrame();
   clock_.advanceToNextWait(REST);
-  giveFrame();
-  awaitTaken(2);
-  EXPECT_EQ(task_->taken, 2);
-}
-
-TEST_F(KTRTaskRestTest, EightFramesEndARest) {
-  restBehindAFrame();
-  for (int i = 0; i < 8; ++i) giveFrame();
-  awaitTaken(9);
-  EXPECT_EQ(task_->taken, 9);
-}
-
-TEST_F(KTRTaskRestTest, NobodyRestsAmongFramesThatCameInARush) {
-  restBehindAFrame();
-  for (int i = 0; i < 8; ++i) giveFrame();
-  awaitTaken(9);
-  for (int taken = 10; taken <= 251; ++taken) {
-    giveFrame();
-    awaitTaken(taken);
-  }
+  giveOneByOne(25);
   EXPECT_EQ(clock_.rests(), 1);
-  giveFrame();
-  awaitTaken(252);
+  giveOneByOne(1);
   EXPECT_EQ(clock_.rests(), 2);
 }
 
 TEST_F(KTRTaskRestTest, OtherMessagesEndARest) {
   restBehindAFrame();
-  giveFrame();
+  giveFrames(1);
   give(KTRMessageType::EventConfirmed);
   awaitTaken(3);
-  EXPECT_EQ(task_->taken, 3);
+}
+
+TEST_F(KTRTaskRestTest, AStopEndsARestWhateverItBringsAndFramesBeforeItAreTaken) {
+  restBehindAFrame();
+  giveFrames(3);
+  give(KTRMessageType::Stop | KTRMessageType::FrameData);
+  task_->wait();
+  EXPECT_EQ(taken_, 5);
 }
 
 TEST_F(KTRTaskRestTest, AnUrgentFrameEndsARest) {
   restBehindAFrame();
   give(KTRMessageType::FrameData, KTMessage::UrgentPriority);
   awaitTaken(2);
-  EXPECT_EQ(task_->taken, 2);
 }
 
 TEST_F(KTRTaskRestTest, NobodyRestsBehindAMessageWithoutFrames) {
@@ -120,21 +167,20 @@ TEST_F(KTRTaskRestTest, NobodyRestsBehindAMessageWithoutFrames) {
   EXPECT_EQ(clock_.rests(), 0);
 }
 
-TEST_F(KTRTaskRestTest, SilenceBehindARestLastsFifteenSeconds) {
+TEST_F(KTRTaskRestTest, SilenceLastsFifteenSecondsFromTheLastFrameOn) {
   restBehindAFrame();
   clock_.advanceToNextWait(REST);
-  clock_.advanceToNextWait(std::chrono::seconds(15) - KTClock::Span(1));
-  giveFrame();
-  awaitTaken(2);
-  clock_.advanceToNextWait(REST);
-  clock_.advanceSeconds(15);
+  clock_.advanceToNextWait(std::chrono::seconds(15) - REST - MOMENT);
+  clock_.advance(MOMENT);
   task_->wait();
-  EXPECT_EQ(task_->taken, 2);
+  EXPECT_EQ(taken_, 1);
 }
 
-TEST_F(KTRTaskRestTest, ATaskThatRestsEndsAtOnce) {
+TEST_F(KTRTaskRestTest, ATaskThatIsEndedInARestTakesNothingMore) {
   restBehindAFrame();
-  task_.reset();  // would not return
+  giveFrames(3);
+  task_.reset();
+  EXPECT_EQ(taken_, 1);
 }
 
 }  // namespace

@@ -8,12 +8,18 @@
 #include <thread>
 #include <vector>
 
-#include "tests/support/RestingClock.h"
+#include "tests/support/ManualClock.h"
 
 namespace {
 
 class KTMessageQueueTest : public testing::Test {
  protected:
+  using Rested = std::future<KTMessageQueue::Rest>;
+
+  static constexpr KTClock::Span REST = std::chrono::milliseconds(80);
+
+  KTMessageQueueTest() { clock_.letRest(); }
+
   static KTMessage* message(int type) {
     KTMessage* m = KTMessage::create();
     m->type = type;
@@ -36,24 +42,23 @@ class KTMessageQueueTest : public testing::Test {
     return type;
   }
 
-  // A message that lets a reader rest until there are enough of its kind.
-  int putPatient(int type, unsigned int enough) {
-    return put(type, KTMessage::NormalPriority, enough);
+  // A message that lets a reader rest until there are enough.
+  void putPatient(int type, unsigned int enough) {
+    ASSERT_EQ(put(type, KTMessage::NormalPriority, enough), 0);
   }
 
-  // Rests in a thread of its own, and tells how many messages there were at the end of it.
-  std::future<unsigned int> restAside() {
-    std::future<unsigned int> rested = std::async(std::launch::async, [this] {
-      queue_.rest(REST);
-      return queue_.size();
-    });
-    clock_.awaitWaiters(1);
+  // Rests in a thread of its own, and returns when it does.
+  Rested restAside() {
+    const unsigned int waiters = clock_.waiters();
+    Rested rested = std::async(std::launch::async, [this] { return queue_.rest(REST); });
+    clock_.awaitWaiters(waiters + 1);
     return rested;
   }
+  static bool isOver(Rested& rested) {
+    return rested.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
+  }
 
-  static constexpr KTClock::Span REST = std::chrono::milliseconds(80);
-
-  RestingClock clock_;
+  ManualClock clock_;
   KTMessageQueue queue_;
 };
 
@@ -165,69 +170,75 @@ TEST_F(KTMessageQueueTest, ADisabledQueueCanBeDrained) {
 }
 
 TEST_F(KTMessageQueueTest, ARestIsOverAtItsEndAndNotBefore) {
-  std::future<unsigned int> rested = restAside();
+  Rested rested = restAside();
   putPatient(1, 8);
   clock_.advanceToNextWait(REST - KTClock::Span(1));
-  putPatient(2, 8);
+  EXPECT_FALSE(isOver(rested));
   clock_.advance(KTClock::Span(1));
-  EXPECT_EQ(rested.get(), 2U);
+  EXPECT_EQ(rested.get(), KTMessageQueue::TimeIsOver);
+  EXPECT_EQ(queue_.size(), 1U);
 }
 
-TEST_F(KTMessageQueueTest, EnoughMessagesEndARest) {
-  std::future<unsigned int> rested = restAside();
-  for (int type = 1; type <= 3; ++type) putPatient(type, 3);
-  EXPECT_EQ(rested.get(), 3U);
+TEST_F(KTMessageQueueTest, EnoughMessagesEndARestAndFewerDoNot) {
+  Rested rested = restAside();
+  putPatient(1, 3);
+  putPatient(2, 3);
+  clock_.advanceToNextWait(KTClock::Span(1));
+  EXPECT_FALSE(isOver(rested));
+  putPatient(3, 3);
+  EXPECT_EQ(rested.get(), KTMessageQueue::MessageCame);
   for (int type = 1; type <= 3; ++type) EXPECT_EQ(take(), type);
 }
 
-TEST_F(KTMessageQueueTest, AMessageThatCannotWaitEndsARest) {
-  std::future<unsigned int> rested = restAside();
+TEST_F(KTMessageQueueTest, AMessageThatCannotWaitEndsEveryRest) {
+  Rested one = restAside();
+  Rested other = restAside();
   putPatient(1, 8);
   put(2);
-  EXPECT_EQ(rested.get(), 2U);
+  EXPECT_EQ(one.get(), KTMessageQueue::MessageCame);
+  EXPECT_EQ(other.get(), KTMessageQueue::MessageCame);
 }
 
 TEST_F(KTMessageQueueTest, DisableEndsARest) {
-  std::future<unsigned int> rested = restAside();
+  Rested rested = restAside();
   queue_.disable();
-  EXPECT_EQ(rested.get(), 0U);
-  queue_.rest(REST);  // over at once
+  EXPECT_EQ(rested.get(), KTMessageQueue::QueueIsDisabled);
+  EXPECT_EQ(queue_.rest(REST), KTMessageQueue::QueueIsDisabled);
 }
 
 TEST_F(KTMessageQueueTest, NobodyRestsBesideAMessage) {
   put(1);
-  queue_.rest(REST);  // would not return
-  EXPECT_EQ(take(), 1);
+  EXPECT_EQ(queue_.rest(REST), KTMessageQueue::MessageWasThere);
+  queue_.disable();
+  EXPECT_EQ(queue_.rest(REST), KTMessageQueue::QueueIsDisabled);
 }
 
-TEST_F(KTMessageQueueTest, AReaderThatWaitsIsWokenByAMessageThatCouldWait) {
-  int type = -1;
-  std::thread reader([&] { type = take(KTTimeValue::Unlimited); });
-  clock_.awaitWaiters(1);
+TEST_F(KTMessageQueueTest, AReaderThatWaitsGetsWhatLeavesAnotherAtRest) {
+  Rested rested = restAside();
+  std::future<int> type =
+      std::async(std::launch::async, [this] { return take(KTTimeValue::Unlimited); });
+  clock_.awaitWaiters(2);
   putPatient(5, 8);
-  reader.join();
-  EXPECT_EQ(type, 5);
+  EXPECT_EQ(type.get(), 5);
+  clock_.advanceToNextWait(KTClock::Span(1));
+  EXPECT_FALSE(isOver(rested));
+  queue_.disable();
 }
 
-TEST_F(KTMessageQueueTest, NothingIsLostBetweenWritersAndAReaderThatRests) {
-  int sum = 0;
+TEST_F(KTMessageQueueTest, AReaderThatRestsGetsEveryMessage) {
+  std::atomic<int> taken{0};
   std::thread reader([&] {
-    for (int type = -1; type != 0;) {
-      queue_.rest(REST);
-      type = take(KTTimeValue::Unlimited);
-      sum += type;
+    while (queue_.rest(REST) != KTMessageQueue::QueueIsDisabled) {
+      if (take() != 0) ++taken;
     }
   });
-  std::vector<std::thread> writers;
-  for (int i = 0; i < 3; ++i) {
-    writers.emplace_back([&] {
-      for (int n = 0; n < 1000; ++n) putPatient(1 + n % 2, 8);
-    });
+  for (int given = 8; given <= 8000; given += 8) {
+    for (int i = 1; i < 8; ++i) putPatient(1, 8);
+    put(1);
+    while (taken != given) std::this_thread::yield();
   }
-  for (std::thread& writer : writers) writer.join();
   queue_.disable();
   reader.join();
-  EXPECT_EQ(sum, 3 * 1500);
 }
 
 TEST_F(KTMessageQueueTest, MessagesLeftAreDestroyedWithTheQueue) {

@@ -38,6 +38,7 @@ void ManualClock::wait(std::condition_variable& changed, std::unique_lock<std::m
     const std::lock_guard guard(mutex_);
     if (elapsed_ >= until) return;
     waiters_.push_back({&changed, lock.mutex()});
+    ++waits_;
     waitersChanged_.notify_all();
   }
   changed.wait(lock);
@@ -47,6 +48,34 @@ void ManualClock::wait(std::condition_variable& changed, std::unique_lock<std::m
     waiters_.erase(waiters_.begin() + static_cast<std::ptrdiff_t>(i));
     break;
   }
+}
+
+KTClock::Span ManualClock::restEnd(Span length) {
+  const std::lock_guard guard(mutex_);
+  if (!isRestful_) return elapsed_;
+  ++rests_;
+  return elapsed_ + length;
+}
+
+void ManualClock::advanceToNextWait(Span by) {
+  unsigned int before = 0;
+  {
+    const std::lock_guard guard(mutex_);
+    before = waits_;
+  }
+  advance(by);
+  std::unique_lock guard(mutex_);
+  waitersChanged_.wait(guard, [&] { return waits_ != before; });
+}
+
+void ManualClock::letRest() {
+  const std::lock_guard guard(mutex_);
+  isRestful_ = true;
+}
+
+int ManualClock::rests() const {
+  const std::lock_guard guard(mutex_);
+  return rests_;
 }
 
 void ManualClock::advance(Span by) {

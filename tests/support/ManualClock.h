@@ -24,6 +24,7 @@ class ManualClock : public KTClock {
   void sleep(const KTTimeValue& d) override;
   void wait(std::condition_variable& changed, std::unique_lock<std::mutex>& lock,
             Span until) override;
+  [[nodiscard]] Span restEnd(Span length) override;
 
   /** Moves wall clock and monotonic clock on and wakes every waiter. */
   void advance(Span by);
@@ -32,6 +33,12 @@ class ManualClock : public KTClock {
   void stepWall(long seconds);
   /** Blocks until n threads wait on this clock. */
   void awaitWaiters(unsigned int n);
+  /** Moves time on while one thread waits, and blocks until it waits again. */
+  void advanceToNextWait(Span by);
+  /** From now on threads rest, for just as long as they ask for. Else nobody does. */
+  void letRest();
+  /** How many rests have begun since. */
+  [[nodiscard]] int rests() const;
   /** How many threads wait on this clock now. */
   [[nodiscard]] unsigned int waiters() const;
   /** Every sleep so far. */
@@ -49,4 +56,7 @@ class ManualClock : public KTClock {
   Span elapsed_{0};
   std::vector<Waiter> waiters_;
   std::vector<Span> sleeps_;
+  unsigned int waits_ = 0;  // that have ever begun
+  bool isRestful_ = false;
+  int rests_ = 0;
 };
