@@ -55,14 +55,14 @@ KTMessageQueue::Rest KTMessageQueue::rest(KTClock::Span length) {
   if (enabled_ && hasMessage()) return MessageWasThere;
   KTClock* const clock = KTClock::instance();
   const KTClock::Span until = clock->restEnd(length);
-  const unsigned int endedBefore = restsEnded_;
+  const auto messageCame = [this, endedBefore = restsEnded_] { return restsEnded_ != endedBefore; };
   ++resting_;
-  while (enabled_ && restsEnded_ == endedBefore && clock->elapsed() < until) {
+  while (enabled_ && !messageCame() && clock->elapsed() < until) {
     clock->wait(rested_, lock, until);
   }
   --resting_;
   if (!enabled_) return QueueIsDisabled;
-  return restsEnded_ == endedBefore ? TimeIsOver : MessageCame;
+  return messageCame() ? MessageCame : TimeIsOver;
 }
 
 void KTMessageQueue::disable() {

@@ -12,7 +12,7 @@
  * the children it has waited for, that of the kernel's own threads, which write the page cache to
  * the disk and reclaim its memory, and that of the database server. The kernel's threads work for
  * everybody: the machine should have nothing else to do. Its monitor of memory accesses (DAMON),
- * which works for nobody, is left out.
+ * which works for the machine's host, is left out.
  *
  * Threads: one thread at a time for each object.
  * Blocks: never.
