@@ -124,11 +124,11 @@ TEST_F(KTRTaskRestTest, FramesThatComeInARushAreTakenOneByOne) {
 TEST_F(KTRTaskRestTest, FramesThatCameDuringALongTurnAreNoRush) {
   lingers_ = true;
   give(KTRMessageType::Ignored);
-  giveFrames(REST_MESSAGES);
+  giveFrames(1 + REST_MESSAGES);  // enough behind the first of them
   lingers_ = false;
-  awaitTaken(1 + REST_MESSAGES);
+  awaitTaken(2 + REST_MESSAGES);
   giveFrames(1);
-  expectStillness(1 + REST_MESSAGES, 1);
+  expectStillness(2 + REST_MESSAGES, 1);
 }
 
 TEST_F(KTRTaskRestTest, NobodyRestsForAWhileBehindARestWithoutFrames) {
