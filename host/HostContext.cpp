@@ -117,7 +117,10 @@ KTR_DB_handle* HostContext::findRecorder(const RecorderName& name) {
 }
 
 KTR_DB_handle& HostContext::createRecorder(const RecorderName& name) {
-  return keep(factory_->createDB(name.text().c_str()), name);
+  KTR_DB_handle& handle = keep(factory_->createDB(name.text().c_str()), name);
+  // Without it, as for an account that may not make one, all goes on, but slower with the years.
+  if (handle.isConnected()) (void)handle.recordSessionTable()->indexTimes();
+  return handle;
 }
 
 KTR_DB_handle& HostContext::keep(KTR_DB_handle* handle, const RecorderName& name) {

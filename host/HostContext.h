@@ -61,7 +61,10 @@ class HostContext {
   [[nodiscard]] KTR_DB_handle& recorder(const RecorderName& name);
   /** As recorder(), but null when it is unknown. */
   [[nodiscard]] KTR_DB_handle* findRecorder(const RecorderName& name);
-  /** As recorder(), but a new one is made. To be called before its first session starts. */
+  /**
+   * As recorder(), but a new one is made, and its sessions are indexed by time. To be called before
+   * its first session starts.
+   */
   [[nodiscard]] KTR_DB_handle& createRecorder(const RecorderName& name);
 
  private:

@@ -6,10 +6,12 @@
 #include "db/KTRTextGuard.h"
 #include "runtime/KTCriticalCode.h"
 #include "runtime/KTLogger.h"
+#include "tables/KTRFirstText.h"
 
 namespace {
 constexpr long FLUSH_SECONDS = 10;  // a flush is due when more than these have passed
 constexpr unsigned int CACHED_ROWS = 100;
+constexpr const char* TIME_INDEX = "idx_stream_times";
 }  // namespace
 
 KTRRecordSessionTable::KTRRecordSessionTable(MYSQL* connection)
@@ -27,6 +29,18 @@ KTRRecordSessionTable::~KTRRecordSessionTable() {
 
 const char* KTRRecordSessionTable::name() const {
   return "KTRRecordSessionTable";
+}
+
+// The end stands in the index so that sessions that are over by then are passed over there.
+bool KTRRecordSessionTable::indexTimes() {
+  const KTCriticalCode guard(_staticMysqlMux);
+  KTString statement;
+  KTString table;
+  statement.format("SHOW INDEX FROM %s WHERE Key_name='%s'", _tableName.c_str(), TIME_INDEX);
+  if (KTRFirstText(*this, statement, table)) return true;
+  statement.format("CREATE INDEX %s ON %s (streamID,start_time,end_time)", TIME_INDEX,
+                   _tableName.c_str());
+  return db_do_query(statement) == 0;
 }
 
 unsigned int KTRRecordSessionTable::addRow(const KTRRecorderSessionRow& row) {

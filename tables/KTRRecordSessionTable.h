@@ -37,6 +37,13 @@ class KTR_API KTRRecordSessionTable : public KTR_DBTable {
 
   [[nodiscard]] const char* name() const override;
 
+  /**
+   * Adds an index of the sessions' times, which the table has not by itself, once: the sessions of
+   * a moment are then found without a look at the rows of all others of their stream. For hosts
+   * that keep thousands of sessions. False (logged) when it is not there and cannot be made.
+   */
+  bool indexTimes();
+
   /** Inserts a session at once, with update_time now: its new id, or -1 (all ones). */
   [[nodiscard]] unsigned int addRow(const KTRRecorderSessionRow& row);
 

@@ -66,6 +66,15 @@ TEST_F(HostContextTest, MakesARecorderOnceAndFindsIt) {
   EXPECT_THAT(context_.recorders(), testing::ElementsAre("cam1", "cam2"));
 }
 
+TEST_F(HostContextTest, ARecorderFindsItsSessionsByTime) {
+  open();
+  KTR_DB_handle& made = context_.createRecorder(name("cam"));
+  KTDLList<KTString> columns;
+  EXPECT_EQ(made.getQueryResultList(
+                columns, "SHOW INDEX FROM recordSessions WHERE Key_name='idx_stream_times'"),
+            3U);
+}
+
 TEST_F(HostContextTest, NamesTheRecordersThatExist) {
   context_.startLog(false);
   open();
