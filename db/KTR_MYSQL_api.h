@@ -135,12 +135,14 @@ class KTR_API KTR_MYSQL_api {
   /** Logs the rows of r that have not been fetched, each as head and a line a column. */
   void logRows(KTRResult& r, const char* head);
 
+  /** Whether a query answers at least one row; lastError() tells a failure from none. */
+  bool hasRow(const KTString& query);
+
   MYSQL* _mysql;  // null until the first use
 
  private:
   int sendThroughLockWaits(const KTString& query) KTR_REQUIRES(_staticMysqlMux);
   bool reconnect(const KTString& query) KTR_REQUIRES(_staticMysqlMux);
-  bool hasRow(const KTString& query);
   unsigned countRows(const KTString& query);
 
   MYSQL _connection;  // what _mysql points at, unless it is shared

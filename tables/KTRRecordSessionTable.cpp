@@ -6,12 +6,12 @@
 #include "db/KTRTextGuard.h"
 #include "runtime/KTCriticalCode.h"
 #include "runtime/KTLogger.h"
-#include "tables/KTRFirstText.h"
 
 namespace {
 constexpr long FLUSH_SECONDS = 10;  // a flush is due when more than these have passed
 constexpr unsigned int CACHED_ROWS = 100;
 constexpr const char* TIME_INDEX = "idx_stream_times";
+constexpr unsigned int DUPLICATE_KEY_NAME = 1061;  // somebody else has made it meanwhile
 }  // namespace
 
 KTRRecordSessionTable::KTRRecordSessionTable(MYSQL* connection)
@@ -31,16 +31,21 @@ const char* KTRRecordSessionTable::name() const {
   return "KTRRecordSessionTable";
 }
 
-// The end stands in the index so that sessions that are over by then are passed over there.
+// By start and id, as sessions are asked for in turn; with the end, so that those that are over are
+// passed over in the index. Who waits for another's statement on the table keeps everybody waiting
+// who comes after: by itself the server would let that last a day.
 bool KTRRecordSessionTable::indexTimes() {
   const KTCriticalCode guard(_staticMysqlMux);
   KTString statement;
-  KTString table;
   statement.format("SHOW INDEX FROM %s WHERE Key_name='%s'", _tableName.c_str(), TIME_INDEX);
-  if (KTRFirstText(*this, statement, table)) return true;
-  statement.format("CREATE INDEX %s ON %s (streamID,start_time,end_time)", TIME_INDEX,
+  if (hasRow(statement)) return true;
+  if (lastError() != 0) return false;
+  statement.format("CREATE INDEX %s ON %s (streamID,start_time,id,end_time)", TIME_INDEX,
                    _tableName.c_str());
-  return db_do_query(statement) == 0;
+  db_do_query("SET SESSION lock_wait_timeout=5");
+  const bool made = db_do_query(statement) == 0 || lastError() == DUPLICATE_KEY_NAME;
+  db_do_query("SET SESSION lock_wait_timeout=DEFAULT");
+  return made;
 }
 
 unsigned int KTRRecordSessionTable::addRow(const KTRRecorderSessionRow& row) {

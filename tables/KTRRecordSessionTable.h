@@ -38,11 +38,12 @@ class KTR_API KTRRecordSessionTable : public KTR_DBTable {
   [[nodiscard]] const char* name() const override;
 
   /**
-   * Adds an index of the sessions' times, which the table has not by itself, once: the sessions of
-   * a moment are then found without a look at the rows of all others of their stream. For hosts
-   * that keep thousands of sessions. False (logged) when it is not there and cannot be made.
+   * Adds an index of the sessions' times, which the table has not by itself, once: the session of a
+   * moment is then found without the rows of all that its stream had before, where no settings are
+   * asked for. For hosts that keep thousands of sessions, before the first session starts: it holds
+   * the MySQL mutex until the server has made it. False (logged) when it is not there in the end.
    */
-  bool indexTimes();
+  [[nodiscard]] bool indexTimes();
 
   /** Inserts a session at once, with update_time now: its new id, or -1 (all ones). */
   [[nodiscard]] unsigned int addRow(const KTRRecorderSessionRow& row);

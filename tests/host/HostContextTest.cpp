@@ -66,13 +66,17 @@ TEST_F(HostContextTest, MakesARecorderOnceAndFindsIt) {
   EXPECT_THAT(context_.recorders(), testing::ElementsAre("cam1", "cam2"));
 }
 
-TEST_F(HostContextTest, ARecorderFindsItsSessionsByTime) {
+TEST_F(HostContextTest, ARecorderThatWasThereBeforeGetsItsIndexOfTimes) {
   open();
-  KTR_DB_handle& made = context_.createRecorder(name("cam"));
+  KTString drop = "DROP INDEX idx_stream_times ON recordSessions";
+  EXPECT_EQ(context_.createRecorder(name("cam")).db_do_query(drop), 0);
+  context_.close();
+  open();
   KTDLList<KTString> columns;
-  EXPECT_EQ(made.getQueryResultList(
-                columns, "SHOW INDEX FROM recordSessions WHERE Key_name='idx_stream_times'"),
-            3U);
+  EXPECT_EQ(context_.createRecorder(name("cam"))
+                .getQueryResultList(
+                    columns, "SHOW INDEX FROM recordSessions WHERE Key_name='idx_stream_times'"),
+            4U);
 }
 
 TEST_F(HostContextTest, NamesTheRecordersThatExist) {

@@ -43,20 +43,6 @@ class KTRRecordSessionTableReadTest : public DatabaseFixture {
     for (unsigned int i = 0; i < entries.count(); ++i) texts.emplace_back(entries[i].c_str());
     return texts;
   }
-  // Rows and entries of an index that the last statement went on to.
-  unsigned int rowsReadOn() {
-    KTDLList<KTString> value;
-    table.getQueryResultList(value,
-                             "SELECT VARIABLE_VALUE FROM information_schema.SESSION_STATUS WHERE "
-                             "VARIABLE_NAME='Handler_read_next'");
-    return value.count == 0 ? ~0U : value.head.next->value.toUInt(0);
-  }
-  // Reads of sessions that are over by the time, to find the one that is not.
-  unsigned int readOnFor(long time) {
-    const unsigned int before = rowsReadOn();
-    EXPECT_TRUE(covers(time));
-    return rowsReadOn() - before;
-  }
   void loseTheTable() { server.exec("DROP TABLE " + in("recordSessions")); }
 };
 
@@ -115,34 +101,6 @@ TEST_F(KTRRecordSessionTableReadTest, FindsTheSessionThatCoversATime) {
             1U);
   EXPECT_TRUE(covers(200));
   EXPECT_EQ(row.id, 1U);
-}
-
-TEST_F(KTRRecordSessionTableReadTest, AnIndexOfTimesSparesTheRowsOfOtherSessions) {
-  constexpr unsigned int SESSIONS = 200;
-  for (unsigned int i = 1; i <= SESSIONS; ++i) add(100 * i, 100 * i + 99);
-  EXPECT_GE(readOnFor(100 * SESSIONS), SESSIONS);
-  EXPECT_TRUE(table.indexTimes());
-  EXPECT_LE(readOnFor(100 * SESSIONS), 2U);
-  EXPECT_EQ(row.id, SESSIONS);
-}
-
-TEST_F(KTRRecordSessionTableReadTest, AnIndexOfTimesIsMadeOnce) {
-  EXPECT_TRUE(table.indexTimes());
-  EXPECT_TRUE(table.indexTimes());
-  EXPECT_EQ(sent("SHOW INDEX FROM recordSessions WHERE Key_name='idx_stream_times'"), 2U);
-  EXPECT_EQ(sent("CREATE INDEX idx_stream_times ON recordSessions (streamID,start_time,end_time)"),
-            1U);
-  EXPECT_EQ(
-      server.query("SELECT SEQ_IN_INDEX,COLUMN_NAME FROM information_schema.STATISTICS WHERE "
-                   "TABLE_SCHEMA='" +
-                   database + "' AND INDEX_NAME='idx_stream_times' ORDER BY 1"),
-      (std::vector<MariaDbServer::Row>{{"1", "streamID"}, {"2", "start_time"}, {"3", "end_time"}}));
-}
-
-TEST_F(KTRRecordSessionTableReadTest, AnIndexOfTimesThatCannotBeMadeIsSaid) {
-  loseTheTable();
-  EXPECT_FALSE(table.indexTimes());
-  EXPECT_GE(log.countContaining("CREATE INDEX idx_stream_times"), 1U);
 }
 
 TEST_F(KTRRecordSessionTableReadTest, ASpanReachesForward) {
