@@ -42,7 +42,7 @@ bool KTRRecordSessionTable::indexTimes() {
   if (lastError() != 0) return false;
   statement.format("CREATE INDEX %s ON %s (streamID,start_time,id,end_time)", TIME_INDEX,
                    _tableName.c_str());
-  db_do_query("SET SESSION lock_wait_timeout=5");
+  db_do_query("SET SESSION lock_wait_timeout=1");
   const bool made = db_do_query(statement) == 0 || lastError() == DUPLICATE_KEY_NAME;
   db_do_query("SET SESSION lock_wait_timeout=DEFAULT");
   return made;

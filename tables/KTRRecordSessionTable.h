@@ -41,7 +41,8 @@ class KTR_API KTRRecordSessionTable : public KTR_DBTable {
    * Adds an index of the sessions' times, which the table has not by itself, once: the session of a
    * moment is then found without the rows of all that its stream had before, where no settings are
    * asked for. For hosts that keep thousands of sessions, before the first session starts: it holds
-   * the MySQL mutex until the server has made it. False (logged) when it is not there in the end.
+   * the MySQL mutex until the server has made it, or another's statement has kept the table for
+   * three seconds. False (logged) when it is not there in the end.
    */
   [[nodiscard]] bool indexTimes();
 

@@ -1,13 +1,18 @@
 #include "host/bench/ColdBytes.h"
 
+#include <sys/mman.h>
+
 #include <cstdlib>
 #include <new>
 
 namespace {
 
+constexpr std::size_t LARGE_PAGE = std::size_t{2} << 20;
+
 unsigned char* alignedMemory() {
-  void* const memory = std::aligned_alloc(ColdBytes::ALIGNMENT, ColdBytes::SIZE);
+  void* const memory = std::aligned_alloc(LARGE_PAGE, ColdBytes::SIZE);
   if (memory == nullptr) throw std::bad_alloc();
+  (void)madvise(memory, ColdBytes::SIZE, MADV_HUGEPAGE);  // small ones do as well
   return static_cast<unsigned char*>(memory);
 }
 

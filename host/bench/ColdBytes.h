@@ -5,7 +5,8 @@
 
 /**
  * Memory to write from that no cache of the processor holds, as frames are that have just come from
- * elsewhere: pieces are handed out in turn, so that each is long evicted when it comes again.
+ * elsewhere: pieces are handed out in turn, so that each is long evicted when it comes again. In
+ * large pages where the system has them, as who writes past the page cache would choose.
  *
  * Owns: its memory, SIZE bytes.
  * Threads: one thread at a time for each object.

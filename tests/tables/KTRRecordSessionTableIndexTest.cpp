@@ -9,7 +9,7 @@ namespace {
 constexpr unsigned int SESSIONS = 200;  // of each stream
 constexpr long LENGTH = 100;
 
-// Ten streams record session after session, the even ones of stream 5 with other settings.
+// Ten streams record session after session, with two settings in turn.
 class KTRRecordSessionTableIndexTest : public DatabaseFixture {
  protected:
   KTRRecordSessionTableIndexTest() {
@@ -22,7 +22,7 @@ class KTRRecordSessionTableIndexTest : public DatabaseFixture {
 
   static long startOf(unsigned int session) { return static_cast<long>(session) * LENGTH; }
 
-  // Rows and entries of indexes that this connection has read so far.
+  // Rows that this connection has read so far.
   unsigned int reads() {
     KTROwnedResult status;
     unsigned int sum = 0;
@@ -88,13 +88,35 @@ TEST_F(KTRRecordSessionTableIndexTest, ChangesNothingThatIsFound) {
   EXPECT_EQ(found(), before);
 }
 
-TEST_F(KTRRecordSessionTableIndexTest, IsMadeOnceAndWaitsForNobodyForLong) {
+TEST_F(KTRRecordSessionTableIndexTest, LeavesTheOlderOfTwoThatBeginInOneSecondFirst) {
+  for (const char* settingsAndEnd : {"9,50500,50900", "8,50500,50600"}) {
+    server.exec("INSERT INTO " + in("recordSessions") + " SELECT NULL,5," + settingsAndEnd +
+                ",0,'1','/data','0',25");
+  }
+  ASSERT_TRUE(table.indexTimes());
+  ASSERT_TRUE(table.getNextRecordSessionRow(5, 50'000, 0, row));
+  EXPECT_EQ(row.settingsID, 9U);
+  ASSERT_TRUE(table.getRecordSessionRow(5, 50'550, 0, 0, row, ""));
+  EXPECT_EQ(row.settingsID, 9U);
+}
+
+TEST_F(KTRRecordSessionTableIndexTest, IsNotWaitedForLongWhereAnotherHoldsTheTable) {
+  KTR_MYSQL_api other;
+  ASSERT_NE(other.db_connect(KTString(database)), nullptr);
+  ASSERT_EQ(other.db_do_query("LOCK TABLES recordSessions READ"), 0);
+  EXPECT_FALSE(table.indexTimes());
+  EXPECT_EQ(log.countContaining("[ DO QUERY ] [ CREATE INDEX idx_stream_times"), 1U);
+  other.db_disconnect();
+  EXPECT_TRUE(table.indexTimes());
+}
+
+TEST_F(KTRRecordSessionTableIndexTest, IsMadeOnce) {
   forget();
   EXPECT_TRUE(table.indexTimes());
   EXPECT_EQ(calls.statements(),
             (std::vector<std::string>{
                 "SHOW INDEX FROM recordSessions WHERE Key_name='idx_stream_times'",
-                "SET SESSION lock_wait_timeout=5",
+                "SET SESSION lock_wait_timeout=1",
                 "CREATE INDEX idx_stream_times ON recordSessions (streamID,start_time,id,end_time)",
                 "SET SESSION lock_wait_timeout=DEFAULT"}));
   EXPECT_EQ(columnsOfIndex(), "streamID,start_time,id,end_time");

@@ -27,6 +27,9 @@ class WriteLoop : public Rival {
   /** The three that footage is compared with, without those that the file system refuses. */
   [[nodiscard]] static std::vector<std::unique_ptr<Rival>> all(BenchPlace& place,
                                                                unsigned int seconds);
+  /** Past the page cache, in pieces of the size that is quickest here, of four that are tried. */
+  [[nodiscard]] static std::unique_ptr<WriteLoop> bestDirect(
+      BenchPlace& place, unsigned int seconds, const std::shared_ptr<ColdBytes>& source);
   /** Whether the file system of a directory takes writes past the page cache. */
   [[nodiscard]] static bool directWorks(const std::string& directory);
 
