@@ -34,6 +34,7 @@ std::vector<std::unique_ptr<Rival>> WriteLoop::all(BenchPlace& place, unsigned i
   const std::vector<Form> forms = {{"write(2), 11 s at a time", FLUSH_BYTES, false},
                                    {"write(2), 256 KiB at a time", SMALL_BYTES, false}};
   std::vector<std::unique_ptr<Rival>> loops;
+  loops.reserve(forms.size() + 1);
   for (const Form& form : forms) {
     loops.push_back(std::make_unique<WriteLoop>(place, form, seconds, source));
   }
