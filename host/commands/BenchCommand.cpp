@@ -23,9 +23,10 @@ constexpr const char* FOOTER = R"(Examples:
 
 SCENARIO is a name, or the beginning of several: record takes record-1, record-32 and so on. The
 scenarios work with a database server and files of their own in a new directory below DIR, which is
-removed in the end, also after Ctrl-C, which ends the run between two measurements. With --against the same work is done by bare loops of system calls, and by
-ffmpeg and GStreamer where they are installed, in turn with ktr's own; ratios are ours by theirs, so
-that below 1 is better. Exit status 1 when frames or rows are missing.)";
+removed in the end, also after Ctrl-C, which ends the run between two measurements. With --against
+the same work is done by bare loops of system calls, and by ffmpeg and GStreamer where they are
+installed, in turn with ktr's own; ratios are ours by theirs, so that below 1 is better. Exit status
+1 when frames or rows are missing.)";
 
 constexpr unsigned int MAX_RUNS = 99;
 
@@ -52,7 +53,8 @@ CLI::App* BenchCommand::define(CLI::App& program) {
   command->add_flag("--against", against_, "Compare with other ways of doing the same");
   command
       ->add_option("--runs", runs_,
-                   "Runs of each scenario, 1 to 99; 1 if left out,\nand 5 pairs for --against")
+                   "Runs of each scenario, 1 to 99; 1 if left out,\nand 5 pairs for --against, "
+                   "which takes no fewer")
       ->type_name("N")
       ->check(CLI::Range(1U, MAX_RUNS));
   command->add_flag("--aged", aged_,
@@ -66,6 +68,7 @@ CLI::App* BenchCommand::define(CLI::App& program) {
 int BenchCommand::run(HostContext& context) {
   const StorageRoot root = StorageRoot::parse(root_);
   checkNames();
+  checkRuns();
   BenchPlace place(context, root, short_);
   const Scenarios scenarios = chosen(place);
   BenchReport report(context.out(), json_);
@@ -100,6 +103,12 @@ BenchRun::Options BenchCommand::runOptions(HostContext& context, const BenchPlac
             malloc_trim(0);
             if (cache != nullptr) cache->fill();
           }};
+}
+
+void BenchCommand::checkRuns() const {
+  if (!against_ || short_ || runs_ == 0 || runs_ >= BenchRun::USUAL_PAIRS) return;
+  throw usageError("the median of " + std::to_string(runs_) + " pairs means little",
+                   "with --against give --runs 5 or more, or leave it out");
 }
 
 void BenchCommand::checkNames() const {

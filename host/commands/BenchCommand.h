@@ -18,6 +18,7 @@ class BenchCommand : public Command {
  private:
   /** Throws for a name that begins none of a scenario. */
   void checkNames() const;
+  void checkRuns() const;
   [[nodiscard]] Scenarios chosen(BenchPlace& place) const;
   [[nodiscard]] BenchRun::Options runOptions(HostContext& context, const BenchPlace& place) const;
 

@@ -72,6 +72,15 @@ TEST_F(KtrBenchTest, RunsThatCannotBeAreAnError) {
   EXPECT_FALSE(std::filesystem::exists(path("root")));
 }
 
+TEST_F(KtrBenchTest, ComparisonOfFewPairsIsAnError) {
+  EXPECT_EQ(2, shell("$K bench --root $D/root --against --runs 4 append"));
+  EXPECT_EQ(
+      "ktr: the median of 4 pairs means little: with --against give --runs 5 or more, or "
+      "leave it out\n",
+      err());
+  EXPECT_FALSE(std::filesystem::exists(path("root")));
+}
+
 TEST_F(KtrBenchTest, RootThatCannotBeWrittenToIsAnError) {
   EXPECT_EQ(1, shell("$K bench --root /proc/nowhere --short read"));
   EXPECT_THAT(err(), testing::StartsWith("ktr: cannot make /proc/nowhere/bench."));

@@ -20,5 +20,5 @@ TEST_F(AppendScenarioTest, WritesEveryFrame) {
 }
 
 TEST_F(AppendScenarioTest, RivalsWriteTheSame) {
-  expectSoundRivals(scenario_);
+  expectSoundRivals(scenario_, 4);
 }

@@ -34,8 +34,10 @@ Measurement BenchFixture::run(Scenario& scenario) {
   return result;
 }
 
-void BenchFixture::expectSoundRivals(Scenario& scenario) {
-  for (const auto& rival : scenario.rivals()) {
+void BenchFixture::expectSoundRivals(Scenario& scenario, std::size_t least) {
+  const auto rivals = scenario.rivals();
+  EXPECT_GE(rivals.size(), least);
+  for (const auto& rival : rivals) {
     const Measurement result = rival->run();
     EXPECT_THAT(result.flaws, testing::IsEmpty()) << rival->name();
     EXPECT_GT(result.operations, 0U) << rival->name();

@@ -24,7 +24,7 @@ class ExportScenarioTest : public BenchFixture {
 
 TEST_F(ExportScenarioTest, ExportsEveryFrame) {
   EXPECT_EQ(625U, run(scenario_).operations);
-  expectSoundRivals(scenario_);
+  expectSoundRivals(scenario_, 1);
 }
 
 TEST_F(ExportScenarioTest, RecordingThatIsCutShortIsAFlaw) {

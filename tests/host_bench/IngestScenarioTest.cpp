@@ -22,5 +22,5 @@ TEST_F(IngestScenarioTest, StoresEveryPictureOfTheMovie) {
 }
 
 TEST_F(IngestScenarioTest, RivalsWriteTheSameMovie) {
-  expectSoundRivals(scenario_);
+  expectSoundRivals(scenario_, 2);
 }

@@ -14,7 +14,7 @@ class WriteLoopTest : public BenchFixture {};
 
 TEST_F(WriteLoopTest, EveryFormWritesTheFootage) {
   const auto loops = WriteLoop::all(place(), SECONDS);
-  EXPECT_EQ(WriteLoop::directWorks(place().directory()) ? 3U : 2U, loops.size());
+  EXPECT_EQ(WriteLoop::directWorks(place().directory()) ? 4U : 2U, loops.size());
   for (const auto& loop : loops) {
     const Measurement result = loop->run();
     EXPECT_GE(result.bytes, BYTES) << loop->name();
@@ -29,6 +29,13 @@ TEST_F(WriteLoopTest, PiecesAreOfTheSizeAskedFor) {
   EXPECT_EQ(4U, result.operations);
   EXPECT_EQ(4U << 20, result.bytes);
   EXPECT_EQ("small", loop.name());
+}
+
+TEST_F(WriteLoopTest, PiecesOfCollectedFramesAreOfThatSizeToo) {
+  WriteLoop loop(place(), {"frames", 1 << 20, false, true}, SECONDS, std::make_shared<ColdBytes>());
+  const Measurement result = loop.run();
+  EXPECT_EQ(4U, result.operations);
+  EXPECT_EQ(4U << 20, result.bytes);
 }
 
 TEST_F(WriteLoopTest, FileSystemWithoutWaysPastTheCacheIsNoted) {

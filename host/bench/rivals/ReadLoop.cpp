@@ -5,6 +5,7 @@
 
 #include "host/HostError.h"
 #include "host/bench/ResourceMeter.h"
+#include "host/bench/rivals/Quickest.h"
 #include "host/system/UniqueFd.h"
 
 namespace {
@@ -15,16 +16,9 @@ constexpr std::size_t BLOCKS[] = {64 * KIB, 128 * KIB, 256 * KIB, 1024 * KIB, 40
 }  // namespace
 
 std::unique_ptr<ReadLoop> ReadLoop::best(const Files& files) {
-  std::unique_ptr<ReadLoop> quickest;
-  double least = 0;
-  for (const std::size_t block : BLOCKS) {
-    auto loop = std::make_unique<ReadLoop>(files, block);
-    const double seconds = loop->run().seconds;
-    if (quickest != nullptr && seconds >= least) continue;
-    least = seconds;
-    quickest = std::move(loop);
-  }
-  return quickest;
+  std::vector<std::unique_ptr<ReadLoop>> loops;
+  for (const std::size_t block : BLOCKS) loops.push_back(std::make_unique<ReadLoop>(files, block));
+  return quickest(std::move(loops));
 }
 
 std::string ReadLoop::name() const {

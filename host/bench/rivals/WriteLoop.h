@@ -5,6 +5,7 @@
 #include "host/bench/BenchPlace.h"
 #include "host/bench/ColdBytes.h"
 #include "host/bench/Scenario.h"
+#include "runtime/KTDataBlock.h"
 
 class UniqueFd;
 
@@ -19,17 +20,18 @@ class WriteLoop : public Rival {
     std::string name;
     std::size_t pieceBytes;
     bool direct;  // past the page cache; pieces are then multiples of ColdBytes::ALIGNMENT
+    bool collects = false;  // pieces are put together from frames, as who is given frames has to
   };
 
-  WriteLoop(BenchPlace& place, Form form, unsigned int seconds, std::shared_ptr<ColdBytes> source)
-      : place_(place), form_(std::move(form)), seconds_(seconds), source_(std::move(source)) {}
+  WriteLoop(BenchPlace& place, Form form, unsigned int seconds, std::shared_ptr<ColdBytes> source);
 
-  /** The three that footage is compared with, without those that the file system refuses. */
+  /** Those that footage is compared with, without those that the file system refuses. */
   [[nodiscard]] static std::vector<std::unique_ptr<Rival>> all(BenchPlace& place,
                                                                unsigned int seconds);
   /** Past the page cache, in pieces of the size that is quickest here, of four that are tried. */
   [[nodiscard]] static std::unique_ptr<WriteLoop> bestDirect(
-      BenchPlace& place, unsigned int seconds, const std::shared_ptr<ColdBytes>& source);
+      BenchPlace& place, unsigned int seconds, const std::shared_ptr<ColdBytes>& source,
+      bool collects);
   /** Whether the file system of a directory takes writes past the page cache. */
   [[nodiscard]] static bool directWorks(const std::string& directory);
 
@@ -38,9 +40,11 @@ class WriteLoop : public Rival {
 
  private:
   [[nodiscard]] UniqueFd newFile(const std::string& directory, std::uint64_t number) const;
+  [[nodiscard]] const unsigned char* nextPiece();
 
   BenchPlace& place_;
   const Form form_;
   const unsigned int seconds_;  // of footage
   const std::shared_ptr<ColdBytes> source_;
+  KTDataBlock collected_;
 };

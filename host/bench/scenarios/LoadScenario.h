@@ -36,10 +36,14 @@ class LoadScenario : public Scenario {
   void makeSlice(const std::string& directory);
   void store(KTR_DB_handle& recorder, const std::string& directory);
   void loadOnce(std::mt19937& random, Measurement& result) const;
+  [[nodiscard]] std::uint64_t rows() const {
+    return std::uint64_t{size_.sessions} * size_.rowsOfSession;
+  }
 
   BenchPlace& place_;
   const Size size_;
   const unsigned int loads_;
+  KTR_DB_handle* recorder_ = nullptr;  // the place's
   unsigned int runs_ = 0;
   std::vector<unsigned int> offsets_;  // of the slice's key frames, one a second
 };

@@ -60,6 +60,8 @@ Measurement SessionScenario::run() {
   result.expectEqual("sessions opened", sessions_, times.opened);
   result.expectEqual("record sessions", sessions_,
                      BenchPlace::rows(database, KTR_DBTable::TB_RECORD_SESSIONS));
+  result.expectEqual("index rows", sessions_ * BenchClip::indexRows(1),
+                     BenchPlace::rows(database, KTR_DBTable::TB_DATA_STREAMS));
   return result;
 }
 

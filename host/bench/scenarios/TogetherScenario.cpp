@@ -41,6 +41,8 @@ Measurement TogetherScenario::run() {
   for (const auto& player : players) player->finish();
   meter.read(result);
   collect(players, result);
+  result.expectEqual("index rows", STREAMS * BenchClip::indexRows(frames()),
+                     BenchPlace::rows(db, KTR_DBTable::TB_DATA_STREAMS));
   return result;
 }
 
