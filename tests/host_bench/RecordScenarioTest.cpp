@@ -53,6 +53,12 @@ TEST_F(RecordScenarioTest, ShortFormSaysNothingAboutTime) {
   EXPECT_THAT(scenario.run().flaws, testing::IsEmpty());
 }
 
+TEST_F(RecordScenarioTest, ThirtyTwoStreamsHaveRivalsThatWriteAsMuch) {
+  RecordScenario scenario(place(), 32);
+  expectSoundRivals(scenario, 1);
+  EXPECT_THAT(RecordScenario(place(), 500).rivals(), testing::IsEmpty());
+}
+
 TEST_F(RecordScenarioTest, ASecondRunHasADatabaseOfItsOwn) {
   RecordScenario scenario(place(), 2);
   (void)run(scenario);

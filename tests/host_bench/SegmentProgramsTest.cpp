@@ -29,3 +29,15 @@ TEST_F(SegmentProgramsTest, EveryProgramThatIsInstalledWritesTheFootage) {
     EXPECT_EQ(250U, result.operations) << program->name();
   }
 }
+
+TEST_F(SegmentProgramsTest, LiveOnesTakeTheTimeOfTheFootageForAllStreamsAtOnce) {
+  constexpr unsigned int SECONDS = 3;
+  BenchMovie movie(place(), SECONDS);
+  for (const auto& program : SegmentPrograms::live(place(), movie, 2)) {
+    const Measurement result = program->run();
+    EXPECT_THAT(result.flaws, testing::IsEmpty()) << program->name();
+    EXPECT_EQ(2 * movie.bytes(), result.bytes) << program->name();
+    EXPECT_EQ(2 * SECONDS * 25U, result.operations) << program->name();
+    EXPECT_GT(result.seconds, SECONDS - 1) << program->name();
+  }
+}

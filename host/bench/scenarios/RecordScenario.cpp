@@ -6,6 +6,7 @@
 
 #include "host/bench/LogWatch.h"
 #include "host/bench/ResourceMeter.h"
+#include "host/bench/rivals/SegmentPrograms.h"
 
 namespace {
 
@@ -13,6 +14,7 @@ constexpr unsigned int MINUTE = 60;
 constexpr unsigned int SHORT_SECONDS = 2;
 constexpr unsigned int TWO_FLUSHES = 24;
 constexpr unsigned int SHORT_STREAMS = 2;
+constexpr const char* COMPARED = "record-32";
 constexpr double MIB = 1 << 20;
 
 }  // namespace
@@ -22,7 +24,8 @@ RecordScenario::RecordScenario(BenchPlace& place, unsigned int streams)
       name_("record-" + std::to_string(streams)),
       streams_(place.size(streams, std::min(streams, SHORT_STREAMS))),
       settlingSeconds_(place.size(TWO_FLUSHES, 1U)),
-      seconds_(place.size(MINUTE, SHORT_SECONDS)) {}
+      seconds_(place.size(MINUTE, SHORT_SECONDS)),
+      movie_(place, seconds_) {}
 
 std::string RecordScenario::description() const {
   return std::to_string(streams_) + " live streams of 4 Mbit/s for " + std::to_string(seconds_) +
@@ -101,4 +104,9 @@ void RecordScenario::addFigures(const LiveStreams& live, double feederCpu, doubl
       {"MiB resident per stream", static_cast<double>(result.residentBytes) / MIB / streams_},
       {"longest queue", live.longestQueue()},
       {"ms at most that a frame was fed late", static_cast<double>(live.latestFeedMs())}};
+}
+
+std::vector<std::unique_ptr<Rival>> RecordScenario::rivals() {
+  if (name_ != COMPARED) return {};
+  return SegmentPrograms::live(place_, movie_, streams_);
 }

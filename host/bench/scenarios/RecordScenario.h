@@ -1,5 +1,6 @@
 #pragma once
 
+#include "host/bench/BenchMovie.h"
 #include "host/bench/BenchPlace.h"
 #include "host/bench/LiveStreams.h"
 #include "host/bench/Scenario.h"
@@ -20,6 +21,8 @@ class RecordScenario : public Scenario {
   [[nodiscard]] std::string unit() const override { return "frame"; }
   void prepare() override;
   [[nodiscard]] Measurement run() override;
+  /** Of 32 streams alone: a pair takes minutes. */
+  [[nodiscard]] std::vector<std::unique_ptr<Rival>> rivals() override;
 
  private:
   void measure(LiveStreams& live, Measurement& result) const;
@@ -32,5 +35,6 @@ class RecordScenario : public Scenario {
   const unsigned int streams_;
   const unsigned int settlingSeconds_;
   const unsigned int seconds_;
+  BenchMovie movie_;
   unsigned int runs_ = 0;
 };
