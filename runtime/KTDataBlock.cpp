@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <cstdlib>
 #include <cstring>
 #include <limits>
@@ -28,11 +29,25 @@ struct alignas(std::max_align_t) KTDataBlock::Storage {
   static bool isMapped(unsigned int n) { return n >= MAPPED_SIZE; }
 
   static Storage* create(unsigned int n) {
-    void* raw = isMapped(n) ? mmap(nullptr, sizeOf(n), PROT_READ | PROT_WRITE,
-                                   MAP_PRIVATE | MAP_ANONYMOUS, -1, 0)
-                            : std::malloc(sizeOf(n));
-    if (raw == nullptr || raw == MAP_FAILED) throw std::bad_alloc();
+    void* raw = isMapped(n) ? newPages(sizeOf(n)) : std::malloc(sizeOf(n));
+    if (raw == nullptr) throw std::bad_alloc();
     return new (raw) Storage(n);
+  }
+
+  // The bytes begin with a large page, behind the head's small one, so that none of them lies in
+  // small ones. Advised before the head is written: a page that is touched first stays small.
+  static Storage* createInLargePages(unsigned int n) {
+    auto* const pages = static_cast<unsigned char*>(newPages(sizeOf(n) + LARGE_PAGE_SIZE));
+    const auto bytes = reinterpret_cast<std::uintptr_t>(pages) + PAGE_SIZE;
+    const std::size_t unused = (LARGE_PAGE_SIZE - bytes % LARGE_PAGE_SIZE) % LARGE_PAGE_SIZE;
+    unsigned char* const begin = pages + unused;
+    if (unused != 0) munmap(pages, unused);
+    munmap(begin + roundedUp(sizeOf(n)), LARGE_PAGE_SIZE - unused);
+    // All of the mapping, head and all: one in two parts could not be moved any more.
+    (void)madvise(begin, sizeOf(n), MADV_HUGEPAGE);
+    auto* const storage = new (begin) Storage(n);
+    storage->inLargePages = true;
+    return storage;
   }
 
   // This storage with another capacity, at another place; both are mapped. The pages move as they
@@ -43,13 +58,6 @@ struct alignas(std::max_align_t) KTDataBlock::Storage {
     auto* storage = static_cast<Storage*>(raw);
     storage->capacity = n;
     return storage;
-  }
-
-  // All of the mapping, head and all: one in two parts could not be moved any more.
-  void useLargePages() {
-    if (!isMapped(capacity)) return;
-    (void)madvise(this, sizeOf(capacity), MADV_HUGEPAGE);
-    inLargePages = true;
   }
 
   void destroy() {
@@ -65,7 +73,17 @@ struct alignas(std::max_align_t) KTDataBlock::Storage {
  private:
   static constexpr unsigned int MAPPED_SIZE = 1U << 20;
   static constexpr std::size_t PAGE_SIZE = 4096;
+  static constexpr std::size_t LARGE_PAGE_SIZE = std::size_t{2} << 20;
 
+  static void* newPages(std::size_t n) {
+    void* const pages =
+        mmap(nullptr, n, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (pages == MAP_FAILED) throw std::bad_alloc();
+    return pages;
+  }
+  static std::size_t roundedUp(std::size_t n) {
+    return (n + PAGE_SIZE - 1) / PAGE_SIZE * PAGE_SIZE;
+  }
   static std::size_t headSize(unsigned int n) { return isMapped(n) ? PAGE_SIZE : sizeof(Storage); }
   static std::size_t sizeOf(unsigned int n) { return headSize(n) + n; }
 };
@@ -165,8 +183,9 @@ void KTDataBlock::reserveLargePages(unsigned int n) {
   const unsigned int needed = std::max(n, size);
   const unsigned int most = std::numeric_limits<unsigned int>::max();
   KTDataBlock room;
-  room.moveTo(needed + std::min(std::max(SPARE, needed / 2), most - needed));
-  room.storage_->useLargePages();
+  room.storage_ =
+      Storage::createInLargePages(needed + std::min(std::max(SPARE, needed / 2), most - needed));
+  room.data = room.storage_->bytes();
   if (size != 0) std::memcpy(room.storage_->bytes(), data, size);
   room.size = size;
   *this = std::move(room);

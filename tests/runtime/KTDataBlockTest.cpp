@@ -105,6 +105,19 @@ TEST_F(KTDataBlockTest, LargePagesKeepTheBytesAndGrowAsOthers) {
   }
 }
 
+TEST_F(KTDataBlockTest, LargePagesBeginWithTheFirstByte) {
+  for (const unsigned int n : {1U, 3U << 20, (8U << 20) + 1}) {
+    KTDataBlock b;
+    b.reserveLargePages(n);
+    b.resize(n);
+    EXPECT_EQ(reinterpret_cast<std::uintptr_t>(b.data) % (2U << 20), 0U) << n;
+    std::memset(b.writable(), 'a', n);
+    b.resize(n + (6U << 20));  // to the end of what there is
+    std::memset(b.writable(), 'b', b.size);
+    EXPECT_EQ(text(b.copy(b.size - 1, 1)), "b") << n;
+  }
+}
+
 TEST_F(KTDataBlockTest, LargePagesOfACopyOrAPartAreItsOwn) {
   const KTDataBlock whole = block(std::string(5 << 20, 'a'));
   KTDataBlock part = whole.copy(1U << 20, 3U << 20);
