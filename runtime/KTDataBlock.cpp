@@ -1,6 +1,7 @@
 #include "runtime/KTDataBlock.h"
 
 #include <sys/mman.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <atomic>
@@ -34,18 +35,10 @@ struct alignas(std::max_align_t) KTDataBlock::Storage {
     return new (raw) Storage(n);
   }
 
-  // The bytes begin with a large page, behind the head's small one, so that none of them lies in
-  // small ones. Advised before the head is written: a page that is touched first stays small.
   static Storage* createInLargePages(unsigned int n) {
-    auto* const pages = static_cast<unsigned char*>(newPages(sizeOf(n) + LARGE_PAGE_SIZE));
-    const auto bytes = reinterpret_cast<std::uintptr_t>(pages) + PAGE_SIZE;
-    const std::size_t unused = (LARGE_PAGE_SIZE - bytes % LARGE_PAGE_SIZE) % LARGE_PAGE_SIZE;
-    unsigned char* const begin = pages + unused;
-    if (unused != 0) munmap(pages, unused);
-    munmap(begin + roundedUp(sizeOf(n)), LARGE_PAGE_SIZE - unused);
-    // All of the mapping, head and all: one in two parts could not be moved any more.
-    (void)madvise(begin, sizeOf(n), MADV_HUGEPAGE);
-    auto* const storage = new (begin) Storage(n);
+    // Where the system's own pages are larger than ours a mapping cannot be cut at the latter.
+    const bool cuts = sysconf(_SC_PAGESIZE) == static_cast<long>(PAGE_SIZE);
+    Storage* const storage = cuts ? new (newLargePages(sizeOf(n))) Storage(n) : create(n);
     storage->inLargePages = true;
     return storage;
   }
@@ -80,6 +73,19 @@ struct alignas(std::max_align_t) KTDataBlock::Storage {
         mmap(nullptr, n, PROT_READ | PROT_WRITE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
     if (pages == MAP_FAILED) throw std::bad_alloc();
     return pages;
+  }
+  // Behind the head's small page a large one begins. Advised before the head is written, since a
+  // page that is touched first stays small; and all of it, head and all, since a mapping in two
+  // parts could not be moved any more.
+  static void* newLargePages(std::size_t n) {
+    auto* const pages = static_cast<unsigned char*>(newPages(n + LARGE_PAGE_SIZE));
+    const auto second = reinterpret_cast<std::uintptr_t>(pages) + PAGE_SIZE;
+    const std::size_t unused = (LARGE_PAGE_SIZE - second % LARGE_PAGE_SIZE) % LARGE_PAGE_SIZE;
+    unsigned char* const begin = pages + unused;
+    if (unused != 0) munmap(pages, unused);
+    munmap(begin + roundedUp(n), LARGE_PAGE_SIZE - unused);
+    (void)madvise(begin, n, MADV_HUGEPAGE);
+    return begin;
   }
   static std::size_t roundedUp(std::size_t n) {
     return (n + PAGE_SIZE - 1) / PAGE_SIZE * PAGE_SIZE;

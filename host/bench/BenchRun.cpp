@@ -24,8 +24,8 @@ ScenarioResult BenchRun::run(Scenario& scenario) const {
   return result;
 }
 
-// The one that goes first changes from pair to pair: neither is favoured by what the other leaves
-// behind.
+// The one that goes first changes from pair to pair: what a run leaves behind, such as memory that
+// is still there, is met by both.
 void BenchRun::compare(Scenario& scenario, Rival& rival, ScenarioResult& result) const {
   const unsigned int pairs = options_.runs == 0 ? USUAL_PAIRS : options_.runs;
   ScenarioResult::Comparison comparison{rival.name(), {}, {}};

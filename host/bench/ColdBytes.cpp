@@ -9,17 +9,18 @@ namespace {
 
 constexpr std::size_t LARGE_PAGE = std::size_t{2} << 20;
 
-unsigned char* alignedMemory() {
+unsigned char* alignedMemory(ColdBytes::Pages pages) {
   void* const memory = std::aligned_alloc(LARGE_PAGE, ColdBytes::SIZE);
   if (memory == nullptr) throw std::bad_alloc();
-  (void)madvise(memory, ColdBytes::SIZE, MADV_HUGEPAGE);  // small ones do as well
+  const int advice = pages == ColdBytes::Pages::Large ? MADV_HUGEPAGE : MADV_NOHUGEPAGE;
+  (void)madvise(memory, ColdBytes::SIZE, advice);  // those that come do as well
   return static_cast<unsigned char*>(memory);
 }
 
 }  // namespace
 
 // Every byte is written once, so that the memory is there, and none of it is the page of zeros.
-ColdBytes::ColdBytes() : bytes_(alignedMemory()) {
+ColdBytes::ColdBytes(Pages pages) : bytes_(alignedMemory(pages)) {
   std::uint32_t state = 1;
   for (std::size_t i = 0; i < SIZE; ++i) {
     state = state * 1664525U + 1013904223U;

@@ -5,8 +5,7 @@
 
 /**
  * Memory to write from that no cache of the processor holds, as frames are that have just come from
- * elsewhere: pieces are handed out in turn, so that each is long evicted when it comes again. In
- * large pages where the system has them, as who writes past the page cache would choose.
+ * elsewhere: pieces are handed out in turn, so that each is long evicted when it comes again.
  *
  * Owns: its memory, SIZE bytes.
  * Threads: one thread at a time for each object.
@@ -18,7 +17,10 @@ class ColdBytes {
   static constexpr std::size_t SIZE = std::size_t{256} << 20;
   static constexpr std::size_t ALIGNMENT = 4096;
 
-  ColdBytes();
+  /** Of memory: small ones, as it mostly comes, or large ones where the system has them. */
+  enum class Pages { Small, Large };
+
+  explicit ColdBytes(Pages pages);
   ColdBytes(const ColdBytes&) = delete;
   ColdBytes& operator=(const ColdBytes&) = delete;
   ~ColdBytes();

@@ -14,7 +14,7 @@ bool isAligned(const unsigned char* bytes) {
 
 TEST(ColdBytesTest, NoPieceComesAgainBeforeAllOthers) {
   constexpr std::size_t PIECE = std::size_t{3} << 20;
-  ColdBytes source;
+  ColdBytes source(ColdBytes::Pages::Large);
   std::set<const unsigned char*> pieces;
   const unsigned char* const first = source.next(PIECE);
   for (const unsigned char* piece = first; pieces.insert(piece).second;
@@ -27,12 +27,12 @@ TEST(ColdBytesTest, NoPieceComesAgainBeforeAllOthers) {
 }
 
 TEST(ColdBytesTest, OddPiecesBeginAligned) {
-  ColdBytes source;
+  ColdBytes source(ColdBytes::Pages::Small);
   (void)source.next(5'500'001);
   EXPECT_TRUE(isAligned(source.next(5'500'001)));
 }
 
 TEST(ColdBytesTest, AllOfItAtOnceIsPossible) {
-  ColdBytes source;
+  ColdBytes source(ColdBytes::Pages::Small);
   EXPECT_EQ(source.next(ColdBytes::SIZE), source.next(ColdBytes::SIZE));
 }

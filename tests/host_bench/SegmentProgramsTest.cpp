@@ -33,7 +33,9 @@ TEST_F(SegmentProgramsTest, EveryProgramThatIsInstalledWritesTheFootage) {
 TEST_F(SegmentProgramsTest, LiveOnesTakeTheTimeOfTheFootageForAllStreamsAtOnce) {
   constexpr unsigned int SECONDS = 3;
   BenchMovie movie(place(), SECONDS);
-  for (const auto& program : SegmentPrograms::live(place(), movie, 2)) {
+  const auto programs = SegmentPrograms::live(place(), movie, 2);
+  ASSERT_FALSE(programs.empty());
+  for (const auto& program : programs) {
     const Measurement result = program->run();
     EXPECT_THAT(result.flaws, testing::IsEmpty()) << program->name();
     EXPECT_EQ(2 * movie.bytes(), result.bytes) << program->name();

@@ -41,30 +41,33 @@ WriteLoop::WriteLoop(BenchPlace& place, Form form, unsigned int seconds,
 }
 
 std::vector<std::unique_ptr<Rival>> WriteLoop::all(BenchPlace& place, unsigned int seconds) {
-  const auto source = std::make_shared<ColdBytes>();
-  const std::vector<Form> forms = {{"write(2), 11 s at a time", FLUSH_BYTES, false},
-                                   {"write(2), 256 KiB at a time", SMALL_BYTES, false}};
+  const auto large = std::make_shared<ColdBytes>(ColdBytes::Pages::Large);
   std::vector<std::unique_ptr<Rival>> loops;
-  loops.reserve(forms.size() + 2);
-  for (const Form& form : forms) {
-    loops.push_back(std::make_unique<WriteLoop>(place, form, seconds, source));
-  }
+  const auto add = [&](const Form& form) {
+    loops.push_back(std::make_unique<WriteLoop>(place, form, seconds, large));
+  };
+  add({"write(2), 11 s at a time", FLUSH_BYTES, false});
+  add({"write(2), 256 KiB at a time", SMALL_BYTES, false});
   if (!directWorks(place.directory())) return loops;
-  loops.push_back(bestDirect(place, seconds, source, false));
-  loops.push_back(bestDirect(place, seconds, source, true));
+  const auto addBest = [&](const Form& form, const std::shared_ptr<ColdBytes>& source) {
+    loops.push_back(bestDirect(place, form, seconds, source));
+  };
+  addBest({"write(2) with O_DIRECT", 0, true},
+          std::make_shared<ColdBytes>(ColdBytes::Pages::Small));
+  addBest({"write(2) with O_DIRECT from large pages", 0, true}, large);
+  addBest({"frames collected, then write(2) with O_DIRECT from large pages", 0, true, true}, large);
   return loops;
 }
 
-std::unique_ptr<WriteLoop> WriteLoop::bestDirect(BenchPlace& place, unsigned int seconds,
-                                                 const std::shared_ptr<ColdBytes>& source,
-                                                 bool collects) {
+std::unique_ptr<WriteLoop> WriteLoop::bestDirect(BenchPlace& place, const Form& form,
+                                                 unsigned int seconds,
+                                                 const std::shared_ptr<ColdBytes>& source) {
   std::vector<std::unique_ptr<WriteLoop>> loops;
   for (const std::size_t bytes : DIRECT_BYTES) {
-    const std::string name = std::string(collects ? "frames collected, then " : "") +
-                             "write(2) with O_DIRECT, " + std::to_string(bytes / MIB) +
-                             " MiB at a time";
-    loops.push_back(
-        std::make_unique<WriteLoop>(place, Form{name, bytes, true, collects}, seconds, source));
+    Form sized = form;
+    sized.name += ", " + std::to_string(bytes / MIB) + " MiB at a time";
+    sized.pieceBytes = bytes;
+    loops.push_back(std::make_unique<WriteLoop>(place, sized, seconds, source));
   }
   return quickest(std::move(loops));
 }

@@ -28,10 +28,10 @@ class WriteLoop : public Rival {
   /** Those that footage is compared with, without those that the file system refuses. */
   [[nodiscard]] static std::vector<std::unique_ptr<Rival>> all(BenchPlace& place,
                                                                unsigned int seconds);
-  /** Past the page cache, in pieces of the size that is quickest here, of four that are tried. */
+  /** A form past the page cache, with pieces of the size that is quickest of four tried here. */
   [[nodiscard]] static std::unique_ptr<WriteLoop> bestDirect(
-      BenchPlace& place, unsigned int seconds, const std::shared_ptr<ColdBytes>& source,
-      bool collects);
+      BenchPlace& place, const Form& form, unsigned int seconds,
+      const std::shared_ptr<ColdBytes>& source);
   /** Whether the file system of a directory takes writes past the page cache. */
   [[nodiscard]] static bool directWorks(const std::string& directory);
 
