@@ -28,7 +28,7 @@ class KTR_API KTRTask : public KTTask {
 
   /**
    * Queues one message; type holds KTRMessageType bits. The bytes of data are shared, not copied.
-   * 0, or -1 when the queue refuses it. A frame may stay in the queue for 140 ms; one of urgent
+   * 0, or -1 when the queue refuses it. A frame may stay in the queue for 160 ms; one of urgent
    * priority, and any message that is not a frame, is taken at once with all that is queued.
    */
   virtual int commit(const KTDataBlock& data, int type, KTMessage::Priority priority);

@@ -19,7 +19,7 @@
 class KTR_API KTClock {
  public:
   using Span = std::chrono::microseconds;
-  static constexpr Span REST_STEP = std::chrono::milliseconds(20);
+  static constexpr Span REST_STEP = std::chrono::milliseconds(40);
 
   KTClock() = default;
   KTClock(const KTClock&) = delete;
