@@ -22,7 +22,7 @@ class FrameClock : public KTClock {
   ~FrameClock() override;
 
   /** Moves the wall clock to that many milliseconds behind its beginning. */
-  void moveTo(std::int64_t ms) { passedMs_ = ms; }
+  void moveTo(std::int64_t ms) { passedMs_.store(ms, std::memory_order_release); }
   /** The second at which it began. */
   [[nodiscard]] long beginning() const { return beginning_; }
 

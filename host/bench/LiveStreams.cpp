@@ -88,7 +88,6 @@ void LiveStreams::openSessions() {
     stream.firstMs = i * BEGIN_EVERY_MS;
     stream.session = std::make_unique<KTRVideoStreamRecordSession>(paramsOf(i));
     (void)stream.session->commit(timeMessage(), KTRMessageType::Time, KTMessage::NormalPriority);
-    due_[static_cast<size_t>(stream.firstMs) % due_.size()].push_back(&stream);
   }
 }
 
@@ -107,21 +106,24 @@ void LiveStreams::awaitRecording() {
 void LiveStreams::feed() {
   const auto beginning = steady_clock::now();
   const std::int64_t beginningMs = wallMs();
-  for (std::int64_t ms = 0; !ending_; ++ms) {
-    const std::vector<Stream*>& streams = due_[static_cast<size_t>(ms) % due_.size()];
-    if (streams.empty()) continue;
-    const auto due = beginning + milliseconds(ms);
-    std::this_thread::sleep_until(due);
-    const auto late = std::chrono::duration_cast<milliseconds>(steady_clock::now() - due).count();
-    if (late > latestFeedMs_) latestFeedMs_ = late;
-    for (Stream* stream : streams) {
-      if (ms >= stream->firstMs) feedOne(*stream, (beginningMs + ms) % DAY_MS);
+  for (std::int64_t ms = 0; !ending_; ms += BenchClip::FRAME_MS) {
+    awaitRound(beginning + milliseconds(ms));
+    for (Stream& stream : streams_) {
+      if (stream.firstMs <= ms) feedOne(stream, beginningMs);
     }
   }
 }
 
-void LiveStreams::feedOne(Stream& stream, std::int64_t stampMs) {
-  const KTDataBlock frame = clip_.frame(stream.frames, static_cast<std::uint32_t>(stampMs));
+void LiveStreams::awaitRound(steady_clock::time_point due) {
+  std::this_thread::sleep_until(due);
+  const auto late = std::chrono::duration_cast<milliseconds>(steady_clock::now() - due).count();
+  if (late > latestFeedMs_) latestFeedMs_ = late;
+}
+
+void LiveStreams::feedOne(Stream& stream, std::int64_t beginningMs) {
+  const std::int64_t ms =
+      beginningMs + stream.firstMs + static_cast<std::int64_t>(stream.frames * BenchClip::FRAME_MS);
+  const KTDataBlock frame = clip_.frame(stream.frames, static_cast<std::uint32_t>(ms % DAY_MS));
   if (commit(stream, frame) != 0) ++refused_;
   ++stream.frames;
   noteQueue(stream.session->queueLength());

@@ -1,7 +1,7 @@
 #pragma once
 
-#include <array>
 #include <atomic>
+#include <chrono>
 #include <memory>
 #include <string>
 #include <thread>
@@ -14,9 +14,10 @@
 
 /**
  * Cameras of 4 Mbit/s and 25 frames a second, as many as are wanted, recorded as they come: one
- * thread gives every frame to its record session when its time has come, built right before. The
- * streams begin 21 ms after each other, so that neither their frames nor their key frames come at
- * once; a recorder has at most 128 of them.
+ * thread gives every frame to its record session, built right before. It does so in rounds, one for
+ * each frame time, so that what its own sleep costs does not hide what recording costs: a frame is
+ * committed up to 40 ms behind its stamp. The streams begin 21 ms after each other, so that their
+ * key frames do not come at once; a recorder has at most 128 of them.
  *
  * Owns: the sessions and the feeding thread. What was recorded stays until removeFiles().
  * Threads: the main thread. The sessions have one each.
@@ -55,7 +56,7 @@ class LiveStreams {
   [[nodiscard]] Stored stored() const;
   /** The most messages that waited for one session, the one just committed included. */
   [[nodiscard]] unsigned int longestQueue() const { return longestQueue_; }
-  /** The most that a frame was committed too late by, milliseconds: the feeder's own fault. */
+  /** The most that a round of frames began too late by, milliseconds: the feeder's own fault. */
   [[nodiscard]] std::int64_t latestFeedMs() const { return latestFeedMs_; }
   /** After stop(): how long each commit() has taken, of all frames. */
   [[nodiscard]] const Latencies& commits() const { return commits_; }
@@ -78,7 +79,8 @@ class LiveStreams {
   [[nodiscard]] KTRStreamRecordParams paramsOf(unsigned int stream) const;
   [[nodiscard]] std::string recorderName(unsigned int number) const;
   void feed();
-  void feedOne(Stream& stream, std::int64_t stampMs);
+  void awaitRound(std::chrono::steady_clock::time_point due);
+  void feedOne(Stream& stream, std::int64_t beginningMs);
   [[nodiscard]] int commit(Stream& stream, const KTDataBlock& frame);
   void noteQueue(unsigned int length);
   void awaitRecording();
@@ -89,7 +91,6 @@ class LiveStreams {
   const std::string name_;
   std::vector<KTR_DB_handle*> recorders_;
   std::vector<Stream> streams_;
-  std::array<std::vector<Stream*>, BenchClip::FRAME_MS> due_;  // by millisecond of a frame's time
   std::thread feeder_;
   Latencies commits_;  // the feeding thread's
   std::atomic<double> sampledCpu_{0};
