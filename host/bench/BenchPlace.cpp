@@ -3,7 +3,9 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <chrono>
 #include <filesystem>
+#include <thread>
 
 #include "host/HostError.h"
 #include "host/server/OptionFile.h"
@@ -13,6 +15,23 @@
 namespace fs = std::filesystem;
 
 namespace {
+
+constexpr auto WRITING_TIME = std::chrono::minutes(1);
+constexpr const char* DIRTY_PAGES =
+    "SELECT VARIABLE_VALUE FROM information_schema.GLOBAL_STATUS "
+    "WHERE VARIABLE_NAME='INNODB_BUFFER_POOL_PAGES_DIRTY'";
+
+// A server with little to write may put it off for as long as it has nothing else to do.
+bool writesAll(ServerConnection& server) {
+  const auto deadline = std::chrono::steady_clock::now() + WRITING_TIME;
+  bool written = false;
+  if (!server.run("SET GLOBAL innodb_max_dirty_pages_pct=0")) return false;
+  while (!written && std::chrono::steady_clock::now() < deadline) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(50));
+    written = server.value(DIRTY_PAGES) == "0";
+  }
+  return server.run("SET GLOBAL innodb_max_dirty_pages_pct=DEFAULT") && written;
+}
 
 StorageRoot madeBelow(const StorageRoot& root) {
   const std::string path = root.path() + "/bench." + std::to_string(getpid());
@@ -74,7 +93,8 @@ void BenchPlace::writeDownIndex(const KTR_DB_handle& recorder) const {
                             KTR_DBTable::KTR_TableName[KTR_DBTable::TB_DATA_STREAMS].c_str();
   ServerConnection server;
   if (!server.connectTo(serverPaths().socket(), OptionFile::currentUser()) ||
-      !server.run("FLUSH TABLES " + table + " FOR EXPORT") || !server.run("UNLOCK TABLES")) {
+      !server.run("FLUSH TABLES " + table + " FOR EXPORT") || !server.run("UNLOCK TABLES") ||
+      !writesAll(server)) {
     throw failure("the server does not write its rows down (" + server.error() + ")",
                   "see its log in " + directory());
   }

@@ -53,8 +53,8 @@ class BenchPlace {
     return recorder.tb_rownum(KTR_DBTable::KTR_TableName[table]);
   }
   /**
-   * Waits until the index rows of a recorder are on the disk, as those of yesterday are: else the
-   * server writes them down for minutes, beside what is measured.
+   * Waits until the index rows of a recorder and all that belongs to them are on the disk, as those
+   * of yesterday are: else the server writes them down for minutes, beside what is measured.
    */
   void writeDownIndex(const KTR_DB_handle& recorder) const;
   /** The server's process. */

@@ -20,7 +20,8 @@ constexpr long FIRST_SECOND = 1'700'000'000;
 constexpr unsigned int SECONDS_OF_SLICE = 250;  // 125 MB, as a slice of 128 MiB has
 constexpr unsigned int SHORT_ROWS = 50;
 constexpr unsigned int SHORT_SECONDS_OF_SLICE = 10;
-constexpr unsigned int LOADS = 1000;
+constexpr unsigned int LOADS = 4000;
+constexpr unsigned int LOADS_OF_A_RIVAL = 1000;  // some take a hundred times as long
 constexpr unsigned int SHORT_LOADS = 10;
 constexpr unsigned int HOUR = 3600;
 // To count more would bring pages into the server's memory that loads are measured without.
@@ -134,9 +135,10 @@ void LoadScenario::loadOnce(std::mt19937& random, Measurement& result) const {
 std::vector<std::unique_ptr<Rival>> LoadScenario::rivals() {
   std::vector<std::unique_ptr<Rival>> rivals;
   const unsigned int seconds = place_.size(HOUR, SHORT_SECONDS_OF_SLICE);
+  const unsigned int loads = place_.size(LOADS_OF_A_RIVAL, SHORT_LOADS);
   rivals.push_back(
-      std::make_unique<ContainerSeek>(place_, ContainerSeek::FragmentedMp4, seconds, loads_));
+      std::make_unique<ContainerSeek>(place_, ContainerSeek::FragmentedMp4, seconds, loads));
   rivals.push_back(
-      std::make_unique<ContainerSeek>(place_, ContainerSeek::Matroska, seconds, loads_));
+      std::make_unique<ContainerSeek>(place_, ContainerSeek::Matroska, seconds, loads));
   return rivals;
 }
