@@ -47,8 +47,8 @@ class KTR_API KTDataBlock {
   /**
    * Makes room for n bytes and a half as much to spare, 6 MiB at least, in large pages where the
    * kernel has them: the disk takes and gives those with less work. The bytes begin with one of
-   * them. They become resident when they are touched. Room of this kind that is large enough
-   * already is kept.
+   * them, until they outgrow this room. They become resident when they are touched. Room of this
+   * kind that is large enough already is kept.
    */
   void reserveLargePages(unsigned int n);
   /** Copies the bytes of b over this block from offset on; offset + b.size must not pass size. */

@@ -53,8 +53,9 @@ CLI::App* BenchCommand::define(CLI::App& program) {
   command->add_flag("--against", against_, "Compare with other ways of doing the same");
   command
       ->add_option("--runs", runs_,
-                   "Runs of each scenario, 1 to 99; 1 if left out,\nand 5 pairs for --against, "
-                   "which takes no fewer")
+                   "Runs of each scenario, 1 to 99; 1 if left out,\nand " +
+                       std::to_string(BenchRun::USUAL_PAIRS) +
+                       " pairs for --against, which takes no fewer")
       ->type_name("N")
       ->check(CLI::Range(1U, MAX_RUNS));
   command->add_flag("--aged", aged_,
@@ -108,7 +109,8 @@ BenchRun::Options BenchCommand::runOptions(HostContext& context, const BenchPlac
 void BenchCommand::checkRuns() const {
   if (!against_ || short_ || runs_ == 0 || runs_ >= BenchRun::USUAL_PAIRS) return;
   throw usageError("the median of " + std::to_string(runs_) + " pairs means little",
-                   "with --against give --runs 5 or more, or leave it out");
+                   "with --against give --runs " + std::to_string(BenchRun::USUAL_PAIRS) +
+                       " or more, or leave it out");
 }
 
 void BenchCommand::checkNames() const {

@@ -32,12 +32,19 @@ TEST_F(WriteLoopTest, PiecesAreOfTheSizeAskedFor) {
   EXPECT_EQ("small", loop.name());
 }
 
-TEST_F(WriteLoopTest, PiecesOfCollectedFramesAreOfThatSizeToo) {
-  WriteLoop loop(place(), {"frames", 1 << 20, false, true}, SECONDS,
-                 std::make_shared<ColdBytes>(ColdBytes::Pages::Large));
-  const Measurement result = loop.run();
-  EXPECT_EQ(4U, result.operations);
-  EXPECT_EQ(4U << 20, result.bytes);
+// Each frame begins at a page of the source, so that collecting takes more of it than is written.
+TEST_F(WriteLoopTest, CollectedFramesAreTakenOneByOne) {
+  const auto source = std::make_shared<ColdBytes>(ColdBytes::Pages::Large);
+  const auto takenOfSource = [&](bool collects) {
+    const unsigned char* const before = source->next(1);
+    WriteLoop loop(place(), {"frames", 1 << 20, false, collects}, SECONDS, source);
+    const Measurement result = loop.run();
+    EXPECT_EQ(4U, result.operations);
+    EXPECT_EQ(4U << 20, result.bytes);
+    return source->next(1) - before - static_cast<long>(ColdBytes::ALIGNMENT);
+  };
+  EXPECT_EQ(4 << 20, takenOfSource(false));
+  EXPECT_GT(takenOfSource(true), 4 << 20);
 }
 
 TEST_F(WriteLoopTest, FileSystemWithoutWaysPastTheCacheIsNoted) {

@@ -84,24 +84,25 @@ ProgramRival::Work workOf(const Program& program, const Job& job, BenchMovie& mo
   return work;
 }
 
+std::vector<std::unique_ptr<Rival>> rivalsOf(const std::vector<Program>& programs,
+                                             unsigned int streams, bool live, BenchPlace& place,
+                                             BenchMovie& movie) {
+  std::vector<std::unique_ptr<Rival>> rivals;
+  for (const Program& program : programs) {
+    const Job job{movie.path(), streams, live};
+    rivals.push_back(std::make_unique<ProgramRival>(place, workOf(program, job, movie)));
+  }
+  return rivals;
+}
+
 }  // namespace
 
 std::vector<std::unique_ptr<Rival>> SegmentPrograms::of(BenchPlace& place, BenchMovie& movie) {
-  std::vector<std::unique_ptr<Rival>> rivals;
-  for (const Program& program : installed({".mp4", ".mkv"})) {
-    rivals.push_back(
-        std::make_unique<ProgramRival>(place, workOf(program, {movie.path(), 1, false}, movie)));
-  }
-  return rivals;
+  return rivalsOf(installed({".mp4", ".mkv"}), 1, false, place, movie);
 }
 
 // One form of each is enough: a minute cannot be made shorter.
 std::vector<std::unique_ptr<Rival>> SegmentPrograms::live(BenchPlace& place, BenchMovie& movie,
                                                           unsigned int streams) {
-  std::vector<std::unique_ptr<Rival>> rivals;
-  for (const Program& program : installed({".mp4"})) {
-    rivals.push_back(std::make_unique<ProgramRival>(
-        place, workOf(program, {movie.path(), streams, true}, movie)));
-  }
-  return rivals;
+  return rivalsOf(installed({".mp4"}), streams, true, place, movie);
 }
