@@ -5,6 +5,7 @@
 
 #include <chrono>
 #include <filesystem>
+#include <limits>
 #include <thread>
 
 #include "host/HostError.h"
@@ -16,20 +17,32 @@ namespace fs = std::filesystem;
 
 namespace {
 
-constexpr auto WRITING_TIME = std::chrono::minutes(1);
+constexpr auto STANDSTILL = std::chrono::minutes(1);
 constexpr const char* DIRTY_PAGES =
     "SELECT VARIABLE_VALUE FROM information_schema.GLOBAL_STATUS "
     "WHERE VARIABLE_NAME='INNODB_BUFFER_POOL_PAGES_DIRTY'";
 
-// A server with little to write may put it off for as long as it has nothing else to do.
-bool writesAll(ServerConnection& server) {
-  const auto deadline = std::chrono::steady_clock::now() + WRITING_TIME;
-  bool written = false;
-  if (!server.run("SET GLOBAL innodb_max_dirty_pages_pct=0")) return false;
-  while (!written && std::chrono::steady_clock::now() < deadline) {
+// False when the number of dirty pages has not fallen for long, or the server does not tell it.
+bool comesToRest(ServerConnection& server) {
+  using std::chrono::steady_clock;
+  long least = std::numeric_limits<long>::max();
+  auto fallen = steady_clock::now();
+  while (steady_clock::now() - fallen < STANDSTILL) {
+    const std::optional<std::string> dirty = server.value(DIRTY_PAGES);
+    if (!dirty || dirty == "0") return dirty.has_value();
+    if (const long pages = std::stol(*dirty); pages < least) {
+      least = pages;
+      fallen = steady_clock::now();
+    }
     std::this_thread::sleep_for(std::chrono::milliseconds(50));
-    written = server.value(DIRTY_PAGES) == "0";
   }
+  return false;
+}
+
+// Of a few dirty pages a server thinks that they can wait.
+bool writesAll(ServerConnection& server) {
+  if (!server.run("SET GLOBAL innodb_max_dirty_pages_pct=0")) return false;
+  const bool written = comesToRest(server);
   return server.run("SET GLOBAL innodb_max_dirty_pages_pct=DEFAULT") && written;
 }
 
@@ -95,7 +108,8 @@ void BenchPlace::writeDownIndex(const KTR_DB_handle& recorder) const {
   if (!server.connectTo(serverPaths().socket(), OptionFile::currentUser()) ||
       !server.run("FLUSH TABLES " + table + " FOR EXPORT") || !server.run("UNLOCK TABLES") ||
       !writesAll(server)) {
-    throw failure("the server does not write its rows down (" + server.error() + ")",
+    const std::string error = server.error().empty() ? "no progress" : server.error();
+    throw failure("the server does not write its rows down (" + error + ")",
                   "see its log in " + directory());
   }
 }

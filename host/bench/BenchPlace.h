@@ -17,7 +17,8 @@
  * Owns: the directory and everything in it, and the handlers of signals. The context ends factory
  *   and server, and is closed with the place at the latest: whatever uses it must be gone by then.
  * Threads: the main thread; clip() once it was called there from any.
- * Blocks: the constructor for the server, clip() for the encoder at its first call.
+ * Blocks: the constructor for the server, clip() for the encoder at its first call, sync() and
+ *   writeDownIndex() for the disk.
  * Errors: HostError.
  */
 class BenchPlace {

@@ -11,7 +11,7 @@ FrameClock::~FrameClock() {
 }
 
 KTTimeValue FrameClock::now() {
-  const std::int64_t passed = passedMs_.load(std::memory_order_acquire);
+  const std::int64_t passed = passedMs_.load(std::memory_order_relaxed);
   return KTTimeValue(beginning_ + static_cast<long>(passed / 1000),
                      static_cast<long>(passed % 1000) * 1000);
 }

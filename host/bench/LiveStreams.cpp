@@ -19,6 +19,8 @@ namespace {
 
 constexpr unsigned int STREAMS_OF_A_RECORDER = 128;
 constexpr std::int64_t BEGIN_EVERY_MS = 21;  // no divisor in common with 40 or 1000
+// In no step with frames or with the rests of sessions, as the world is.
+constexpr std::int64_t ROUND_MS = 33;
 constexpr std::int64_t DAY_MS = 86'400'000;
 constexpr int SLICE_BYTES = 128 << 20;
 constexpr unsigned int LONG_QUEUE = 20;  // messages
@@ -88,6 +90,7 @@ void LiveStreams::openSessions() {
     stream.firstMs = i * BEGIN_EVERY_MS;
     stream.session = std::make_unique<KTRVideoStreamRecordSession>(paramsOf(i));
     (void)stream.session->commit(timeMessage(), KTRMessageType::Time, KTMessage::NormalPriority);
+    due_[static_cast<size_t>(stream.firstMs) % due_.size()].push_back(&stream);
   }
 }
 
@@ -106,10 +109,10 @@ void LiveStreams::awaitRecording() {
 void LiveStreams::feed() {
   const auto beginning = steady_clock::now();
   const std::int64_t beginningMs = wallMs();
-  for (std::int64_t ms = 0; !ending_; ms += BenchClip::FRAME_MS) {
-    awaitRound(beginning + milliseconds(ms));
-    for (Stream& stream : streams_) {
-      if (stream.firstMs <= ms) feedOne(stream, beginningMs);
+  for (std::int64_t ms = 0; !ending_; ++ms) {
+    if (ms % ROUND_MS == 0) awaitRound(beginning + milliseconds(ms + ROUND_MS));
+    for (Stream* stream : due_[static_cast<size_t>(ms) % due_.size()]) {
+      if (stream->firstMs <= ms) feedOne(*stream, (beginningMs + ms) % DAY_MS);
     }
   }
 }
@@ -117,13 +120,11 @@ void LiveStreams::feed() {
 void LiveStreams::awaitRound(steady_clock::time_point due) {
   std::this_thread::sleep_until(due);
   const auto late = std::chrono::duration_cast<milliseconds>(steady_clock::now() - due).count();
-  if (late > latestFeedMs_) latestFeedMs_ = late;
+  if (late > latestRoundMs_) latestRoundMs_ = late;
 }
 
-void LiveStreams::feedOne(Stream& stream, std::int64_t beginningMs) {
-  const std::int64_t ms =
-      beginningMs + stream.firstMs + static_cast<std::int64_t>(stream.frames * BenchClip::FRAME_MS);
-  const KTDataBlock frame = clip_.frame(stream.frames, static_cast<std::uint32_t>(ms % DAY_MS));
+void LiveStreams::feedOne(Stream& stream, std::int64_t stampMs) {
+  const KTDataBlock frame = clip_.frame(stream.frames, static_cast<std::uint32_t>(stampMs));
   if (commit(stream, frame) != 0) ++refused_;
   ++stream.frames;
   noteQueue(stream.session->queueLength());
@@ -149,7 +150,7 @@ void LiveStreams::noteQueue(unsigned int length) {
 
 void LiveStreams::mark() {
   longestQueue_ = 0;
-  latestFeedMs_ = 0;
+  latestRoundMs_ = 0;
 }
 
 void LiveStreams::stop() {

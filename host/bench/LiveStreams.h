@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <atomic>
 #include <chrono>
 #include <memory>
@@ -14,10 +15,11 @@
 
 /**
  * Cameras of 4 Mbit/s and 25 frames a second, as many as are wanted, recorded as they come: one
- * thread gives every frame to its record session, built right before. It does so in rounds, one for
- * each frame time, so that what its own sleep costs does not hide what recording costs: a frame is
- * committed up to 40 ms behind its stamp. The streams begin 21 ms after each other, so that their
- * key frames do not come at once; a recorder has at most 128 of them.
+ * thread gives every frame to its record session, built right before. It looks 30 times a second
+ * what has come due, as who reads from sockets in rounds does, so that what its own sleep costs
+ * does not hide what recording costs: a frame is committed up to 33 ms behind its stamp. The
+ * streams begin 21 ms after each other, so that neither their frames nor their key frames come due
+ * at once; a recorder has at most 128 of them.
  *
  * Owns: the sessions and the feeding thread. What was recorded stays until removeFiles().
  * Threads: the main thread. The sessions have one each.
@@ -57,7 +59,7 @@ class LiveStreams {
   /** The most messages that waited for one session, the one just committed included. */
   [[nodiscard]] unsigned int longestQueue() const { return longestQueue_; }
   /** The most that a round of frames began too late by, milliseconds: the feeder's own fault. */
-  [[nodiscard]] std::int64_t latestFeedMs() const { return latestFeedMs_; }
+  [[nodiscard]] std::int64_t latestRoundMs() const { return latestRoundMs_; }
   /** After stop(): how long each commit() has taken, of all frames. */
   [[nodiscard]] const Latencies& commits() const { return commits_; }
   /** Processor time of the feeding thread since start(). */
@@ -80,7 +82,7 @@ class LiveStreams {
   [[nodiscard]] std::string recorderName(unsigned int number) const;
   void feed();
   void awaitRound(std::chrono::steady_clock::time_point due);
-  void feedOne(Stream& stream, std::int64_t beginningMs);
+  void feedOne(Stream& stream, std::int64_t stampMs);
   [[nodiscard]] int commit(Stream& stream, const KTDataBlock& frame);
   void noteQueue(unsigned int length);
   void awaitRecording();
@@ -91,12 +93,13 @@ class LiveStreams {
   const std::string name_;
   std::vector<KTR_DB_handle*> recorders_;
   std::vector<Stream> streams_;
+  std::array<std::vector<Stream*>, BenchClip::FRAME_MS> due_;  // by millisecond of a frame's time
   std::thread feeder_;
   Latencies commits_;  // the feeding thread's
   std::atomic<double> sampledCpu_{0};
   std::atomic<bool> ending_{false};
   std::atomic<unsigned int> longestQueue_{0};
-  std::atomic<std::int64_t> latestFeedMs_{0};
+  std::atomic<std::int64_t> latestRoundMs_{0};
   std::atomic<std::uint64_t> refused_{0};
   Stored final_;
 };

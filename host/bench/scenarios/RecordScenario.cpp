@@ -103,7 +103,7 @@ void RecordScenario::addFigures(const LiveStreams& live, double feederCpu, doubl
       {"% of a core per stream, kernel's threads", ofStream(result.kernelCpuSeconds)},
       {"MiB resident per stream", static_cast<double>(result.residentBytes) / MIB / streams_},
       {"longest queue", live.longestQueue()},
-      {"ms at most that a frame was fed late", static_cast<double>(live.latestFeedMs())}};
+      {"ms at most that a round of frames began late", static_cast<double>(live.latestRoundMs())}};
 }
 
 std::vector<std::unique_ptr<Rival>> RecordScenario::rivals() {

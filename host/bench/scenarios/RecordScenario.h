@@ -6,7 +6,7 @@
 #include "host/bench/Scenario.h"
 
 /**
- * Live streams recorded at once, each frame given to its session when its time has come: what a
+ * Live streams recorded at once, each frame given to its session soon after its time: what a
  * stream costs, and whether all of them are kept up with. What it costs is measured when their
  * buffers have been filled twice: until then they take memory for the first time, and what that
  * costs, with the start of the sessions, is shown by itself. Queues and latencies are of the whole

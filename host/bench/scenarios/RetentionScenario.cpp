@@ -108,7 +108,7 @@ Measurement RetentionScenario::run() {
   }
   result.figures = {
       {"longest queue of a stream", live.longestQueue()},
-      {"ms at most that a frame was fed late", static_cast<double>(live.latestFeedMs())}};
+      {"ms at most that a round of frames began late", static_cast<double>(live.latestRoundMs())}};
   live.stop();
   live.check(result);
   live.removeFiles();
