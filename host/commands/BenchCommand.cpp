@@ -53,8 +53,8 @@ CLI::App* BenchCommand::define(CLI::App& program) {
   command->add_flag("--against", against_, "Compare with other ways of doing the same");
   command
       ->add_option("--runs", runs_,
-                   "Runs of each scenario, 1 to 99; 1 if left out,\nand " +
-                       std::to_string(BenchRun::USUAL_PAIRS) +
+                   "Runs of each scenario, 1 to " + std::to_string(MAX_RUNS) +
+                       "; 1 if left out,\nand " + std::to_string(BenchRun::USUAL_PAIRS) +
                        " pairs for --against, which takes no fewer")
       ->type_name("N")
       ->check(CLI::Range(1U, MAX_RUNS));
