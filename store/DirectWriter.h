@@ -25,6 +25,13 @@ class KTR_API DirectWriter {
   /** Pages of fewer bytes are not worth a way of their own. */
   static constexpr size_t LEAST_DIRECT = size_t{256} * 1024;
 
+  /**
+   * Copies n bytes to where a later write() takes them from; the two may not overlap. Large pieces
+   * go around the processor's cache where it has such stores: what a disk has taken may lie in the
+   * cache of another processor (that of a virtual disk's host), and to store over it through the
+   * own cache takes up to ten times as long.
+   */
+  static void collect(unsigned char* dst, const unsigned char* src, size_t n);
   /** Writes all n bytes from offset on: n, or -1 when a part or all of it could not be written. */
   [[nodiscard]] ssize_t write(int fd, const unsigned char* src, size_t n, off_t offset);
 

@@ -1,7 +1,6 @@
 // Naming, the chain of slices and the writing half; the reading half is in KTRFile_read.cpp.
 #include "store/KTRFile.h"
 
-#include <cstring>
 #include <utility>
 
 #include "runtime/KTLogger.h"
@@ -131,7 +130,7 @@ unsigned int KTRFile::writeRoom() const {
 void KTRFile::appendToWriteBuffer(const unsigned char* p, unsigned int n) {
   if (writeFill_ == 0) writeBegin_ = static_cast<unsigned int>(pos()) % PAGE_BYTES;
   if (n > writeRoom() - writeFill_) growWriteBuffer(n);
-  if (n != 0) std::memcpy(writeBuffer_.writable() + writeBegin_ + writeFill_, p, n);
+  DirectWriter::collect(writeBuffer_.writable() + writeBegin_ + writeFill_, p, n);
   writeFill_ += n;
 }
 

@@ -7,7 +7,6 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
-#include <cstring>
 #include <new>
 #include <utility>
 
@@ -43,7 +42,7 @@ bool BlockOutput::write(const unsigned char* bytes, std::size_t count) {
   while (count != 0) {
     const std::size_t room = BLOCK - static_cast<std::size_t>(place()) % BLOCK;
     const std::size_t part = std::min(room, count);
-    std::memcpy(collected() + filled_, bytes, part);
+    DirectWriter::collect(collected() + filled_, bytes, part);
     filled_ += part;
     bytes += part;
     count -= part;

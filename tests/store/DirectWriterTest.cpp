@@ -88,6 +88,33 @@ TEST_F(DirectWriterTest, EverySizeAtEveryOffsetIsExact) {
   }
 }
 
+TEST_F(DirectWriterTest, CollectsEverySizeAtEveryPlaceInALineExactly) {
+  constexpr size_t LINE = 64;
+  for (size_t place = 0; place < 2 * LINE; ++place) {
+    for (const size_t n : {size_t{0}, size_t{1}, LINE, PAGE - 1, PAGE, PAGE + 1, PAGE + LINE - 1,
+                           2 * PAGE + LINE / 2, size_t{20003}}) {
+      std::string room(n + 4 * LINE, '?');
+      std::string expected = room;
+      const unsigned char* const src = memory_ + place * 7;
+      expected.replace(place, n, reinterpret_cast<const char*>(src), n);
+      DirectWriter::collect(reinterpret_cast<unsigned char*>(room.data()) + place, src, n);
+      ASSERT_EQ(room, expected) << n << " bytes at " << place;
+    }
+  }
+}
+
+TEST_F(DirectWriterTest, WhatWasCollectedIsWrittenAtOnce) {
+  unsigned char* const room = memory_ + ROOM / 2;
+  for (size_t offset = 0; offset < 64 * LEAST; offset += 2 * LEAST) {
+    memory_[offset / LEAST] ^= 0x55;
+    DirectWriter::collect(room, memory_, 2 * LEAST);
+    ASSERT_EQ(writer_.write(fd_, room, 2 * LEAST, static_cast<off_t>(offset)),
+              static_cast<ssize_t>(2 * LEAST));
+    expect(memory_, 2 * LEAST, offset);
+  }
+  EXPECT_TRUE(isExact());
+}
+
 TEST_F(DirectWriterTest, PiecesBehindOneAnotherAreExactAfterEach) {
   size_t offset = 0;
   for (const size_t n : {LEAST + 100, size_t{50}, 2 * LEAST, LEAST + PAGE - 150, 3 * LEAST}) {
