@@ -15,7 +15,8 @@
  * the cache as a whole, and so is everything once the file system has refused.
  *
  * Owns: nothing; the descriptor's flags are the same after a call as before it.
- * Threads: one thread at a time for each descriptor.
+ * Threads: one thread at a time for each descriptor. What was collected is written by the thread
+ * that did so, or by one that took over from it under a lock.
  * Blocks: write() for the I/O.
  * Errors: as writeFully().
  */
