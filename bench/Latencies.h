@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <string>
 #include <vector>
 
 /** How long single steps of a scenario took: p50, p99 and the longest, in microseconds. */
@@ -17,12 +18,13 @@ class Latencies {
     usec_.push_back(took.count());
   }
 
-  void report(benchmark::State& state) {
+  /** Where a scenario times two things, the prefix tells them apart. */
+  void report(benchmark::State& state, const std::string& prefix = "") {
     if (usec_.empty()) return;
     std::sort(usec_.begin(), usec_.end());
-    state.counters["p50_us"] = usec_[usec_.size() / 2];
-    state.counters["p99_us"] = usec_[usec_.size() * 99 / 100];
-    state.counters["max_us"] = usec_.back();
+    state.counters[prefix + "p50_us"] = usec_[usec_.size() / 2];
+    state.counters[prefix + "p99_us"] = usec_[usec_.size() * 99 / 100];
+    state.counters[prefix + "max_us"] = usec_.back();
   }
 
  private:
