@@ -140,9 +140,13 @@ void KTDataBlock::release() {
   storage_ = nullptr;
 }
 
+bool KTDataBlock::isShared() const {
+  return storage_ != nullptr && storage_->isShared();
+}
+
 // Bytes that may be used from data on without touching what another block sees.
 unsigned int KTDataBlock::ownRoom() const {
-  if (storage_ == nullptr || storage_->isShared()) return 0;
+  if (storage_ == nullptr || isShared()) return 0;
   return storage_->capacity - static_cast<unsigned int>(data - storage_->bytes());
 }
 

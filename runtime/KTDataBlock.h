@@ -59,6 +59,11 @@ class KTR_API KTDataBlock {
   [[nodiscard]] KTDataBlock copy(unsigned int offset, unsigned int n) const;
   /** Copies the first n bytes (at most size of them) to dst. */
   void getData(unsigned char* dst, unsigned int n) const;
+  /**
+   * Whether other blocks share this one's storage. Once false it stays so until this block is
+   * copied: nobody else can make a copy of its bytes.
+   */
+  [[nodiscard]] bool isShared() const;
   /** The bytes for writing: gives this block a storage of its own first. */
   [[nodiscard]] unsigned char* writable();
   KTDataBlock& operator+=(const KTDataBlock& b);

@@ -9,7 +9,6 @@
 #include "store/SyncMarkers.h"
 
 namespace {
-constexpr unsigned int READ_BUFFER_SIZE = 0x1400000;
 constexpr unsigned int WRITE_BUFFER_SIZE = 512000;
 // From this size on a block begins at a page and costs no memory until it is touched.
 constexpr unsigned int PAGED_BLOCK_SIZE = 1U << 20;
@@ -23,7 +22,6 @@ KTRFile::KTRFile(const KTString& prefix, unsigned char fileIndex, int openFlags,
       prevFileIndex_(fileIndex),
       sliceMaxSize_(sliceMaxSize),
       prefix_(prefix),
-      readBuffer_(READ_BUFFER_SIZE + PAGE_BYTES),
       curFileIndex_(fileIndex) {
   writeBuffer_.reserve(PAGED_BLOCK_SIZE);
   writeBuffer_.resize(WRITE_BUFFER_SIZE + PAGE_BYTES);

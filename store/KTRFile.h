@@ -14,11 +14,11 @@
  * every 11 seconds and goes on in the next slice when the current one is full. A reader reads ahead
  * in large blocks, walks from slice to slice by itself and hands out one frame per call.
  *
- * Owns: the open slice and both buffers.
+ * Owns: the open slice and its buffers, but for what frames share with it.
  * Threads: one thread at a time for each object; readers of a live chain use objects of their own
  *   and see what the writer has flushed.
  * Blocks: writeKTRData() once in 11 seconds for one large write; readKTRData() for a piece of up to
- *   256 KiB of what it reads ahead, at some calls. What it has not yet brought in then goes with
+ *   512 KiB of what it reads ahead, at some calls. What it has not yet brought in then goes with
  *   the descriptor: KTFile's own close() and open() drop it, _close() and _remove() do not.
  * Errors: 0 or -1, with a log line. A failed slice open shows in later operations; a failed flush
  *   drops what was buffered.
@@ -71,7 +71,12 @@ class KTR_API KTRFile : public KTFile {
   /** Copies src over dst from offset on; the caller guarantees the room. */
   void Replace(KTDataBlock& dst, unsigned int offset, const KTDataBlock& src);
 
-  /** The next record's payload: its length, or -1 with out unchanged. */
+  /**
+   * The next record's payload: its length, or -1 with out unchanged. After the first 200 KiB or so
+   * out shares the bytes that were read ahead, begins at any address, and keeps their buffer in
+   * memory: half a MiB as a rule, 2.5 MiB at most. A reader whose caller keeps frames of two such
+   * buffers hands out copies from then on.
+   */
   [[nodiscard]] int readKTRData(KTDataBlock& out);
   /** Reader: goes to a record start in the open slice: 0, or -1 when none is open. */
   [[nodiscard]] int go_to_pos(unsigned int offset);
@@ -104,11 +109,13 @@ class KTR_API KTRFile : public KTFile {
   [[nodiscard]] unsigned int buffered() const { return readFill_ - readPos_; }
   void reportReadError();
   [[nodiscard]] bool walkOn(unsigned int& walked);
-  void compact();
+  void makeRoom(unsigned int n);
+  [[nodiscard]] KTDataBlock takeBuffer(unsigned int size);
   [[nodiscard]] bool canTake(unsigned int n);
   [[nodiscard]] bool takeWord(std::uint32_t& word);
   [[nodiscard]] bool takeMarker();
   [[nodiscard]] unsigned int takeLength();
+  [[nodiscard]] bool lends() const;
   int takePayload(KTDataBlock& out, unsigned int length);
 
   int openFlags_;
@@ -119,7 +126,10 @@ class KTR_API KTRFile : public KTFile {
   int sliceMaxSize_;
   unsigned int recordOffset_ = 0;
   KTString prefix_;
+  unsigned int readBufferSize_ = 0x1400000;  // as if a block were read at once
   KTDataBlock readBuffer_;
+  KTDataBlock spareBuffer_;     // the one before it, which frames of the caller may still use
+  bool framesAreKept_ = false;  // by the caller, over more than a buffer
   KTDataBlock writeBuffer_;
   unsigned int writeFill_ = 0;
   unsigned int writeBegin_ = 0;

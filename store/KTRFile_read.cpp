@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 #include "runtime/FileIO.h"
 #include "runtime/KTLogger.h"
@@ -14,11 +15,18 @@ namespace {
 
 constexpr unsigned int REFILL_BELOW = 0x200000;  // a largest record always stays whole
 constexpr unsigned int READ_BLOCK_SIZE = 0xA00000;
-constexpr unsigned int MAX_PIECE_SIZE = 0x40000;  // what a processor's own cache holds
+constexpr unsigned int MAX_PIECE_SIZE = 0x80000;
+constexpr unsigned int BUFFER_SIZE = 0x300000;  // a piece behind the rest of a slice
 constexpr unsigned int LEAST_AVAILABLE = 9;
 constexpr unsigned int STAMP_OFFSET = 1;
 constexpr unsigned int STAMP_END = 5;
 constexpr unsigned int SLICE_NAMES = 256;
+
+// A larger buffer than usual is kept only while it is needed.
+bool isFit(const KTDataBlock& buffer, unsigned int size) {
+  return !buffer.isShared() && buffer.size >= size &&
+         (buffer.size == BUFFER_SIZE || size > BUFFER_SIZE);
+}
 
 }  // namespace
 
@@ -40,11 +48,11 @@ int KTRFile::readKTRData(KTDataBlock& out) {
 }
 
 // A block is read ahead in two steps: takeHold() moves the position behind it, and bringIn() reads
-// its bytes in pieces as records want them. A piece is copied on while the processor's own cache
-// still has it, and a first frame costs no whole block. What is held is of the slice that is open,
-// and comes in before another one is opened; who moves the position meanwhile changes nothing.
+// its bytes in pieces as records want them, so that a first frame costs no whole block. What is
+// held is of the slice that is open, and comes in before another one is opened; who moves the
+// position meanwhile changes nothing.
 void KTRFile::refill() {
-  compact();
+  makeRoom(0);
   movedBy_ = -static_cast<int>(readPos_);
   const long startPos = pos();
   int count = takeHold();
@@ -66,6 +74,7 @@ void KTRFile::refill() {
 
 // The beginning of a block, behind the marker of a change of slice.
 void KTRFile::bringInFirst(unsigned int markerSize) {
+  makeRoom(markerSize);
   std::memcpy(readBuffer_.writable() + readFill_, _NEW_FILE_FLAG, markerSize);
   readFill_ += markerSize;
   const unsigned int before = buffered();
@@ -93,8 +102,8 @@ void KTRFile::bringIn(unsigned int n) {
 }
 
 void KTRFile::readPiece(unsigned int least) {
-  compact();
   const unsigned int wanted = std::min(unread_, std::max(least, pieceSize_));
+  makeRoom(wanted);
   pieceSize_ = std::min(2 * pieceSize_, MAX_PIECE_SIZE);
   const ssize_t got = readFully(handle(), readBuffer_.writable() + readFill_, wanted, heldAt_);
   if (got > 0) {
@@ -122,17 +131,30 @@ bool KTRFile::walkOn(unsigned int& walked) {
   return canRead_;
 }
 
-// The next piece is to stand in its pages of memory as it stands in its pages of the file, which
-// the kernel copies fastest.
-void KTRFile::compact() {
+// Room for n bytes behind what is buffered, in memory that no frame uses. They are to stand in
+// their pages of memory as they stand in their pages of the file, which the kernel copies fastest.
+void KTRFile::makeRoom(unsigned int n) {
   const unsigned int available = buffered();
   const auto next = static_cast<unsigned int>(unread_ == 0 ? pos() : heldAt_);
   const unsigned int begin = (next - available) % PAGE_BYTES;
-  unsigned char* bytes = readBuffer_.writable();
-  if (available != 0) std::memmove(bytes + begin, bytes + readPos_, available);
+  const unsigned char* const rest = readBuffer_.data + readPos_;
+  KTDataBlock buffer = takeBuffer(std::max(BUFFER_SIZE, begin + available + n));
+  if (available != 0) std::memmove(buffer.writable() + begin, rest, available);
+  readBuffer_ = std::move(buffer);
   movedBy_ += static_cast<int>(readPos_) - static_cast<int>(begin);
   readPos_ = begin;
   readFill_ = begin + available;
+}
+
+// What is buffered stays where it is. A caller that is done with a frame when it asks for the next
+// one has two buffers in turn. One that still has frames of the buffer before keeps them, it seems:
+// it is handed copies from then on, to hold no more than two.
+KTDataBlock KTRFile::takeBuffer(unsigned int size) {
+  if (isFit(readBuffer_, size)) return std::move(readBuffer_);
+  framesAreKept_ = framesAreKept_ || (readBuffer_.isShared() && spareBuffer_.isShared());
+  KTDataBlock buffer = isFit(spareBuffer_, size) ? std::move(spareBuffer_) : KTDataBlock(size);
+  spareBuffer_ = std::move(readBuffer_);
+  return buffer;
 }
 
 bool KTRFile::canTake(unsigned int n) {
@@ -182,6 +204,11 @@ unsigned int KTRFile::takeLength() {
   return 0;
 }
 
+// Who wants no more than the first frames is to hold no more.
+bool KTRFile::lends() const {
+  return pieceSize_ == MAX_PIECE_SIZE && readBuffer_.size == BUFFER_SIZE && !framesAreKept_;
+}
+
 int KTRFile::takePayload(KTDataBlock& out, unsigned int length) {
   bringIn(length);
   if (length > readBuffDataAvailableSize()) {
@@ -191,7 +218,11 @@ int KTRFile::takePayload(KTDataBlock& out, unsigned int length) {
     return -1;
   }
   const unsigned char* payload = readBuffer_.data + readPos_;
-  out.setData(payload, length);
+  if (lends()) {
+    out = readBuffer_.copy(readPos_, length);
+  } else {
+    out.setData(payload, length);
+  }
   if (length >= STAMP_END) curFrameTimeStamp_ = loadLittleEndian(payload + STAMP_OFFSET);
   readPos_ += length;
   readOffset_ += length + RECORD_HEAD_SIZE;
@@ -212,16 +243,18 @@ int KTRFile::go_to_pos(unsigned int offset) {
 
 unsigned int KTRFile::addtoReadBuffer(const KTDataBlock& b) {
   bringIn(readBuffDataAvailableSize());
-  const unsigned int size = readBuffer_.size - PAGE_BYTES;
   const auto blockPos = readPos_ + static_cast<unsigned int>(movedBy_);
-  if (b.size > size - (blockPos + buffered())) {
+  if (b.size > readBufferSize_ - (blockPos + buffered())) {
     // "full" tells the read position, not the fill.
     KTLogger::instance()->log(KTLogger::Warning,
                               "VERY BAD! DO Resize of the ReadBuffer size:%d bytes full: %d bytes "
                               "blocksize to insert:%d bytes!",
-                              static_cast<int>(size), static_cast<int>(blockPos),
+                              static_cast<int>(readBufferSize_), static_cast<int>(blockPos),
                               static_cast<int>(b.size));
-    readBuffer_.resize(readBuffer_.size + 2 * b.size);
+    readBufferSize_ += 2 * b.size;
+  }
+  if (readBuffer_.isShared() || b.size > readBuffer_.size - readFill_) {
+    makeRoom(std::max(b.size, BUFFER_SIZE));
   }
   Replace(readBuffer_, readFill_, b);
   readFill_ += b.size;

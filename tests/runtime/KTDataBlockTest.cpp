@@ -220,6 +220,22 @@ TEST_F(KTDataBlockTest, TheLastHolderOfASliceGrowsInItsOwnRoomOnly) {
   EXPECT_EQ(text(slice), "89" + std::string(100, 'x'));
 }
 
+TEST_F(KTDataBlockTest, TellsWhetherOthersUseItsBytes) {
+  KTDataBlock b;
+  EXPECT_FALSE(b.isShared());
+  b = block("hello");
+  EXPECT_FALSE(b.isShared());
+  {
+    const KTDataBlock slice = b.copy(1, 2);
+    EXPECT_TRUE(b.isShared());
+    EXPECT_TRUE(slice.isShared());
+  }
+  EXPECT_FALSE(b.isShared());
+  KTDataBlock changed = b;
+  changed += block("!");
+  EXPECT_FALSE(b.isShared());
+}
+
 TEST_F(KTDataBlockTest, ASliceOfASliceCountsFromTheSlice) {
   EXPECT_EQ(text(block("0123456789").copy(2, 6).copy(3, 2)), "56");
 }

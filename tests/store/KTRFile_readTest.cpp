@@ -1,9 +1,11 @@
 #include <gtest/gtest.h>
+#include <sys/resource.h>
 
 #include <cerrno>
 #include <cstring>
 #include <filesystem>
 #include <memory>
+#include <vector>
 
 #include "store/KTRFile.h"
 #include "store/SyncMarkers.h"
@@ -46,6 +48,19 @@ class KTRFile_readTest : public testing::Test {
       ASSERT_EQ(frame, payload(i, size)) << i;
     }
   }
+  static long pageFaults() {
+    rusage usage{};
+    EXPECT_EQ(getrusage(RUSAGE_THREAD, &usage), 0);
+    return usage.ru_minflt;
+  }
+  // In memory, as they are on the disk.
+  [[nodiscard]] bool nextFramesAreNeighbours() {
+    KTDataBlock frame;
+    KTDataBlock next;
+    EXPECT_EQ(reader_->readKTRData(frame), 20'000);
+    EXPECT_EQ(reader_->readKTRData(next), 20'000);
+    return next.data == frame.data + 20'000 + KTRFile::RECORD_HEAD_SIZE;
+  }
   [[nodiscard]] KTString prefix() const { return dir_.entry("cam_"); }
   [[nodiscard]] std::string slice() const { return dir_.path() + "/cam_F0.dat"; }
 
@@ -79,6 +94,89 @@ TEST_F(KTRFile_readTest, ASmallerFrameCostsNoAllocation) {
   EXPECT_EQ(allocations.count(), 0U);
 }
 
+TEST_F(KTRFile_readTest, AFrameIsNoCopyOfWhatWasReadAhead) {
+  record(0, 1000, 20'000);
+  openReader();
+  expectFrames(0, 100, 20'000);
+  EXPECT_TRUE(nextFramesAreNeighbours());
+}
+
+TEST_F(KTRFile_readTest, ACallerThatKeepsFramesIsHandedCopies) {
+  record(0, 1000, 20'000);
+  for (const unsigned int every : {1U, 25U, 300U}) {
+    openReader();
+    std::vector<KTDataBlock> kept;
+    for (unsigned int i = 0; i < 800; ++i) {
+      KTDataBlock frame;
+      ASSERT_EQ(reader_->readKTRData(frame), 20'000);
+      if (i % every == 0) kept.push_back(frame);
+    }
+    EXPECT_FALSE(nextFramesAreNeighbours()) << every;
+  }
+}
+
+TEST_F(KTRFile_readTest, FramesThatAreKeptStayAsTheyAre) {
+  record(0, 1000, 20'000);
+  for (const unsigned int every : {1U, 7U, 25U, 130U}) {
+    openReader();
+    std::vector<KTDataBlock> kept;
+    KTDataBlock frame;
+    for (unsigned int i = 0; i < 1000; ++i) {
+      ASSERT_EQ(reader_->readKTRData(frame), 20'000);
+      if (i % every == 0) kept.push_back(frame);
+    }
+    reader_.reset();
+    for (unsigned int i = 0; i < kept.size(); ++i) EXPECT_EQ(kept[i], payload(i * every, 20'000));
+  }
+}
+
+TEST_F(KTRFile_readTest, AFrameThatTheCallerChangesLeavesTheNextOneAlone) {
+  record(0, 200, 20'000);
+  openReader();
+  KTDataBlock frame;
+  for (unsigned int i = 0; i < 200; ++i) {
+    ASSERT_EQ(reader_->readKTRData(frame), 20'000);
+    ASSERT_EQ(frame, payload(i, 20'000)) << i;
+    frame.resize(60'000);
+    std::memset(frame.writable(), 0, 60'000);
+  }
+}
+
+TEST_F(KTRFile_readTest, FramesThatAreKeptHoldLittleElseInMemory) {
+  record(0, 4000, 20'000);
+  writer_.reset();
+  for (const unsigned int every : {25U, 100U, 300U}) {
+    openReader();
+    expectFrames(0, 1, 20'000);
+    std::vector<KTDataBlock> kept;
+    const size_t before = ResidentMemory::bytes();
+    KTDataBlock frame;
+    for (unsigned int i = 0; i < 3990; ++i) {
+      ASSERT_EQ(reader_->readKTRData(frame), 20'000);
+      if (i % every == 0) kept.push_back(frame);
+    }
+    EXPECT_LT(ResidentMemory::bytes(), before + kept.size() * 20'000 + size_t{4} * MIB) << every;
+  }
+}
+
+TEST_F(KTRFile_readTest, AFirstFrameThatIsKeptHoldsNothingElse) {
+  record(0, 100, 20'000);
+  openReader();
+  KTDataBlock frame;
+  ASSERT_EQ(reader_->readKTRData(frame), 20'000);
+  EXPECT_FALSE(frame.isShared());
+}
+
+TEST_F(KTRFile_readTest, AKeptFrameOfAClosedReaderHoldsNothingElse) {
+  record(0, 500, 20'000);
+  openReader();
+  expectFrames(0, 100, 20'000);
+  KTDataBlock frame;
+  EXPECT_EQ(reader_->_close(), 0);  // brings in the whole block
+  ASSERT_GT(reader_->readKTRData(frame), 0);
+  EXPECT_FALSE(frame.isShared());
+}
+
 TEST_F(KTRFile_readTest, AFirstFrameReadsABlockAheadButWaitsForLittleOfIt) {
   record(0, 1000, 20'000);
   openReader();
@@ -97,7 +195,52 @@ TEST_F(KTRFile_readTest, AReaderHoldsLittleOfWhatItReadsAhead) {
   ASSERT_EQ(reader_->readKTRData(frame), 20'000);
   const size_t before = ResidentMemory::bytes();
   for (int i = 0; i < 1990; ++i) ASSERT_EQ(reader_->readKTRData(frame), 20'000);
-  EXPECT_LT(ResidentMemory::bytes(), before + 3 * MIB);  // of blocks of 10 MiB
+  EXPECT_LT(ResidentMemory::bytes(), before + size_t{4} * MIB);  // of blocks of 10 MiB
+}
+
+TEST_F(KTRFile_readTest, AFrameTouchesNoNewMemory) {
+  record(0, 1900, 20'000);
+  openReader();
+  expectFrames(0, 100, 20'000);
+  KTDataBlock frame;
+  const long before = pageFaults();
+  for (int i = 0; i < 1600; ++i) ASSERT_EQ(reader_->readKTRData(frame), 20'000);
+  EXPECT_LT(pageFaults(), before + 1600);  // 32 MB have 7800 pages
+}
+
+TEST_F(KTRFile_readTest, KeptFramesStayAsTheyAreWhateverTheReaderDoesNext) {
+  record(0, 100, 20'000);
+  record(100, 103, KTRFile::MAX_PAYLOAD_SIZE);
+  writer_->createNextSlice();
+  record(103, 200, 20'000);
+  openReader();
+  std::vector<KTDataBlock> kept(50);
+  for (KTDataBlock& frame : kept) ASSERT_EQ(reader_->readKTRData(frame), 20'000);
+  reader_->addtoReadBuffer(payload(7, 3 * MIB));
+  ASSERT_EQ(reader_->go_to_pos(60 * 20'008), 0);
+  expectFrames(60, 100, 20'000);
+  expectFrames(100, 103, KTRFile::MAX_PAYLOAD_SIZE);
+  expectFrames(103, 150, 20'000);
+  EXPECT_EQ(reader_->_close(), 0);
+  for (unsigned int i = 0; i < kept.size(); ++i) EXPECT_EQ(kept[i], payload(i, 20'000)) << i;
+}
+
+TEST_F(KTRFile_readTest, BytesAddedBehindAKeptFrameTakeLittleMemory) {
+  record(0, 100, 20'000);
+  openReader();
+  expectFrames(0, 99, 20'000);
+  const unsigned char head[8] = {0xA7, 0xA6, 0xA5, 0xA4, 0x20, 0x4E, 0, 0};
+  KTDataBlock frame;
+  ASSERT_EQ(reader_->readKTRData(frame), 20'000);
+  const size_t before = ResidentMemory::bytes();
+  std::vector<KTDataBlock> kept;
+  for (unsigned int i = 100; i < 120; ++i) {
+    reader_->addtoReadBuffer(KTDataBlock(head, sizeof head) + payload(i, 20'000));
+    ASSERT_EQ(reader_->readKTRData(frame), 20'000);
+    kept.push_back(frame);
+  }
+  EXPECT_LT(ResidentMemory::bytes(), before + size_t{20} * 20'000 + size_t{3} * MIB);
+  for (unsigned int i = 0; i < 20; ++i) EXPECT_EQ(kept[i], payload(100 + i, 20'000)) << i;
 }
 
 TEST_F(KTRFile_readTest, FramesOfAllSizesComeBackOverManyBlocks) {
