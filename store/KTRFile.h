@@ -17,9 +17,10 @@
  * Owns: the open slice and its buffers, but for what frames share with it.
  * Threads: one thread at a time for each object; readers of a live chain use objects of their own
  *   and see what the writer has flushed.
- * Blocks: writeKTRData() once in 11 seconds for one large write; readKTRData() for a piece of up to
- *   512 KiB of what it reads ahead, at some calls. What it has not yet brought in then goes with
- *   the descriptor: KTFile's own close() and open() drop it, _close() and _remove() do not.
+ * Blocks: writeKTRData() once in 11 seconds for one large write; readKTRData() for a piece of
+ *   512 KiB of what it reads ahead, at some calls, and of 2 MiB at the end of a slice. What it has
+ *   not yet brought in then goes with the descriptor: KTFile's own close() and open() drop it,
+ *   _close() and _remove() do not.
  * Errors: 0 or -1, with a log line. A failed slice open shows in later operations; a failed flush
  *   drops what was buffered.
  * Units: bytes; times in seconds; frame stamps in milliseconds since midnight.
@@ -72,9 +73,9 @@ class KTR_API KTRFile : public KTFile {
   void Replace(KTDataBlock& dst, unsigned int offset, const KTDataBlock& src);
 
   /**
-   * The next record's payload: its length, or -1 with out unchanged. After the first 200 KiB or so
-   * out shares the bytes that were read ahead, begins at any address, and keeps their buffer in
-   * memory: half a MiB as a rule, 2.5 MiB at most. A reader whose caller keeps frames of two such
+   * The next record's payload: its length, or -1 with out unchanged. After the first few
+   * pieces, 200 KiB or so, out shares the bytes that were read ahead, begins at any address, and
+   * keeps their buffer of up to 3 MiB in memory. A reader whose caller keeps frames of two such
    * buffers hands out copies from then on.
    */
   [[nodiscard]] int readKTRData(KTDataBlock& out);

@@ -22,7 +22,7 @@ constexpr unsigned int STAMP_OFFSET = 1;
 constexpr unsigned int STAMP_END = 5;
 constexpr unsigned int SLICE_NAMES = 256;
 
-// A larger buffer than usual is kept only while it is needed.
+// A larger buffer than usual serves once.
 bool isFit(const KTDataBlock& buffer, unsigned int size) {
   return !buffer.isShared() && buffer.size >= size &&
          (buffer.size == BUFFER_SIZE || size > BUFFER_SIZE);
@@ -146,12 +146,12 @@ void KTRFile::makeRoom(unsigned int n) {
   readFill_ = begin + available;
 }
 
-// What is buffered stays where it is. A caller that is done with a frame when it asks for the next
-// one has two buffers in turn. One that still has frames of the buffer before keeps them, it seems:
-// it is handed copies from then on, to hold no more than two.
+// The bytes that are buffered keep their address. A caller that still has its last frame when it
+// asks for the next one has two buffers in turn. One that has frames of the buffer before as well
+// keeps them, it seems: it is handed copies from then on, to hold no more than two.
 KTDataBlock KTRFile::takeBuffer(unsigned int size) {
   if (isFit(readBuffer_, size)) return std::move(readBuffer_);
-  framesAreKept_ = framesAreKept_ || (readBuffer_.isShared() && spareBuffer_.isShared());
+  framesAreKept_ = framesAreKept_ || spareBuffer_.isShared();
   KTDataBlock buffer = isFit(spareBuffer_, size) ? std::move(spareBuffer_) : KTDataBlock(size);
   spareBuffer_ = std::move(readBuffer_);
   return buffer;
@@ -244,18 +244,19 @@ int KTRFile::go_to_pos(unsigned int offset) {
 unsigned int KTRFile::addtoReadBuffer(const KTDataBlock& b) {
   bringIn(readBuffDataAvailableSize());
   const auto blockPos = readPos_ + static_cast<unsigned int>(movedBy_);
-  if (b.size > readBufferSize_ - (blockPos + buffered())) {
+  const bool isResize = b.size > readBufferSize_ - (blockPos + buffered());
+  if (isResize) {
     // "full" tells the read position, not the fill.
     KTLogger::instance()->log(KTLogger::Warning,
                               "VERY BAD! DO Resize of the ReadBuffer size:%d bytes full: %d bytes "
                               "blocksize to insert:%d bytes!",
                               static_cast<int>(readBufferSize_), static_cast<int>(blockPos),
                               static_cast<int>(b.size));
-    readBufferSize_ += 2 * b.size;
   }
   if (readBuffer_.isShared() || b.size > readBuffer_.size - readFill_) {
     makeRoom(std::max(b.size, BUFFER_SIZE));
   }
+  if (isResize) readBufferSize_ += 2 * b.size;
   Replace(readBuffer_, readFill_, b);
   readFill_ += b.size;
   return b.size;

@@ -115,6 +115,21 @@ TEST_F(KTRFile_readTest, ACallerThatKeepsFramesIsHandedCopies) {
   }
 }
 
+TEST_F(KTRFile_readTest, ACallerThatKeepsFramesAndReadsLargePiecesBetweenIsHandedCopies) {
+  record(0, 1000, 20'000);
+  openReader();
+  std::vector<KTDataBlock> kept(3);
+  KTDataBlock piece;
+  for (KTDataBlock& frame : kept) {
+    ASSERT_EQ(reader_->go_to_pos(0), 0);
+    for (int i = 0; i < 20; ++i) ASSERT_EQ(reader_->readKTRData(frame), 20'000);
+    ASSERT_TRUE(reader_->readFromReadBuffer(piece, 4 * MIB));
+  }
+  ASSERT_EQ(reader_->go_to_pos(0), 0);
+  expectFrames(0, 20, 20'000);
+  EXPECT_FALSE(nextFramesAreNeighbours());
+}
+
 TEST_F(KTRFile_readTest, FramesThatAreKeptStayAsTheyAre) {
   record(0, 1000, 20'000);
   for (const unsigned int every : {1U, 7U, 25U, 130U}) {
